@@ -1,0 +1,80 @@
+// Draws Quillet's default desktop pictures: calm gradients with soft overlapping waves, one
+// light and one dark. Usage: quillet-artwork <output dir>
+#include <QDir>
+#include <QImage>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRadialGradient>
+#include <cstdio>
+
+namespace {
+
+struct Palette {
+    QColor top, bottom, glow, waveA, waveB;
+};
+
+QPainterPath wave(double width, double height, double baseline, double amplitude, double phase)
+{
+    QPainterPath path;
+    path.moveTo(0, height);
+    path.lineTo(0, baseline);
+    const int steps = 8;
+    for (int i = 0; i < steps; ++i) {
+        const double x0 = width * i / steps;
+        const double x1 = width * (i + 1) / steps;
+        const double lift = ((i + int(phase)) % 2 == 0 ? -1.0 : 1.0) * amplitude;
+        path.cubicTo(x0 + (x1 - x0) / 3, baseline + lift, x0 + 2 * (x1 - x0) / 3, baseline + lift, x1,
+                     baseline);
+    }
+    path.lineTo(width, height);
+    path.closeSubpath();
+    return path;
+}
+
+QImage draw(const Palette& palette)
+{
+    const int w = 2560;
+    const int h = 1600;
+    QImage image(w, h, QImage::Format_RGB32);
+    QPainter p(&image);
+    p.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient sky(0, 0, 0, h);
+    sky.setColorAt(0, palette.top);
+    sky.setColorAt(1, palette.bottom);
+    p.fillRect(image.rect(), sky);
+
+    QRadialGradient glow(w * 0.72, h * 0.28, w * 0.45);
+    glow.setColorAt(0, palette.glow);
+    glow.setColorAt(1, Qt::transparent);
+    p.fillRect(image.rect(), glow);
+
+    p.setPen(Qt::NoPen);
+    p.setBrush(palette.waveA);
+    p.drawPath(wave(w, h, h * 0.70, h * 0.05, 0));
+    p.setBrush(palette.waveB);
+    p.drawPath(wave(w, h, h * 0.80, h * 0.04, 1));
+    return image;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: quillet-artwork <output dir>\n");
+        return 2;
+    }
+    const QDir dir(QString::fromLocal8Bit(argv[1]));
+    const Palette light{QColor(0xdf, 0xe9, 0xf5), QColor(0xf6, 0xf1, 0xea), QColor(255, 255, 255, 150),
+                        QColor(0xb9, 0xcf, 0xe8, 170), QColor(0x9f, 0xbd, 0xdf, 190)};
+    const Palette dark{QColor(0x12, 0x16, 0x24), QColor(0x1d, 0x1a, 0x2c), QColor(0x5a, 0x4c, 0x9a, 110),
+                       QColor(0x2a, 0x2f, 0x4f, 200), QColor(0x35, 0x2c, 0x55, 210)};
+    const bool ok = draw(light).save(dir.filePath(QStringLiteral("Light.png"))) &&
+                    draw(dark).save(dir.filePath(QStringLiteral("Dark.png")));
+    if (!ok) {
+        std::fprintf(stderr, "quillet-artwork: cannot write into %s\n", argv[1]);
+        return 1;
+    }
+    return 0;
+}

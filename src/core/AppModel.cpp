@@ -1,0 +1,239 @@
+// The model's construction, master switch, desktop choices, launch restore and permissions.
+#include "AppModel.h"
+
+#include "Codecs.h"
+#include "DefaultsStore.h"
+#include "Preferences.h"
+#include "Scheduler.h"
+#include "platform/Platform.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+
+using namespace std::chrono_literals;
+
+AppModel::AppModel(Dependencies deps)
+    : m_platform(deps.platform), m_defaults(deps.defaults), m_scheduler(deps.scheduler),
+      m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
+      m_desktopIcons(deps.platform.desktopIcons())
+{
+    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens());
+    m_overlays = std::make_unique<OverlayController>(m_platform.screens());
+    m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
+
+    m_selectedDisplayID = m_platform.displayModes().mainDisplay();
+    m_canCloneBar = m_platform.capture().canCaptureScreen();
+    m_canNameItems = m_platform.windowControl().canControlWindows();
+    m_canControlWindows = m_canNameItems;
+
+    const QStringList labels = m_defaults.stringListValue(StoredKeys::hiddenItemLabels).value_or(QStringList());
+    m_hiddenLabels = QSet<QString>(labels.begin(), labels.end());
+
+    reloadDisplays();
+    refreshMenuBarItems();
+    refreshWindows();
+
+    m_overlays->onScreenChange = [self = QPointer<AppModel>(this)] {
+        if (!self)
+            return;
+        self->m_frameCache.clear();
+        self->recomputeBarTiles();
+    };
+    connect(&m_platform, &Platform::applicationActivated, this, &AppModel::refreshPermissions);
+    connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
+            &AppModel::scheduleBarRecapture);
+
+    m_lightWallpaperURL = Codecs::loadURL(m_defaults, StoredKeys::lightWallpaperURL);
+    if (!m_lightWallpaperURL)
+        m_lightWallpaperURL = defaultPicture(QStringLiteral("Light.png"));
+    emit published(Field::lightWallpaperURL);
+    m_darkWallpaperURL = Codecs::loadURL(m_defaults, StoredKeys::darkWallpaperURL);
+    if (!m_darkWallpaperURL)
+        m_darkWallpaperURL = defaultPicture(QStringLiteral("Dark.png"));
+    emit published(Field::darkWallpaperURL);
+
+    pushWallpaper();
+}
+
+AppModel::~AppModel() = default;
+
+AppModel& AppModel::shared()
+{
+    static QtScheduler scheduler;
+    static AppModel* model = new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler});
+    return *model;
+}
+
+const QList<QSizeF>& AppModel::windowSizes()
+{
+    static const QList<QSizeF> sizes{{1280, 800}, {1440, 900},  {1600, 1000},
+                                     {1920, 1080}, {1024, 768}, {800, 600}};
+    return sizes;
+}
+
+std::optional<QString> AppModel::defaultPicture(const QString& fileName) const
+{
+    QStringList dirs = m_resourceDirs;
+    if (dirs.isEmpty()) {
+        // The build tree keeps the pictures beside the executable; an installed program under
+        // <prefix>/share/quillet.
+        const QString exeDir = QCoreApplication::applicationDirPath();
+        dirs = {exeDir + QStringLiteral("/share/quillet"),
+                exeDir + QStringLiteral("/../share/quillet"),
+                QStringLiteral(QUILLET_DATA_DIR)};
+    }
+    for (const QString& dir : std::as_const(dirs)) {
+        if (!QFileInfo(dir).isDir())
+            continue;
+        const QString path = QDir(dir).absoluteFilePath(fileName);
+        if (QFileInfo::exists(path))
+            return QDir::cleanPath(path);
+        return std::nullopt;
+    }
+    qFatal("unable to find bundle named Quillet_Quillet");
+}
+
+void AppModel::setEnabled(bool enabled)
+{
+    if (enabled == m_enabled)
+        return;
+    assign(m_enabled, enabled, Field::enabled);
+    if (enabled) {
+        // The last chosen mode goes to the display selected now.
+        if (m_lastAppliedMode)
+            m_platform.displayModes().switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
+        if (m_desktopIconsHidden)
+            m_desktopIcons.setHidden(true);
+        pushWallpaper();
+    } else {
+        m_display->restoreAll();
+        m_desktopIcons.restore();
+        m_wallpaper->restore();
+    }
+    recomputeBarTiles();
+}
+
+void AppModel::setDesktopIconsHidden(bool hidden)
+{
+    assign(m_desktopIconsHidden, hidden, Field::desktopIconsHidden);
+    m_defaults.setBool(StoredKeys::desktopIconsHidden, hidden);
+    if (m_enabled)
+        m_desktopIcons.setHidden(hidden);
+}
+
+void AppModel::setBackground(DesktopBackground background)
+{
+    assign(m_background, background, Field::background);
+    m_defaults.setString(StoredKeys::background, rawValue(background));
+    pushWallpaper();
+}
+
+void AppModel::setBackgroundColor(const RgbColor& color)
+{
+    assign(m_backgroundColor, color, Field::backgroundColor);
+    m_defaults.setString(StoredKeys::backgroundColor, Codecs::hex(color));
+    pushWallpaper();
+}
+
+void AppModel::setLightWallpaperURL(const std::optional<QString>& path)
+{
+    assign(m_lightWallpaperURL, path, Field::lightWallpaperURL);
+    Codecs::persistURL(m_defaults, path, StoredKeys::lightWallpaperURL);
+    pushWallpaper();
+}
+
+void AppModel::setDarkWallpaperURL(const std::optional<QString>& path)
+{
+    assign(m_darkWallpaperURL, path, Field::darkWallpaperURL);
+    Codecs::persistURL(m_defaults, path, StoredKeys::darkWallpaperURL);
+    pushWallpaper();
+}
+
+void AppModel::pushWallpaper()
+{
+    if (!m_enabled)
+        return;
+    m_wallpaper->mode = m_background;
+    m_wallpaper->color = m_backgroundColor;
+    m_wallpaper->lightURL = m_lightWallpaperURL;
+    m_wallpaper->darkURL = m_darkWallpaperURL;
+    m_wallpaper->apply();
+    // The desktop behind the panel has changed.
+    m_frameCache.clear();
+    scheduleBarRecapture();
+}
+
+void AppModel::restoreIfEnabled()
+{
+    Preferences& preferences = m_preferences ? *m_preferences : Preferences::shared();
+    if (!preferences.restoreOnLaunch())
+        return;
+    // The colour first, without storing or pushing, so the push of the background uses it.
+    if (const auto hex = m_defaults.stringValue(StoredKeys::backgroundColor))
+        assign(m_backgroundColor, Codecs::colorFromHex(*hex), Field::backgroundColor);
+    if (const auto raw = m_defaults.stringValue(StoredKeys::background)) {
+        if (const auto background = desktopBackgroundFromRaw(*raw))
+            setBackground(*background);
+    }
+    if (m_defaults.boolValue(StoredKeys::desktopIconsHidden).value_or(false))
+        setDesktopIconsHidden(true);
+    if (const auto raw = m_defaults.stringValue(StoredKeys::menuBarCover)) {
+        if (const auto cover = menuBarCoverFromRaw(*raw)) {
+            setMenuBarCover(*cover);
+            // The item scan needs time before stored labels can be matched to items.
+            if (*cover == MenuBarCover::items)
+                m_scheduler.after(600ms, this, [this] { restoreHiddenSelection(); });
+        }
+    }
+}
+
+void AppModel::refreshPermissions()
+{
+    const bool trusted = m_platform.windowControl().canControlWindows();
+    const bool canCapture = m_platform.capture().canCaptureScreen();
+    const bool accessibilityGained = trusted && !m_canControlWindows;
+    const bool captureGained = canCapture && !m_canCloneBar;
+    assign(m_canControlWindows, trusted, Field::canControlWindows);
+    assign(m_canNameItems, trusted, Field::canNameItems);
+    assign(m_canCloneBar, canCapture, Field::canCloneBar);
+    if (accessibilityGained) {
+        refreshWindows();
+        refreshMenuBarItems();
+    } else if (captureGained) {
+        recomputeBarTiles();
+    }
+}
+
+void AppModel::requestAccessibility()
+{
+    m_platform.windowControl().requestWindowControl();
+    refreshPermissions();
+    if (!m_platform.windowControl().canControlWindows())
+        pollForAccessibility();
+}
+
+void AppModel::requestScreenCapture()
+{
+    m_platform.capture().requestCaptureAccess();
+    refreshPermissions();
+}
+
+void AppModel::pollForAccessibility()
+{
+    if (m_accessibilityPollCount != 0)
+        return;
+    m_accessibilityPollCount = 30;
+    // The timer is owned by this model, so it stops when the model goes.
+    m_accessibilityPoll = m_scheduler.every(1000ms, this, [this] {
+        --m_accessibilityPollCount;
+        if (!m_platform.windowControl().canControlWindows() && m_accessibilityPollCount > 0)
+            return;
+        if (m_accessibilityPoll)
+            m_accessibilityPoll->cancel();
+        m_accessibilityPoll.reset();
+        m_accessibilityPollCount = 0;
+        refreshPermissions();
+    });
+}

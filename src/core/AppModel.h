@@ -1,0 +1,199 @@
+// The one observable state object: every value the main window shows and every operation
+// through which the window, the tray menu and the shell change the screen.
+#pragma once
+
+#include "DesktopBackground.h"
+#include "DesktopIcons.h"
+#include "DisplayController.h"
+#include "DisplayInfo.h"
+#include "ManagedWindow.h"
+#include "MenuBarCover.h"
+#include "MenuBarItem.h"
+#include "OverlayController.h"
+#include "RgbColor.h"
+#include "WallpaperController.h"
+#include "WindowArrangement.h"
+
+#include <QHash>
+#include <QImage>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QSizeF>
+#include <QUuid>
+#include <memory>
+#include <optional>
+
+class DefaultsStore;
+class Platform;
+class Preferences;
+class ScheduledTask;
+class Scheduler;
+
+class AppModel final : public QObject {
+    Q_OBJECT
+public:
+    // The published fields; `published` is emitted after every assignment, also of an equal
+    // value, so views simply redraw.
+    enum class Field {
+        displays,
+        selectedDisplayID,
+        modes,
+        currentSize,
+        desktopIconsHidden,
+        background,
+        backgroundColor,
+        lightWallpaperURL,
+        darkWallpaperURL,
+        menuBarCover,
+        menuBarItems,
+        selectedItemIDs,
+        canCloneBar,
+        canNameItems,
+        enabled,
+        windows,
+        selectedWindowID,
+        canControlWindows,
+    };
+    Q_ENUM(Field)
+
+    struct Dependencies {
+        Platform& platform;
+        DefaultsStore& defaults;
+        Scheduler& scheduler;
+        // Where the default pictures are looked up; empty means the standard places.
+        QStringList resourceDirs = {};
+        // Read by restoreIfEnabled; null means Preferences::shared().
+        Preferences* preferences = nullptr;
+    };
+
+    explicit AppModel(Dependencies deps);
+    ~AppModel() override;
+
+    // The model of the running program, created on first use.
+    static AppModel& shared();
+
+    // Fixed preset window sizes offered by the main window, in this order.
+    static const QList<QSizeF>& windowSizes();
+
+    // --- master switch, desktop choices, launch restore, permissions ---
+    void setEnabled(bool enabled);
+    void setDesktopIconsHidden(bool hidden);
+    void setBackground(DesktopBackground background);
+    void setBackgroundColor(const RgbColor& color);
+    void setLightWallpaperURL(const std::optional<QString>& path);
+    void setDarkWallpaperURL(const std::optional<QString>& path);
+    void restoreIfEnabled();
+    void refreshPermissions();
+    void requestAccessibility();
+    // The Screen Recording banner: ask once, then re-read the permissions.
+    void requestScreenCapture();
+
+    // --- displays ---
+    void reloadDisplays();
+    void reloadModes();
+    void apply(const DisplayMode& mode);
+    void setSelectedDisplayID(quint32 id);
+    // The reset action of the main window: the selected display back to its original mode.
+    void restoreSelectedDisplay();
+
+    // --- panel items and cover ---
+    void refreshMenuBarItems();
+    void toggleItem(quint32 id);
+    void restoreHiddenSelection();
+    void setMenuBarCover(MenuBarCover cover);
+
+    // --- other applications' windows ---
+    void refreshWindows();
+    void arrangeSelected(WindowArrangement arrangement);
+    void resizeSelected(QSizeF size);
+    void hideSelectedWindow();
+    void setSelectedWindowID(const std::optional<QUuid>& id);
+
+    // --- read access ---
+    DisplayController& display() { return *m_display; }
+    OverlayController& overlays() { return *m_overlays; }
+    WallpaperController& wallpaper() { return *m_wallpaper; }
+    DesktopIcons& desktopIcons() { return m_desktopIcons; }
+
+    const QList<DisplayInfo>& displays() const { return m_displays; }
+    quint32 selectedDisplayID() const { return m_selectedDisplayID; }
+    const QList<DisplayMode>& modes() const { return m_modes; }
+    qint64 currentWidth() const { return m_currentWidth; }
+    qint64 currentHeight() const { return m_currentHeight; }
+    bool desktopIconsHidden() const { return m_desktopIconsHidden; }
+    DesktopBackground background() const { return m_background; }
+    RgbColor backgroundColor() const { return m_backgroundColor; }
+    std::optional<QString> lightWallpaperURL() const { return m_lightWallpaperURL; }
+    std::optional<QString> darkWallpaperURL() const { return m_darkWallpaperURL; }
+    MenuBarCover menuBarCover() const { return m_menuBarCover; }
+    const QList<MenuBarItem>& menuBarItems() const { return m_menuBarItems; }
+    const QSet<quint32>& selectedItemIDs() const { return m_selectedItemIDs; }
+    const QSet<QString>& hiddenLabels() const { return m_hiddenLabels; }
+    bool canCloneBar() const { return m_canCloneBar; }
+    bool canNameItems() const { return m_canNameItems; }
+    bool enabled() const { return m_enabled; }
+    std::optional<DisplayMode> lastAppliedMode() const { return m_lastAppliedMode; }
+    const QList<ManagedWindow>& windows() const { return m_windows; }
+    std::optional<QUuid> selectedWindowID() const { return m_selectedWindowID; }
+    bool canControlWindows() const { return m_canControlWindows; }
+    int accessibilityPollCount() const { return m_accessibilityPollCount; }
+    bool hasPendingBarRecapture() const;
+
+signals:
+    void published(AppModel::Field field);
+
+private:
+    template <typename T>
+    void assign(T& member, const T& value, Field field)
+    {
+        member = value;
+        emit published(field);
+    }
+    void setCurrentSize(qint64 width, qint64 height);
+
+    void pushWallpaper();
+    void pollForAccessibility();
+    void recomputeBarTiles();
+    void scheduleBarRecapture();
+    void intersectSelectionWithItems();
+    const ManagedWindow* selectedWindow() const;
+    std::optional<QString> defaultPicture(const QString& fileName) const;
+
+    Platform& m_platform;
+    DefaultsStore& m_defaults;
+    Scheduler& m_scheduler;
+    QStringList m_resourceDirs;
+    Preferences* m_preferences;
+
+    std::unique_ptr<DisplayController> m_display;
+    std::unique_ptr<OverlayController> m_overlays;
+    std::unique_ptr<WallpaperController> m_wallpaper;
+    DesktopIcons m_desktopIcons;
+
+    QList<DisplayInfo> m_displays;
+    quint32 m_selectedDisplayID = 0;
+    QList<DisplayMode> m_modes;
+    qint64 m_currentWidth = 0;
+    qint64 m_currentHeight = 0;
+    bool m_desktopIconsHidden = false;
+    DesktopBackground m_background = DesktopBackground::keep;
+    RgbColor m_backgroundColor;
+    std::optional<QString> m_lightWallpaperURL;
+    std::optional<QString> m_darkWallpaperURL;
+    MenuBarCover m_menuBarCover = MenuBarCover::keep;
+    QList<MenuBarItem> m_menuBarItems;
+    QSet<quint32> m_selectedItemIDs;
+    QSet<QString> m_hiddenLabels;
+    bool m_canCloneBar = false;
+    bool m_canNameItems = false;
+    bool m_enabled = true;
+    std::optional<DisplayMode> m_lastAppliedMode;
+    QList<ManagedWindow> m_windows;
+    std::optional<QUuid> m_selectedWindowID;
+    bool m_canControlWindows = false;
+    QHash<quint32, QImage> m_frameCache;
+    std::shared_ptr<ScheduledTask> m_barRecaptureWork;
+    int m_accessibilityPollCount = 0;
+    std::shared_ptr<ScheduledTask> m_accessibilityPoll;
+};

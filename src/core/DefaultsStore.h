@@ -1,0 +1,50 @@
+// The per-user store of choices and preferences: one JSON object file, written atomically on
+// every change. A file that cannot be read is moved aside, never overwritten unseen.
+#pragma once
+
+#include "StoredKeys.h"
+
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+class DefaultsStore final {
+public:
+    // Opens (or later creates) the store at `filePath`.
+    explicit DefaultsStore(QString filePath);
+
+    // `$XDG_CONFIG_HOME/Quillet/defaults.json`.
+    static QString standardPath();
+    // The store of the running program, opened on first use at the standard path.
+    static DefaultsStore& standard();
+
+    // The stored value when it has the key's type, else the key's fallback.
+    QJsonValue value(const StoredKey& key) const;
+    // The stored value whatever its type (Undefined when absent).
+    QJsonValue rawValue(const StoredKey& key) const { return m_values.value(key.name); }
+
+    std::optional<bool> boolValue(const StoredKey& key) const;
+    std::optional<QString> stringValue(const StoredKey& key) const;
+    std::optional<QStringList> stringListValue(const StoredKey& key) const;
+
+    void setValue(const StoredKey& key, const QJsonValue& value);
+    void setBool(const StoredKey& key, bool value) { setValue(key, value); }
+    void setString(const StoredKey& key, const QString& value) { setValue(key, value); }
+    void setStringList(const StoredKey& key, const QStringList& value);
+    void remove(const StoredKey& key);
+
+    QString filePath() const { return m_filePath; }
+    // Where an unreadable file was moved at load, empty when none was.
+    QString movedAsidePath() const { return m_movedAsidePath; }
+
+private:
+    void load();
+    void save() const;
+
+    QString m_filePath;
+    QString m_movedAsidePath;
+    QJsonObject m_values;
+    // Set when an unreadable file could not be moved aside: it must not be overwritten.
+    bool m_leaveFileAlone = false;
+};

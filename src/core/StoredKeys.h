@@ -1,0 +1,44 @@
+// Every key of the defaults store with the JSON type it must have and the value used when it
+// is absent or of another type. Readers go through this table, so a mistyped value falls back
+// in one place.
+#pragma once
+
+#include <QJsonValue>
+#include <QLatin1StringView>
+
+struct StoredKey {
+    enum class Kind { boolean, string, stringList, object };
+
+    QLatin1StringView name;
+    Kind kind;
+    // Undefined means "absent": the reader decides what absence means.
+    QJsonValue fallback;
+};
+
+namespace StoredKeys {
+inline const StoredKey hiddenItemLabels{QLatin1StringView("state.hiddenItemLabels"),
+                                        StoredKey::Kind::stringList, QJsonValue::Undefined};
+inline const StoredKey backgroundColor{QLatin1StringView("state.backgroundColor"),
+                                       StoredKey::Kind::string, QJsonValue::Undefined};
+inline const StoredKey background{QLatin1StringView("state.background"), StoredKey::Kind::string,
+                                  QJsonValue::Undefined};
+inline const StoredKey desktopIconsHidden{QLatin1StringView("state.desktopIconsHidden"),
+                                          StoredKey::Kind::boolean, false};
+inline const StoredKey menuBarCover{QLatin1StringView("state.menuBarCover"),
+                                    StoredKey::Kind::string, QJsonValue::Undefined};
+inline const StoredKey lightWallpaperURL{QLatin1StringView("lightWallpaperURL"),
+                                         StoredKey::Kind::string, QJsonValue::Undefined};
+inline const StoredKey darkWallpaperURL{QLatin1StringView("darkWallpaperURL"),
+                                        StoredKey::Kind::string, QJsonValue::Undefined};
+// The record of the user's own desktop pictures is validated by its reader as a whole.
+inline const StoredKey originalURLs{QLatin1StringView("wallpaper.originalURLs"),
+                                    StoredKey::Kind::object, QJsonValue::Undefined};
+inline const StoredKey restoreOnLaunch{QLatin1StringView("pref.restoreOnLaunch"),
+                                       StoredKey::Kind::boolean, false};
+inline const StoredKey showInDock{QLatin1StringView("pref.showInDock"), StoredKey::Kind::boolean,
+                                  true};
+inline const StoredKey showInMenuBar{QLatin1StringView("pref.showInMenuBar"),
+                                     StoredKey::Kind::boolean, false};
+inline const StoredKey launchAtLogin{QLatin1StringView("pref.launchAtLogin"),
+                                     StoredKey::Kind::boolean, false};
+} // namespace StoredKeys

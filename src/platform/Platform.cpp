@@ -1,0 +1,153 @@
+// The platform holder and the degraded backends used where X11 offers nothing.
+#include "Platform.h"
+
+#include "AutostartLoginItems.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace {
+
+Platform* g_shared = nullptr;
+
+// Qt's screens without display ids: enough for layout where no X11 is available.
+class QtScreens final : public Screens {
+public:
+    QtScreens()
+    {
+        if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+            connect(app, &QGuiApplication::screenAdded, this, &Screens::screensChanged);
+            connect(app, &QGuiApplication::screenRemoved, this, &Screens::screensChanged);
+        }
+    }
+    QList<ScreenInfo> screens() const override
+    {
+        QList<ScreenInfo> result;
+        if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+            return result;
+        const QScreen* primary = QGuiApplication::primaryScreen();
+        if (!primary)
+            return result;
+        const QRect p = primary->geometry();
+        auto toBottomLeft = [&](QRect r) {
+            return QRectF(r.x() - p.x(), p.height() - (r.y() - p.y() + r.height()), r.width(),
+                          r.height());
+        };
+        for (const QScreen* screen : QGuiApplication::screens()) {
+            ScreenInfo info;
+            info.name = screen->name();
+            info.outputName = screen->name();
+            info.frame = toBottomLeft(screen->geometry());
+            info.visibleFrame = toBottomLeft(screen->availableGeometry());
+            info.backingScale = screen->devicePixelRatio();
+            result.append(info);
+        }
+        return result;
+    }
+};
+
+class NoWindowList final : public WindowList {
+public:
+    QList<WindowListEntry> onScreenWindows() const override { return {}; }
+};
+
+class NoCapture final : public ScreenCapture {
+public:
+    bool canCaptureScreen() const override { return false; }
+    bool requestCaptureAccess() override { return false; }
+    QImage captureDisplay(quint32) override { return {}; }
+};
+
+class NoDesktopPictures final : public DesktopPictures {
+public:
+    std::optional<QString> desktopPicture(const ScreenInfo&) const override { return {}; }
+    bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
+    QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
+};
+
+class NoDisplayModes final : public DisplayModes {
+public:
+    QList<quint32> onlineDisplays() const override { return {}; }
+    quint32 mainDisplay() const override { return 0; }
+    std::optional<PlatformDisplayMode> currentMode(quint32) const override { return {}; }
+    QList<PlatformDisplayMode> allModes(quint32) const override { return {}; }
+    bool switchMode(quint32, qint32) override { return false; }
+};
+
+class NoWindowControl final : public WindowControl {
+public:
+    bool canControlWindows() const override { return false; }
+    void requestWindowControl() override
+    {
+        qWarning("Quillet: moving other applications' windows needs an X11 session with a "
+                 "window manager that follows the EWMH conventions");
+    }
+    QList<ClientWindow> windows() const override { return {}; }
+    std::optional<QRectF> frame(quint64) const override { return {}; }
+    void setPosition(quint64, QPointF) override {}
+    void setSize(quint64, QSizeF) override {}
+    void minimize(quint64) override {}
+};
+
+class NoItemNames final : public ItemNames {
+public:
+    QList<NamedTrayElement> trayElements() const override { return {}; }
+};
+
+class LightAppearance final : public Appearance {
+public:
+    bool isDark() const override { return false; }
+};
+
+// No supported desktop program: no command is run at all.
+class NoDesktopIcons final : public DesktopIconsBackend {
+public:
+    void writeIconsHidden(bool) override {}
+    void restartDesktop() override {}
+};
+
+} // namespace
+
+Platform::Platform(Parts parts) : m_parts(withDegradedDefaults(std::move(parts))) {}
+
+Platform::~Platform() = default;
+
+Platform& Platform::shared()
+{
+    Q_ASSERT(g_shared);
+    return *g_shared;
+}
+
+void Platform::setShared(Platform* platform)
+{
+    g_shared = platform;
+}
+
+Platform::Parts withDegradedDefaults(Platform::Parts parts)
+{
+    if (parts.name.isEmpty())
+        parts.name = QStringLiteral("degraded");
+    if (!parts.screens)
+        parts.screens = std::make_unique<QtScreens>();
+    if (!parts.windowList)
+        parts.windowList = std::make_unique<NoWindowList>();
+    if (!parts.capture)
+        parts.capture = std::make_unique<NoCapture>();
+    if (!parts.desktopPictures)
+        parts.desktopPictures = std::make_unique<NoDesktopPictures>();
+    if (!parts.displayModes)
+        parts.displayModes = std::make_unique<NoDisplayModes>();
+    if (!parts.windowControl)
+        parts.windowControl = std::make_unique<NoWindowControl>();
+    if (!parts.itemNames)
+        parts.itemNames = std::make_unique<NoItemNames>();
+    if (!parts.appearance)
+        parts.appearance = std::make_unique<LightAppearance>();
+    if (!parts.loginItems)
+        parts.loginItems = std::make_unique<AutostartLoginItems>();
+    if (!parts.desktopIcons)
+        parts.desktopIcons = std::make_unique<NoDesktopIcons>();
+    if (!parts.processes)
+        parts.processes = std::make_unique<QtProcessRunner>();
+    return parts;
+}

@@ -1,0 +1,14 @@
+// Reading the screen's pixels, and whether the system allows it.
+#pragma once
+
+#include <QImage>
+
+class ScreenCapture {
+public:
+    virtual ~ScreenCapture() = default;
+    virtual bool canCaptureScreen() const = 0;
+    // Asks for access where the system can grant it; true when capturing is possible now.
+    virtual bool requestCaptureAccess() = 0;
+    // The display's image in device pixels, row 0 at the top; null on failure.
+    virtual QImage captureDisplay(quint32 displayId) = 0;
+};

@@ -1,0 +1,45 @@
+// Access to Qt's X connection and a small atom cache.
+#include "X11Connection.h"
+
+#include <QGuiApplication>
+#include <QHash>
+#include <cstdlib>
+
+namespace X11 {
+
+xcb_connection_t* connection()
+{
+    auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (!app)
+        return nullptr;
+    auto* x11 = app->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_window_t rootWindow()
+{
+    xcb_connection_t* c = connection();
+    if (!c)
+        return XCB_WINDOW_NONE;
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    return screen ? screen->root : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+xcb_atom_t atom(const char* name)
+{
+    static QHash<QByteArray, xcb_atom_t> cache;
+    const QByteArray key(name);
+    if (const auto found = cache.constFind(key); found != cache.constEnd())
+        return *found;
+    xcb_connection_t* c = connection();
+    if (!c)
+        return XCB_ATOM_NONE;
+    xcb_intern_atom_reply_t* reply =
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, key.size(), key.constData()), nullptr);
+    const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    std::free(reply);
+    cache.insert(key, result);
+    return result;
+}
+
+} // namespace X11

@@ -1,0 +1,232 @@
+// A platform for unit tests: each facility records what it was asked to do, and the test sets
+// what the system reports.
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QHash>
+#include <QStringList>
+#include <memory>
+
+class FakeScreens final : public Screens {
+public:
+    QList<ScreenInfo> list;
+    QList<ScreenInfo> screens() const override { return list; }
+    void announceChange() { emit screensChanged(); }
+};
+
+class FakeWindowList final : public WindowList {
+public:
+    QList<WindowListEntry> entries;
+    QList<WindowListEntry> onScreenWindows() const override { return entries; }
+};
+
+class FakeCapture final : public ScreenCapture {
+public:
+    bool allowed = true;
+    bool grantOnRequest = false;
+    QHash<quint32, QImage> images;
+    int captures = 0;
+    int requests = 0;
+    bool canCaptureScreen() const override { return allowed; }
+    bool requestCaptureAccess() override
+    {
+        ++requests;
+        if (grantOnRequest)
+            allowed = true;
+        return allowed;
+    }
+    QImage captureDisplay(quint32 id) override
+    {
+        ++captures;
+        return allowed ? images.value(id) : QImage();
+    }
+};
+
+class FakeDesktopPictures final : public DesktopPictures {
+public:
+    // Keyed by output name, as desktops keep them.
+    QHash<QString, QString> pictures;
+    QHash<QString, QImage> snapshots;
+    QList<QPair<QString, QString>> setRequests;
+    bool refuse = false;
+    std::optional<QString> desktopPicture(const ScreenInfo& s) const override
+    {
+        if (!pictures.contains(s.outputName))
+            return std::nullopt;
+        return pictures.value(s.outputName);
+    }
+    bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
+    {
+        setRequests.append({s.outputName, path});
+        if (refuse)
+            return false;
+        pictures.insert(s.outputName, path);
+        return true;
+    }
+    QImage snapshotDesktopPicture(const ScreenInfo& s) override { return snapshots.value(s.outputName); }
+};
+
+class FakeDisplayModes final : public DisplayModes {
+public:
+    QList<quint32> displays;
+    quint32 main = 0;
+    QHash<quint32, QList<PlatformDisplayMode>> modes;
+    QHash<quint32, qint32> current;
+    bool refuse = false;
+    // (display, mode id) of every switch asked for, refused or not.
+    QList<QPair<quint32, qint32>> switches;
+
+    QList<quint32> onlineDisplays() const override { return displays; }
+    quint32 mainDisplay() const override { return main; }
+    std::optional<PlatformDisplayMode> currentMode(quint32 display) const override
+    {
+        if (!current.contains(display))
+            return std::nullopt;
+        for (const PlatformDisplayMode& m : modes.value(display)) {
+            if (m.id == current.value(display))
+                return m;
+        }
+        return std::nullopt;
+    }
+    QList<PlatformDisplayMode> allModes(quint32 display) const override { return modes.value(display); }
+    bool switchMode(quint32 display, qint32 modeId) override
+    {
+        switches.append({display, modeId});
+        if (refuse)
+            return false;
+        current.insert(display, modeId);
+        return true;
+    }
+};
+
+class FakeWindowControl final : public WindowControl {
+public:
+    bool trusted = true;
+    QList<ClientWindow> list;
+    QHash<quint64, QRectF> frames;
+    int prompts = 0;
+    // "position <handle> x y", "size <handle> w h", "minimize <handle>".
+    QStringList log;
+
+    bool canControlWindows() const override { return trusted; }
+    void requestWindowControl() override { ++prompts; }
+    QList<ClientWindow> windows() const override { return trusted ? list : QList<ClientWindow>(); }
+    std::optional<QRectF> frame(quint64 handle) const override
+    {
+        if (!frames.contains(handle))
+            return std::nullopt;
+        return frames.value(handle);
+    }
+    void setPosition(quint64 handle, QPointF p) override
+    {
+        log << QStringLiteral("position %1 %2 %3").arg(handle).arg(p.x()).arg(p.y());
+        if (frames.contains(handle))
+            frames[handle].moveTopLeft(p);
+    }
+    void setSize(quint64 handle, QSizeF s) override
+    {
+        log << QStringLiteral("size %1 %2 %3").arg(handle).arg(s.width()).arg(s.height());
+        if (frames.contains(handle))
+            frames[handle].setSize(s);
+    }
+    void minimize(quint64 handle) override
+    {
+        log << QStringLiteral("minimize %1").arg(handle);
+        list.erase(std::remove_if(list.begin(), list.end(),
+                                  [handle](const ClientWindow& w) { return w.handle == handle; }),
+                   list.end());
+    }
+};
+
+class FakeItemNames final : public ItemNames {
+public:
+    QList<NamedTrayElement> elements;
+    QList<NamedTrayElement> trayElements() const override { return elements; }
+};
+
+class FakeAppearance final : public Appearance {
+public:
+    bool dark = false;
+    bool isDark() const override { return dark; }
+    void set(bool isDark)
+    {
+        dark = isDark;
+        emit appearanceChanged();
+    }
+};
+
+class FakeLoginItems final : public LoginItems {
+public:
+    Status current = Status::notRegistered;
+    QString failure; // non-empty: register/unregister fail with this text
+    int registrations = 0;
+    int unregistrations = 0;
+    Status status() const override { return current; }
+    bool registerItem(QString* error) override
+    {
+        ++registrations;
+        if (!failure.isEmpty()) {
+            *error = failure;
+            return false;
+        }
+        current = Status::enabled;
+        return true;
+    }
+    bool unregisterItem(QString* error) override
+    {
+        ++unregistrations;
+        if (!failure.isEmpty()) {
+            *error = failure;
+            return false;
+        }
+        current = Status::notRegistered;
+        return true;
+    }
+};
+
+class FakeDesktopIcons final : public DesktopIconsBackend {
+public:
+    // "hide", "show", "restart" in the order asked.
+    QStringList log;
+    void writeIconsHidden(bool hidden) override { log << (hidden ? QStringLiteral("hide") : QStringLiteral("show")); }
+    void restartDesktop() override { log << QStringLiteral("restart"); }
+};
+
+class FakeProcesses final : public ProcessRunner {
+public:
+    QList<QStringList> runs;
+    QList<QStringList> detached;
+    void run(const QString& program, const QStringList& arguments) override { runs.append(QStringList{program} + arguments); }
+    void startDetached(const QString& program, const QStringList& arguments) override
+    {
+        detached.append(QStringList{program} + arguments);
+    }
+};
+
+// Owns a Platform made of fakes and keeps typed pointers to them.
+class FakePlatform final {
+public:
+    FakePlatform();
+
+    Platform& platform() { return *m_platform; }
+    operator Platform&() { return *m_platform; }
+
+    // One 1440 × 900 monitor (display id 1, output "DP-1") with a 25-point panel.
+    void addStandardMonitor();
+
+    FakeScreens* screens;
+    FakeWindowList* windowList;
+    FakeCapture* capture;
+    FakeDesktopPictures* desktopPictures;
+    FakeDisplayModes* displayModes;
+    FakeWindowControl* windowControl;
+    FakeItemNames* itemNames;
+    FakeAppearance* appearance;
+    FakeLoginItems* loginItems;
+    FakeDesktopIcons* desktopIcons;
+    FakeProcesses* processes;
+
+private:
+    std::unique_ptr<Platform> m_platform;
+};

@@ -1,0 +1,283 @@
+// The app model: master switch, desktop choices, launch restore, permissions and the poll,
+// and the desktop-icon switch it drives.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "DesktopIcons.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
+#include "TestDirs.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct ModelFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
+    std::unique_ptr<Preferences> preferences;
+    std::unique_ptr<AppModel> model;
+
+    ModelFixture() { fake.addStandardMonitor(); }
+
+    AppModel& make()
+    {
+        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
+        model = std::make_unique<AppModel>(AppModel::Dependencies{
+            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        return *model;
+    }
+};
+
+} // namespace
+
+TEST(DesktopIcons, undoesOnlyWhatItHid)
+{
+    FakeDesktopIcons backend;
+    DesktopIcons icons(backend);
+
+    icons.restore();
+    EXPECT_TRUE(backend.log.isEmpty());
+
+    icons.setHidden(true);
+    icons.setHidden(true);
+    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "hide", "restart"}));
+    EXPECT_TRUE(icons.didHide());
+
+    backend.log.clear();
+    icons.restore();
+    icons.restore();
+    EXPECT_EQ(backend.log, QStringList({"show", "restart"}));
+
+    // Showing clears the flag, so a later restore has nothing to undo.
+    backend.log.clear();
+    icons.setHidden(true);
+    icons.setHidden(false);
+    icons.restore();
+    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "show", "restart"}));
+}
+
+TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
+{
+    const QString mine = dirs.root() + QStringLiteral("/mine.png");
+    QFile(mine).open(QIODevice::WriteOnly);
+    store->setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
+    store->setString(StoredKeys::lightWallpaperURL, mine);
+    store->setString(StoredKeys::darkWallpaperURL, dirs.root() + QStringLiteral("/gone.png"));
+
+    AppModel& m = make();
+    EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("Clock")}));
+    EXPECT_EQ(m.lightWallpaperURL(), mine);
+    EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
+    EXPECT_TRUE(m.enabled());
+    EXPECT_EQ(m.selectedDisplayID(), 1u);
+    EXPECT_EQ(m.currentWidth(), 1440);
+    EXPECT_EQ(m.wallpaper().lightURL, mine);
+    EXPECT_TRUE(m.canControlWindows());
+    EXPECT_TRUE(m.canCloneBar());
+}
+
+TEST_F(ModelFixture, masterSwitchSameValueDoesNothing)
+{
+    AppModel& m = make();
+    QSignalSpy spy(&m, &AppModel::published);
+    m.setEnabled(true);
+    EXPECT_EQ(spy.count(), 0);
+    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+    EXPECT_TRUE(fake.displayModes->switches.isEmpty());
+}
+
+TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
+{
+    AppModel& m = make();
+    m.setEnabled(false);
+    // Never hidden by us: switching off runs no command.
+    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+
+    m.setDesktopIconsHidden(true);
+    EXPECT_EQ(store->boolValue(StoredKeys::desktopIconsHidden), true);
+    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+
+    m.setEnabled(true);
+    EXPECT_EQ(fake.desktopIcons->log, QStringList({"hide", "restart"}));
+
+    fake.desktopIcons->log.clear();
+    m.setEnabled(false);
+    EXPECT_EQ(fake.desktopIcons->log, QStringList({"show", "restart"}));
+    // The choice survives the switch.
+    EXPECT_TRUE(m.desktopIconsHidden());
+}
+
+TEST_F(ModelFixture, switchingOnAppliesTheLastModeToTheDisplaySelectedNow)
+{
+    fake.displayModes->displays.append(2);
+    fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true}});
+    fake.displayModes->current.insert(2, 20);
+    AppModel& m = make();
+
+    const DisplayMode small{11, 1280, 800, 1280, 800, 60.0};
+    m.apply(small);
+    EXPECT_EQ(fake.displayModes->switches.last(), qMakePair(1u, 11));
+    m.setSelectedDisplayID(2);
+    fake.displayModes->switches.clear();
+
+    m.setEnabled(false);
+    // Every display goes back to its start-up mode.
+    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{1u, 10}, {2u, 20}}));
+    fake.displayModes->switches.clear();
+    m.setEnabled(true);
+    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{2u, 11}}));
+}
+
+TEST_F(ModelFixture, applyWhileOffOnlyRemembers)
+{
+    AppModel& m = make();
+    m.setEnabled(false);
+    fake.displayModes->switches.clear();
+    m.apply({11, 1280, 800, 1280, 800, 60.0});
+    EXPECT_TRUE(fake.displayModes->switches.isEmpty());
+    EXPECT_EQ(m.currentWidth(), 1280);
+    EXPECT_EQ(m.currentHeight(), 800);
+    EXPECT_EQ(m.lastAppliedMode()->id, 11);
+}
+
+TEST_F(ModelFixture, restorePreferenceOffReadsNoChoices)
+{
+    store->setString(StoredKeys::background, QStringLiteral("color"));
+    store->setBool(StoredKeys::desktopIconsHidden, true);
+    store->setString(StoredKeys::menuBarCover, QStringLiteral("entire"));
+    AppModel& m = make();
+    m.restoreIfEnabled();
+    EXPECT_EQ(m.background(), DesktopBackground::keep);
+    EXPECT_FALSE(m.desktopIconsHidden());
+    EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep);
+    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+}
+
+TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
+{
+    store->setBool(StoredKeys::restoreOnLaunch, true);
+    store->setString(StoredKeys::backgroundColor, QStringLiteral("#1E90FF"));
+    store->setString(StoredKeys::background, QStringLiteral("color"));
+    store->setBool(StoredKeys::desktopIconsHidden, true);
+    store->setString(StoredKeys::menuBarCover, QStringLiteral("items"));
+    store->setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
+    AppModel& m = make();
+    m.restoreIfEnabled();
+
+    EXPECT_EQ(m.backgroundColor(), (RgbColor{30 / 255.0, 144 / 255.0, 1.0, 1.0}));
+    // The push of the background already used the stored colour.
+    EXPECT_EQ(m.wallpaper().mode, DesktopBackground::color);
+    EXPECT_EQ(m.wallpaper().color, m.backgroundColor());
+    EXPECT_EQ(fake.desktopIcons->log, QStringList({"hide", "restart"}));
+    EXPECT_EQ(m.menuBarCover(), MenuBarCover::items);
+
+    // The stored item selection follows 0.6 s later.
+    QSignalSpy spy(&m, &AppModel::published);
+    scheduler.advance(599ms);
+    const auto selectionPublished = [&] {
+        return std::count_if(spy.begin(), spy.end(), [](const QList<QVariant>& args) {
+            return args.at(0).value<AppModel::Field>() == AppModel::Field::selectedItemIDs;
+        });
+    };
+    const auto before = selectionPublished();
+    scheduler.advance(1ms);
+    EXPECT_GT(selectionPublished(), before);
+}
+
+TEST_F(ModelFixture, wrongCaseStoredChoicesAreIgnored)
+{
+    store->setBool(StoredKeys::restoreOnLaunch, true);
+    store->setString(StoredKeys::menuBarCover, QStringLiteral("Entire"));
+    store->setString(StoredKeys::background, QStringLiteral("Image"));
+    AppModel& m = make();
+    m.restoreIfEnabled();
+    EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep);
+    EXPECT_EQ(m.background(), DesktopBackground::keep);
+    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("Entire"));
+}
+
+TEST_F(ModelFixture, clearedPictureIsForgottenUntilTheNextLaunch)
+{
+    AppModel& m = make();
+    m.setLightWallpaperURL(std::nullopt);
+    EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
+    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
+    model.reset();
+    AppModel& next = make();
+    EXPECT_EQ(next.lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
+}
+
+TEST_F(ModelFixture, accessibilityPollRunsOnceAndEndsWithOneRefresh)
+{
+    fake.windowControl->trusted = false;
+    AppModel& m = make();
+    m.requestAccessibility();
+    m.requestAccessibility();
+    EXPECT_EQ(fake.windowControl->prompts, 2);
+    EXPECT_EQ(m.accessibilityPollCount(), 30);
+    EXPECT_EQ(scheduler.activeCount(), 1);
+
+    scheduler.advance(29s);
+    EXPECT_EQ(m.accessibilityPollCount(), 1);
+    QSignalSpy spy(&m, &AppModel::published);
+    scheduler.advance(1s);
+    // Never granted: the poll ends after 30 ticks with one refresh of the permissions.
+    EXPECT_EQ(m.accessibilityPollCount(), 0);
+    EXPECT_EQ(scheduler.activeCount(), 0);
+    EXPECT_EQ(spy.count(), 3);
+}
+
+TEST_F(ModelFixture, grantingDuringThePollRefreshesWindowsAndItemsOnce)
+{
+    fake.windowControl->trusted = false;
+    fake.windowControl->list = {{101, QStringLiteral("Editor"), QStringLiteral("notes.txt")}};
+    AppModel& m = make();
+    EXPECT_TRUE(m.windows().isEmpty());
+    m.requestAccessibility();
+
+    scheduler.advance(3s);
+    fake.windowControl->trusted = true;
+    QSignalSpy spy(&m, &AppModel::published);
+    scheduler.advance(1s);
+    EXPECT_EQ(m.accessibilityPollCount(), 0);
+    EXPECT_TRUE(m.canControlWindows());
+    EXPECT_TRUE(m.canNameItems());
+    ASSERT_EQ(m.windows().size(), 1);
+    EXPECT_EQ(m.windows().first().menuLabel(), QStringLiteral("Editor \u2014 notes.txt"));
+    const auto windowsPublished = std::count_if(spy.begin(), spy.end(), [](const QList<QVariant>& args) {
+        return args.at(0).value<AppModel::Field>() == AppModel::Field::windows;
+    });
+    EXPECT_EQ(windowsPublished, 1);
+    scheduler.advance(60s);
+    EXPECT_EQ(scheduler.activeCount(), 0);
+}
+
+TEST_F(ModelFixture, deferredWorkDoesNothingOnceTheModelIsGone)
+{
+    fake.windowControl->trusted = false;
+    store->setBool(StoredKeys::restoreOnLaunch, true);
+    store->setString(StoredKeys::menuBarCover, QStringLiteral("items"));
+    AppModel& m = make();
+    m.restoreIfEnabled();
+    m.requestAccessibility();
+    model.reset();
+    scheduler.advance(60s);
+    EXPECT_EQ(scheduler.activeCount(), 0);
+}
+
+TEST_F(ModelFixture, everyAssignmentIsPublishedEvenWhenEqual)
+{
+    AppModel& m = make();
+    QSignalSpy spy(&m, &AppModel::published);
+    m.setBackground(DesktopBackground::keep);
+    m.setBackground(DesktopBackground::keep);
+    EXPECT_EQ(spy.count(), 2);
+    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
+}
