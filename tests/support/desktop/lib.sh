@@ -1,0 +1,226 @@
+# Helpers for integration tests on the virtual desktop. Source it from a bash test:
+#
+#   source "$(dirname "$0")/../support/desktop/lib.sh"
+#   qd_init "my_test"              # temp root, artifacts folder, cleanup on exit
+#   qd_start_desktop               # private Xfce desktop; exports DISPLAY, DBUS_SESSION_BUS_ADDRESS
+#   qd_new_home                    # fresh HOME and XDG_* folders for the next program
+#   qd_launch pid "$log" prog …    # start a program by PID with the test's environment
+#   qd_wait_for 10 "what" cmd …    # poll a condition
+#   qd_stop_process "$pid" TERM 10 # signal it, wait, exit status in QD_STATUS
+#   qd_check "what" cmd …          # record a failure and go on
+#   qd_finish                      # exit status of the test
+#
+# Every process started here is stopped by its PID when the test ends, whatever happens.
+
+QD_SUPPORT=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+QD_REPO=$(cd "$QD_SUPPORT/../../.." && pwd)
+QD_PYTHON=/usr/bin/python3
+QD_FAILURES=0
+QD_PIDS=()
+QD_DESKTOP_STATE=""
+QD_STATUS=""
+
+qd_log() { echo "[$(date +%H:%M:%S.%3N)] $*" >&2; }
+
+# Sets up the test's temporary root and artifacts folder and the cleanup on exit.
+# The test exits with 77 (skipped) when the desktop's programs are not installed.
+qd_init() { # TEST-NAME
+  QD_NAME=$1
+  local tool
+  for tool in Xvfb xfwm4 xfce4-panel xfdesktop xfconf-query dbus-daemon yad xdotool import; do
+    if ! command -v "$tool" >/dev/null; then
+      qd_log "SKIP: $tool is not installed (run scripts/setup)"
+      exit 77
+    fi
+  done
+  QD_TMP=$(mktemp -d "${TMPDIR:-/tmp}/quillet-test.XXXXXX")
+  QD_ARTIFACTS=${QUILLET_TEST_ARTIFACTS:-${TMPDIR:-/tmp}/quillet-test-artifacts}/$QD_NAME
+  rm -rf "$QD_ARTIFACTS"
+  mkdir -p "$QD_ARTIFACTS"
+  trap qd_cleanup EXIT
+  trap 'qd_log "interrupted"; exit 130' INT TERM
+}
+
+# Starts the virtual desktop for this test; extra arguments go to scripts/test-desktop start.
+# The desktop stops itself if this shell dies without cleaning up (for example on a timeout).
+qd_start_desktop() {
+  local exports
+  exports=$("$QD_REPO/scripts/test-desktop" start --owner-pid $$ "$@") || {
+    qd_log "FAIL: the virtual desktop did not start"
+    exit 1
+  }
+  eval "$exports"
+  QD_DESKTOP_STATE=$QUILLET_DESKTOP_STATE
+  unset WAYLAND_DISPLAY SESSION_MANAGER
+  export XDG_SESSION_TYPE=x11
+}
+
+qd_stop_desktop() {
+  [ -n "$QD_DESKTOP_STATE" ] || return 0
+  "$QD_REPO/scripts/test-desktop" stop "$QD_DESKTOP_STATE" || true
+  QD_DESKTOP_STATE=""
+}
+
+# Gives the programs started next a fresh HOME and XDG folders (runtime folder mode 0700).
+qd_new_home() {
+  local home
+  home=$(mktemp -d "$QD_TMP/home.XXXXXX")
+  mkdir -p "$home/.config" "$home/.local/share" "$home/.cache"
+  mkdir -m 0700 "$home/runtime"
+  export HOME=$home
+  export XDG_CONFIG_HOME=$home/.config XDG_DATA_HOME=$home/.local/share
+  export XDG_CACHE_HOME=$home/.cache XDG_RUNTIME_DIR=$home/runtime
+}
+
+# Starts COMMAND in the background as a child of this shell and stores its PID in VAR.
+# Signals a non-interactive shell ignores for its background jobs are reset to their defaults,
+# stdin is /dev/null and the output goes to LOG (never to a pipe another process may hold).
+qd_launch() { # VAR LOG COMMAND...
+  local var=$1 log=$2
+  shift 2
+  env --default-signal=INT,QUIT,TERM,HUP "$@" </dev/null >>"$log" 2>&1 &
+  local pid=$!
+  QD_PIDS+=("$pid")
+  printf -v "$var" %s "$pid"
+  qd_log "started: $* (pid $pid, log $log)"
+}
+
+# True while PID runs (a zombie counts as ended).
+qd_running() { # PID
+  local stat
+  { read -r stat <"/proc/$1/stat"; } 2>/dev/null || return 1
+  stat=${stat##*) }
+  [ "${stat%% *}" != Z ]
+}
+
+# Sends SIGNAL to PID (a child started with qd_launch), waits up to TIMEOUT seconds and puts its
+# exit status in QD_STATUS (128+n when a signal ended it). Returns 1 and kills it on timeout.
+qd_stop_process() { # PID SIGNAL TIMEOUT
+  local pid=$1 signal=$2 timeout=$3 deadline
+  deadline=$(($(date +%s%N) + timeout * 1000000000))
+  QD_STATUS=""
+  kill "-$signal" "$pid" 2>/dev/null || true
+  while qd_running "$pid"; do
+    if (($(date +%s%N) > deadline)); then
+      qd_log "pid $pid did not exit within ${timeout}s of SIG$signal; killing it"
+      kill -KILL "$pid" 2>/dev/null || true
+      wait "$pid" 2>/dev/null || true
+      qd_forget "$pid"
+      return 1
+    fi
+    sleep 0.05
+  done
+  local status=0
+  wait "$pid" 2>/dev/null || status=$?
+  QD_STATUS=$status
+  qd_forget "$pid"
+}
+
+qd_forget() { # PID
+  local i
+  for i in "${!QD_PIDS[@]}"; do
+    [ "${QD_PIDS[$i]}" != "$1" ] || unset "QD_PIDS[$i]"
+  done
+}
+
+# Polls COMMAND every 0.1 s until it succeeds or TIMEOUT seconds pass (then returns 1).
+qd_wait_for() { # TIMEOUT DESCRIPTION COMMAND...
+  local timeout=$1 what=$2 deadline
+  shift 2
+  deadline=$(($(date +%s%N) + timeout * 1000000000))
+  until "$@" >/dev/null 2>&1; do
+    if (($(date +%s%N) > deadline)); then
+      qd_log "timed out after ${timeout}s waiting for $what"
+      return 1
+    fi
+    sleep 0.1
+  done
+}
+
+# Screenshot of the whole desktop, or of one window when an id is given.
+qd_screenshot() { # FILE [WINDOW-ID]
+  import -window "${2:-root}" "$1"
+}
+
+# Value of an xfconf property of the test desktop; prints nothing when it does not exist.
+qd_xfconf_get() { # CHANNEL PROPERTY
+  xfconf-query -c "$1" -p "$2" 2>/dev/null || true
+}
+
+# X probe: owner SELECTION | wm | windows [--type T] | tray-icons | name-windows REGEX
+qd_xprobe() {
+  "$QD_PYTHON" "$QD_SUPPORT/xprobe.py" "$@"
+}
+
+# PID that owns the (first) desktop window, or nothing.
+qd_desktop_pid() {
+  qd_xprobe windows --type desktop 2>/dev/null | sed -n '1s/.* pid=\([0-9]*\) .*/\1/p'
+}
+
+# A desktop window owned by a running process other than NOT-PID exists.
+qd_desktop_window_other_than() { # NOT-PID
+  local pid
+  pid=$(qd_desktop_pid)
+  [ -n "$pid" ] && [ "$pid" != "$1" ] && qd_running "$pid"
+}
+
+qd_fail() { # MESSAGE
+  QD_FAILURES=$((QD_FAILURES + 1))
+  qd_log "FAIL: $*"
+  if [ -n "$QD_DESKTOP_STATE" ]; then
+    local shot
+    shot=$QD_ARTIFACTS/failure-$QD_FAILURES.png
+    qd_screenshot "$shot" 2>/dev/null && qd_log "screenshot: $shot"
+  fi
+}
+
+qd_pass() { qd_log "ok: $*"; }
+
+# Records a failure when COMMAND fails; the test goes on.
+qd_check() { # DESCRIPTION COMMAND...
+  local what=$1
+  shift
+  if "$@"; then qd_pass "$what"; else qd_fail "$what"; fi
+}
+
+qd_check_eq() { # DESCRIPTION EXPECTED ACTUAL
+  if [ "$2" = "$3" ]; then
+    qd_pass "$1 ($3)"
+  else
+    qd_fail "$1: expected '$2', got '$3'"
+  fi
+}
+
+qd_section() { qd_log "=== $*"; }
+
+qd_cleanup() {
+  local status=$? pid
+  trap - EXIT INT TERM
+  for pid in "${QD_PIDS[@]}"; do
+    if qd_running "$pid"; then
+      qd_log "stopping leftover pid $pid"
+      qd_stop_process "$pid" TERM 5 || true
+    fi
+  done
+  if [ "$status" != 0 ] && [ -n "$QD_DESKTOP_STATE" ] && [ -d "$QD_DESKTOP_STATE/log" ]; then
+    cp -r "$QD_DESKTOP_STATE/log" "$QD_ARTIFACTS/desktop-logs" 2>/dev/null || true
+  fi
+  qd_stop_desktop
+  if [ "$status" != 0 ] && [ -d "$QD_TMP" ]; then
+    # Program logs (*.log directly in the temp root) help explain a failure.
+    cp "$QD_TMP"/*.log "$QD_ARTIFACTS/" 2>/dev/null || true
+    qd_log "artifacts: $QD_ARTIFACTS"
+  fi
+  [ -z "${QD_TMP:-}" ] || rm -rf "$QD_TMP"
+  exit "$status"
+}
+
+# Ends the test: exit status 0 when no check failed.
+qd_finish() {
+  if [ "$QD_FAILURES" = 0 ]; then
+    qd_log "PASS: $QD_NAME"
+    exit 0
+  fi
+  qd_log "FAILED: $QD_NAME ($QD_FAILURES failed checks)"
+  exit 1
+}
