@@ -38,10 +38,11 @@ stop_quillet() { # SIGNAL
 }
 
 # The launch hides the icons and restarts xfdesktop; the signal shows them and restarts it again.
-hidden_at_launch_then_shown_on() { # SIGNAL
+hidden_at_launch_then_shown_on() { # SIGNAL [fresh: leave the style property as the desktop has it]
   local signal=$1
   qd_section "icons hidden at launch, shown again on SIG$signal"
   qd_new_home
+  [ "${2:-}" = fresh ] || set_style 2
   write_defaults '{"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true}'
   local before_style desktop_before desktop_hidden
   before_style=$(style)
@@ -116,7 +117,7 @@ corrupt_settings_are_moved_aside() {
   fi
 }
 
-hidden_at_launch_then_shown_on TERM
+hidden_at_launch_then_shown_on TERM fresh
 hidden_at_launch_then_shown_on INT
 users_own_hidden_icons_stay_hidden
 corrupt_settings_are_moved_aside
