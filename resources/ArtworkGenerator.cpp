@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QRadialGradient>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -14,18 +15,15 @@ struct Palette {
     QColor top, bottom, glow, waveA, waveB;
 };
 
+// A gentle band: two slow sine swells summed, so the edge never repeats visibly.
 QPainterPath wave(double width, double height, double baseline, double amplitude, double phase)
 {
     QPainterPath path;
     path.moveTo(0, height);
-    path.lineTo(0, baseline);
-    const int steps = 8;
-    for (int i = 0; i < steps; ++i) {
-        const double x0 = width * i / steps;
-        const double x1 = width * (i + 1) / steps;
-        const double lift = ((i + int(phase)) % 2 == 0 ? -1.0 : 1.0) * amplitude;
-        path.cubicTo(x0 + (x1 - x0) / 3, baseline + lift, x0 + 2 * (x1 - x0) / 3, baseline + lift, x1,
-                     baseline);
+    for (int x = 0; x <= int(width); x += 8) {
+        const double t = x / width * 2 * M_PI;
+        const double y = baseline + amplitude * (std::sin(t * 1.3 + phase) + 0.45 * std::sin(t * 3.1 + phase * 2));
+        path.lineTo(x, y);
     }
     path.lineTo(width, height);
     path.closeSubpath();
@@ -51,9 +49,9 @@ QImage draw(const Palette& palette)
 
     p.setPen(Qt::NoPen);
     p.setBrush(palette.waveA);
-    p.drawPath(wave(w, h, h * 0.70, h * 0.05, 0));
+    p.drawPath(wave(w, h, h * 0.66, h * 0.06, 0.4));
     p.setBrush(palette.waveB);
-    p.drawPath(wave(w, h, h * 0.80, h * 0.04, 1));
+    p.drawPath(wave(w, h, h * 0.80, h * 0.05, 2.1));
     return image;
 }
 

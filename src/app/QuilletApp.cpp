@@ -1,13 +1,19 @@
 // Start-up and shutdown of the program.
 #include "QuilletApp.h"
 
+#include "SingleInstance.h"
 #include "core/AppModel.h"
 #include "core/Preferences.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
+#include "platform/x11/X11WindowState.h"
 #include "ui/MainWindow.h"
+#include "ui/StatusItemController.h"
+#include "ui/UpdaterController.h"
+#include "ui/WindowAccess.h"
 
 #include <QApplication>
+#include <QSessionManager>
 #include <QSocketNotifier>
 #include <csignal>
 #include <sys/socket.h>
@@ -18,7 +24,7 @@ int g_signalPipe[2] = {-1, -1};
 
 void onTerminationSignal(int signal)
 {
-    // Only async-signal-safe work here: the event loop reads the pipe and quits.
+    // Only async-signal-safe work here: the event loop reads the socket and quits.
     const char byte = static_cast<char>(signal);
     [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[0], &byte, 1);
 }
@@ -30,6 +36,8 @@ QuilletApp::QuilletApp(QObject* parent) : QObject(parent), m_platform(createPlat
     ShellHooks::setShared(this);
     installSignalHandlers();
     connect(qApp, &QCoreApplication::aboutToQuit, this, &QuilletApp::restoreDesktop);
+    // The end of the desktop session may not give us an orderly quit afterwards.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { restoreDesktop(); });
 }
 
 QuilletApp::~QuilletApp()
@@ -37,32 +45,54 @@ QuilletApp::~QuilletApp()
     ShellHooks::setShared(nullptr);
 }
 
+bool QuilletApp::becomeTheRunningInstance()
+{
+    m_instance = new SingleInstance(this);
+    if (m_instance->forwardToRunningInstance())
+        return false;
+    m_instance->listen();
+    connect(m_instance, &SingleInstance::reopenRequested, this, [] {
+        if (WindowAccess::shared().opener)
+            WindowAccess::shared().opener();
+    });
+    return true;
+}
+
 void QuilletApp::start()
 {
-    m_mainWindow = std::make_unique<MainWindow>(AppModel::shared());
+    m_mainWindow = std::make_unique<MainWindow>(AppModel::shared(), Preferences::shared());
+    // The desktop hints go on every native window the main window gets.
+    connect(m_mainWindow.get(), &MainWindow::windowShown, this,
+            [this] { X11::setSkipTaskbar(m_mainWindow->windowHandle(), !m_showInTaskbar); });
+    WindowAccess::shared().opener = [this] {
+        if (m_mainWindow)
+            m_mainWindow->reopen();
+    };
     m_mainWindow->show();
+
     Preferences::shared().apply();
     AppModel::shared().restoreIfEnabled();
+    UpdaterController::shared();
 }
 
 void QuilletApp::setTaskbarPresence(bool shown)
 {
-    if (m_mainWindow)
-        m_mainWindow->setTaskbarPresence(shown);
+    m_showInTaskbar = shown;
+    if (m_mainWindow && m_mainWindow->windowHandle())
+        X11::setSkipTaskbar(m_mainWindow->windowHandle(), !shown);
 }
 
 void QuilletApp::bringToFront()
 {
-    if (!m_mainWindow)
-        return;
-    m_mainWindow->show();
-    m_mainWindow->raise();
-    m_mainWindow->activateWindow();
+    if (m_mainWindow && m_mainWindow->isVisible()) {
+        m_mainWindow->raise();
+        m_mainWindow->activateWindow();
+    }
 }
 
 void QuilletApp::setStatusItemVisible(bool visible)
 {
-    Q_UNUSED(visible);
+    StatusItemController::shared().setVisible(visible);
 }
 
 void QuilletApp::installSignalHandlers()

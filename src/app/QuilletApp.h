@@ -1,5 +1,5 @@
-// The application shell: start-up order, the quit sequence that puts the desktop back, and
-// quitting cleanly on termination signals.
+// The application shell: start-up order, single instance, the tray icon, taskbar presence,
+// and the quit sequence that puts the desktop back.
 #pragma once
 
 #include "core/ShellHooks.h"
@@ -9,6 +9,7 @@
 
 class MainWindow;
 class Platform;
+class SingleInstance;
 class QSocketNotifier;
 
 class QuilletApp final : public QObject, public ShellHooks {
@@ -17,7 +18,9 @@ public:
     explicit QuilletApp(QObject* parent = nullptr);
     ~QuilletApp() override;
 
-    // Builds the window and runs the launch sequence; call once the event loop can start.
+    // False when another instance runs: it was asked to reopen its window and we should exit.
+    bool becomeTheRunningInstance();
+    // Builds the windows and runs the launch sequence.
     void start();
 
     // ShellHooks
@@ -32,6 +35,8 @@ private:
 
     std::unique_ptr<Platform> m_platform;
     std::unique_ptr<MainWindow> m_mainWindow;
+    SingleInstance* m_instance = nullptr;
     QSocketNotifier* m_signalNotifier = nullptr;
+    bool m_showInTaskbar = true;
     bool m_restored = false;
 };

@@ -7,12 +7,14 @@ int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillet"));
-    QApplication::setOrganizationName(QStringLiteral("Quillet"));
+    QApplication::setApplicationVersion(QStringLiteral(QUILLET_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("quillet"));
-    // Closing the main window leaves the program running (tray, reopen).
+    // Closing the main window leaves the program running (tray icon, reopen request).
     QApplication::setQuitOnLastWindowClosed(false);
 
     QuilletApp app;
+    if (!app.becomeTheRunningInstance())
+        return 0;
     app.start();
     return QApplication::exec();
 }

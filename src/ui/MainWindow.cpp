@@ -1,25 +1,95 @@
-// The main window frame; the cards inside it are built by ContentView.
+// The main window frame and its menu; the cards inside it are built by ContentView.
 #include "MainWindow.h"
 
+#include "AppIcon.h"
+#include "PreferencesView.h"
+#include "UpdaterController.h"
 #include "core/AppModel.h"
 
+#include <QApplication>
 #include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QVBoxLayout>
 
-MainWindow::MainWindow(AppModel& model, QWidget* parent) : QMainWindow(parent), m_model(model)
+#ifndef QUILLET_VERSION
+#define QUILLET_VERSION "0.0.0"
+#endif
+
+MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* parent)
+    : QMainWindow(parent), m_model(model), m_preferences(preferences)
 {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Quillet"));
+    setWindowIcon(appIcon());
     auto* placeholder = new QLabel(QStringLiteral("Quillet"), this);
     placeholder->setAlignment(Qt::AlignCenter);
     placeholder->setMinimumSize(632, 400);
     setCentralWidget(placeholder);
+    buildMenu();
 }
 
-void MainWindow::setTaskbarPresence(bool shown)
+void MainWindow::buildMenu()
 {
-    // Qt::Tool windows are left out of taskbars and pagers by EWMH window managers.
-    const bool visible = isVisible();
-    setWindowFlag(Qt::Tool, !shown);
-    if (visible)
+    m_appMenu = menuBar()->addMenu(QStringLiteral("Quillet"));
+    m_appMenu->addAction(QStringLiteral("About Quillet"), this, [this] {
+        QMessageBox::about(this, QStringLiteral("About Quillet"),
+                           QStringLiteral("<b>Quillet</b> %1<br>Makes the screen presentable for "
+                                          "screenshots, recordings and demos, and puts "
+                                          "everything back afterwards.")
+                               .arg(QStringLiteral(QUILLET_VERSION)));
+    });
+    QAction* updates = m_appMenu->addAction(QStringLiteral("Check for Updates\u2026"), this,
+                                            [this] { UpdaterController::shared().checkForUpdates(this); });
+    updates->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
+    m_appMenu->addSeparator();
+    QAction* settings = m_appMenu->addAction(QStringLiteral("Settings\u2026"), this, &MainWindow::openSettings);
+    settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    m_appMenu->addSeparator();
+    QAction* quit = m_appMenu->addAction(QStringLiteral("Quit Quillet"), qApp, &QCoreApplication::quit);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutContext(Qt::ApplicationShortcut);
+}
+
+QWidget* MainWindow::settingsWindow()
+{
+    if (!m_settings) {
+        // A top-level window of its own, not a child dialog: it stays when the main window closes.
+        auto* window = new QWidget(nullptr, Qt::Window);
+        window->setAttribute(Qt::WA_QuitOnClose, false);
+        window->setObjectName(QStringLiteral("settings"));
+        window->setWindowTitle(QStringLiteral("Quillet Settings"));
+        window->setWindowIcon(appIcon());
+        auto* layout = new QVBoxLayout(window);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(new PreferencesView(m_preferences, window));
+        layout->setSizeConstraint(QLayout::SetFixedSize);
+        connect(this, &QObject::destroyed, window, &QObject::deleteLater);
+        m_settings = window;
+    }
+    return m_settings;
+}
+
+void MainWindow::openSettings()
+{
+    QWidget* window = settingsWindow();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void MainWindow::reopen()
+{
+    if (isMinimized())
+        showNormal();
+    else
         show();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    emit windowShown();
 }

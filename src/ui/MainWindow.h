@@ -1,18 +1,37 @@
-// The main window: "Quillet", object name "main".
+// The main window: "Quillet", object name "main", with the application menu.
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 
 class AppModel;
+class Preferences;
+class QMenu;
 
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
-    explicit MainWindow(AppModel& model, QWidget* parent = nullptr);
+    MainWindow(AppModel& model, Preferences& preferences, QWidget* parent = nullptr);
 
-    // Off: skip-taskbar and skip-pager; on: an ordinary window.
-    void setTaskbarPresence(bool shown);
+    // Brings the window forward, reopening it if it was closed.
+    void reopen();
+    // The settings window, created on first use.
+    QWidget* settingsWindow();
+    void openSettings();
+    QMenu* applicationMenu() const { return m_appMenu; }
+
+signals:
+    // Emitted when the native window exists or is recreated, so its desktop hints can be set.
+    void windowShown();
+
+protected:
+    void showEvent(QShowEvent* event) override;
 
 private:
+    void buildMenu();
+
     AppModel& m_model;
+    Preferences& m_preferences;
+    QMenu* m_appMenu = nullptr;
+    QPointer<QWidget> m_settings;
 };

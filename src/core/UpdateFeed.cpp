@@ -1,0 +1,52 @@
+// Update feed reading with QXmlStreamReader.
+#include "UpdateFeed.h"
+
+#include <QXmlStreamReader>
+
+namespace UpdateFeed {
+
+std::optional<Release> newestRelease(const QByteArray& xml, QString* error)
+{
+    QXmlStreamReader reader(xml);
+    std::optional<Release> newest;
+    Release current;
+    bool inItem = false;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement()) {
+            const auto name = reader.name();
+            if (name == QLatin1String("item")) {
+                inItem = true;
+                current = Release{};
+            } else if (inItem && name == QLatin1String("version")) {
+                current.version = QVersionNumber::fromString(reader.readElementText().trimmed());
+            } else if (inItem && name == QLatin1String("title")) {
+                current.title = reader.readElementText().trimmed();
+            } else if (inItem && name == QLatin1String("link")) {
+                current.link = QUrl(reader.readElementText().trimmed());
+            }
+        } else if (reader.isEndElement() && reader.name() == QLatin1String("item")) {
+            inItem = false;
+            if (!current.version.isNull() && (!newest || current.version > newest->version))
+                newest = current;
+        }
+    }
+    if (reader.hasError()) {
+        if (error)
+            *error = QStringLiteral("The update feed could not be read: %1.").arg(reader.errorString());
+        return std::nullopt;
+    }
+    if (!newest && error)
+        *error = QStringLiteral("The update feed lists no release.");
+    return newest;
+}
+
+Verdict compare(const QVersionNumber& running, const Release& newest)
+{
+    if (newest.version > running)
+        return {true, QStringLiteral("Quillet %1 is available (you have %2).")
+                          .arg(newest.version.toString(), running.toString())};
+    return {false, QStringLiteral("Quillet %1 is up to date.").arg(running.toString())};
+}
+
+} // namespace UpdateFeed

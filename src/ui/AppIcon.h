@@ -1,0 +1,9 @@
+// The program's icon: a quill with sparkles, from the icon theme or drawn by us.
+#pragma once
+
+#include <QIcon>
+
+// The application icon ("quillet" in the icon theme, else drawn).
+QIcon appIcon();
+// The tray icon: a sparkles symbol.
+QIcon trayIcon();

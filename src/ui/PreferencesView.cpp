@@ -1,0 +1,106 @@
+// Four rows, each a switch whose label is the title over a dimmed, wrapping explanation.
+#include "PreferencesView.h"
+
+#include "core/Preferences.h"
+
+#include <QCheckBox>
+#include <QFrame>
+#include <QGridLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int kFormWidth = 420;
+}
+
+PreferencesView::PreferencesView(Preferences& prefs, QWidget* parent) : QWidget(parent), m_prefs(prefs)
+{
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(20, 20, 20, 20);
+    // One grouped section holding the rows.
+    auto* section = new QFrame(this);
+    section->setFrameShape(QFrame::StyledPanel);
+    section->setAutoFillBackground(true);
+    section->setBackgroundRole(QPalette::Base);
+    auto* rows = new QVBoxLayout(section);
+    rows->setContentsMargins(14, 10, 14, 10);
+    rows->setSpacing(12);
+    outer->addWidget(section);
+
+    const struct {
+        const char* title;
+        const char* detail;
+        bool (Preferences::*get)() const;
+        void (Preferences::*set)(bool);
+    } table[] = {
+        {"Restore settings on launch",
+         "Re-apply your last desktop, background, and menu-bar choices when Quillet opens.",
+         &Preferences::restoreOnLaunch, &Preferences::setRestoreOnLaunch},
+        {"Show in Dock",
+         "Hide the Dock icon to run as a background utility (use the menu bar to reopen).",
+         &Preferences::showInDock, &Preferences::setShowInDock},
+        {"Show in menu bar", "Add a menu-bar item to show the window or quit.",
+         &Preferences::showInMenuBar, &Preferences::setShowInMenuBar},
+        {"Launch at login", "Open Quillet automatically when you log in.",
+         &Preferences::launchAtLogin, &Preferences::setLaunchAtLogin},
+    };
+    for (const auto& entry : table) {
+        QCheckBox* toggle = row(QString::fromUtf8(entry.title), QString::fromUtf8(entry.detail),
+                                entry.get, entry.set);
+        rows->addWidget(toggle->parentWidget());
+    }
+
+    connect(&m_prefs, &Preferences::changed, this, &PreferencesView::refresh);
+    refresh();
+    setFixedWidth(kFormWidth);
+    // As tall as the rows need at that width (the explanations wrap), and no taller.
+    layout()->activate();
+    setFixedHeight(layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kFormWidth)
+                                                 : layout()->totalSizeHint().height());
+}
+
+QCheckBox* PreferencesView::row(const QString& title, const QString& detail,
+                                bool (Preferences::*get)() const, void (Preferences::*set)(bool))
+{
+    auto* container = new QWidget(this);
+    auto* grid = new QGridLayout(container);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setHorizontalSpacing(12);
+    grid->setVerticalSpacing(2);
+
+    auto* titleLabel = new QLabel(title, container);
+    auto* detailLabel = new QLabel(detail, container);
+    detailLabel->setWordWrap(true);
+    QFont caption = detailLabel->font();
+    caption.setPointSizeF(caption.pointSizeF() * 0.85);
+    detailLabel->setFont(caption);
+    detailLabel->setForegroundRole(QPalette::PlaceholderText);
+
+    auto* toggle = new QCheckBox(container);
+    toggle->setAccessibleName(title);
+    toggle->setAccessibleDescription(detail);
+    toggle->setObjectName(title);
+    titleLabel->setBuddy(toggle);
+
+    grid->addWidget(titleLabel, 0, 0);
+    grid->addWidget(detailLabel, 1, 0);
+    grid->addWidget(toggle, 0, 1, 2, 1, Qt::AlignRight | Qt::AlignVCenter);
+    grid->setColumnStretch(0, 1);
+
+    connect(toggle, &QCheckBox::clicked, this, [this, set](bool on) { (m_prefs.*set)(on); });
+    m_rows.append({toggle, get});
+    return toggle;
+}
+
+QCheckBox* PreferencesView::toggle(const QString& title) const
+{
+    return findChild<QCheckBox*>(title);
+}
+
+void PreferencesView::refresh()
+{
+    for (const auto& [toggle, get] : std::as_const(m_rows)) {
+        const QSignalBlocker block(toggle);
+        toggle->setChecked((m_prefs.*get)());
+    }
+}

@@ -1,0 +1,29 @@
+// "Check for Updates…": reads the update feed in the background and tells the user.
+#pragma once
+
+#include <QObject>
+#include <QUrl>
+
+class QNetworkAccessManager;
+class QWidget;
+
+class UpdaterController final : public QObject {
+    Q_OBJECT
+public:
+    // `feed` empty: QUILLET_UPDATE_FEED_URL from the environment, else the built-in feed.
+    explicit UpdaterController(QUrl feed = {}, QObject* parent = nullptr);
+
+    static UpdaterController& shared();
+
+    QUrl feedUrl() const { return m_feed; }
+    // Starts a check; the answer comes as `finished` and, with a dialog parent, in a message box.
+    void checkForUpdates(QWidget* dialogParent = nullptr);
+
+signals:
+    void finished(bool newer, const QString& message, const QUrl& link);
+
+private:
+    QUrl m_feed;
+    QNetworkAccessManager* m_network;
+    bool m_busy = false;
+};

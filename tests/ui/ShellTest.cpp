@@ -1,0 +1,186 @@
+// The shell's widgets: the settings rows and their bindings, the application menu, the tray
+// menu, and the update feed's verdicts.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
+#include "TestDirs.h"
+#include "UpdateFeed.h"
+#include "platform/AutostartLoginItems.h"
+#include "ui/MainWindow.h"
+#include "ui/PreferencesView.h"
+#include "ui/StatusItemController.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QFile>
+#include <QLabel>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+QStringList actionTexts(const QMenu* menu)
+{
+    QStringList texts;
+    for (const QAction* action : menu->actions())
+        texts << (action->isSeparator() ? QStringLiteral("---") : action->text());
+    return texts;
+}
+
+} // namespace
+
+TEST(PreferencesView, rowsInOrderBoundToThePreferences)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    AutostartLoginItems login;
+    Preferences prefs(store, login, nullptr);
+    PreferencesView view(prefs);
+    view.show();
+
+    const QStringList titles{"Restore settings on launch", "Show in Dock", "Show in menu bar", "Launch at login"};
+    int previousY = -1;
+    for (const QString& title : titles) {
+        QCheckBox* toggle = view.toggle(title);
+        ASSERT_NE(toggle, nullptr) << title.toStdString();
+        EXPECT_EQ(toggle->accessibleName(), title);
+        const int y = toggle->mapTo(&view, QPoint()).y();
+        EXPECT_GT(y, previousY);
+        previousY = y;
+    }
+    EXPECT_EQ(view.width(), 420);
+    EXPECT_EQ(view.minimumHeight(), view.maximumHeight());
+    // Explanations wrap but are never cut: every label gets the height it needs.
+    for (const QLabel* label : view.findChildren<QLabel*>())
+        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
+
+    EXPECT_TRUE(view.toggle("Show in Dock")->isChecked());
+    QTest::mouseClick(view.toggle("Show in Dock"), Qt::LeftButton);
+    EXPECT_FALSE(prefs.showInDock());
+    EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
+
+    // Turning "Launch at login" on writes the autostart entry; off removes it.
+    QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
+    EXPECT_TRUE(QFile::exists(login.entryPath()));
+    QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
+    EXPECT_FALSE(QFile::exists(login.entryPath()));
+
+    // A change made elsewhere shows at once.
+    prefs.setRestoreOnLaunch(true);
+    EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
+}
+
+TEST(PreferencesView, failedLoginItemLeavesTheToggleOn)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    FakeLoginItems login;
+    login.failure = QStringLiteral("denied");
+    Preferences prefs(store, login, nullptr);
+    PreferencesView view(prefs);
+    view.show();
+    QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
+    EXPECT_TRUE(view.toggle("Launch at login")->isChecked());
+}
+
+struct ShellFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    DefaultsStore store{dirs.defaultsPath()};
+    std::unique_ptr<Preferences> prefs;
+    std::unique_ptr<AppModel> model;
+
+    ShellFixture()
+    {
+        fake.addStandardMonitor();
+        prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
+        model = std::make_unique<AppModel>(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
+    }
+};
+
+TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
+{
+    MainWindow window(*model, *prefs);
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillet"));
+    EXPECT_EQ(window.objectName(), QStringLiteral("main"));
+    ASSERT_NE(window.applicationMenu(), nullptr);
+    EXPECT_EQ(window.applicationMenu()->title(), QStringLiteral("Quillet"));
+    EXPECT_EQ(actionTexts(window.applicationMenu()),
+              QStringList({"About Quillet", "Check for Updates\u2026", "---", "Settings\u2026", "---", "Quit Quillet"}));
+    const auto actions = window.applicationMenu()->actions();
+    EXPECT_EQ(actions[3]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    EXPECT_EQ(actions[5]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+
+    // Settings… opens a window holding the preferences; closing the main window keeps it.
+    actions[3]->trigger();
+    QWidget* settings = window.settingsWindow();
+    EXPECT_TRUE(settings->isVisible());
+    EXPECT_NE(settings->findChild<PreferencesView*>(), nullptr);
+    window.show();
+    window.close();
+    EXPECT_TRUE(settings->isVisible());
+    window.reopen();
+    EXPECT_TRUE(window.isVisible());
+}
+
+TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
+{
+    StatusItemController tray([this]() -> AppModel& { return *model; });
+    tray.setVisible(true);
+    ASSERT_NE(tray.menu(), nullptr);
+    EXPECT_EQ(actionTexts(tray.menu()), QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
+    EXPECT_EQ(tray.item()->toolTip(), QStringLiteral("Quillet"));
+
+    emit tray.menu()->aboutToShow();
+    EXPECT_TRUE(tray.enabledItem()->isChecked());
+    tray.enabledItem()->trigger();
+    EXPECT_FALSE(model->enabled());
+    emit tray.menu()->aboutToShow();
+    EXPECT_FALSE(tray.enabledItem()->isChecked());
+
+    QPointer<QMenu> oldMenu = tray.menu();
+    tray.setVisible(false);
+    EXPECT_EQ(tray.item(), nullptr);
+    EXPECT_EQ(tray.enabledItem(), nullptr);
+    EXPECT_TRUE(oldMenu.isNull());
+    tray.setVisible(true);
+    EXPECT_NE(tray.menu(), nullptr);
+    tray.setVisible(true);
+    EXPECT_NE(tray.item(), nullptr);
+}
+
+TEST(UpdateFeed, newestReleaseAndVerdict)
+{
+    const QByteArray feed = R"(<?xml version="1.0"?><rss><channel>
+        <item><title>Quillet 0.2</title><version>0.2.0</version><link>https://example.org/0.2</link></item>
+        <item><title>Quillet 0.10</title><version>0.10.1</version><link>https://example.org/0.10</link></item>
+        <item><title>no version</title></item>
+        </channel></rss>)";
+    QString error;
+    const auto newest = UpdateFeed::newestRelease(feed, &error);
+    ASSERT_TRUE(newest.has_value());
+    // Versions compare by number, not as text.
+    EXPECT_EQ(newest->version, QVersionNumber(0, 10, 1));
+    EXPECT_EQ(newest->link, QUrl("https://example.org/0.10"));
+    EXPECT_TRUE(UpdateFeed::compare(QVersionNumber(0, 9), *newest).newer);
+    const auto same = UpdateFeed::compare(QVersionNumber(0, 10, 1), *newest);
+    EXPECT_FALSE(same.newer);
+    EXPECT_EQ(same.message, QStringLiteral("Quillet 0.10.1 is up to date."));
+
+    EXPECT_FALSE(UpdateFeed::newestRelease("<rss><channel>", &error).has_value());
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_FALSE(UpdateFeed::newestRelease("<rss><channel></channel></rss>", &error).has_value());
+    EXPECT_EQ(error, QStringLiteral("The update feed lists no release."));
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
