@@ -137,9 +137,18 @@ qd_wait_for() { # TIMEOUT DESCRIPTION COMMAND...
   done
 }
 
-# Screenshot of the whole desktop, or of one window when an id is given.
+# Screenshot of the whole desktop, or of one window with its frame when an id is given.
 qd_screenshot() { # FILE [WINDOW-ID]
-  import -window "${2:-root}" "$1"
+  if [ -n "${2:-}" ]; then
+    import -frame -window "$2" "$1"
+  else
+    import -window root "$1"
+  fi
+}
+
+# Id of the first visible window whose title matches REGEX (for example '^Quillet$').
+qd_window_by_name() { # REGEX
+  xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1
 }
 
 # Value of an xfconf property of the test desktop; prints nothing when it does not exist.
@@ -206,7 +215,7 @@ qd_cleanup() {
     cp -r "$QD_DESKTOP_STATE/log" "$QD_ARTIFACTS/desktop-logs" 2>/dev/null || true
   fi
   qd_stop_desktop
-  if [ "$status" != 0 ] && [ -d "$QD_TMP" ]; then
+  if [ "$status" != 0 ] && [ -d "${QD_TMP:-}" ]; then
     # Program logs (*.log directly in the temp root) help explain a failure.
     cp "$QD_TMP"/*.log "$QD_ARTIFACTS/" 2>/dev/null || true
     qd_log "artifacts: $QD_ARTIFACTS"
