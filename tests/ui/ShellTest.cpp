@@ -11,6 +11,7 @@
 #include "ui/MainWindow.h"
 #include "ui/PreferencesView.h"
 #include "ui/StatusItemController.h"
+#include "ui/UpdaterController.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -18,6 +19,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QSystemTrayIcon>
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -176,6 +178,31 @@ TEST(UpdateFeed, newestReleaseAndVerdict)
     EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(UpdateFeed::newestRelease("<rss><channel></channel></rss>", &error).has_value());
     EXPECT_EQ(error, QStringLiteral("The update feed lists no release."));
+}
+
+TEST(UpdaterController, readsTheFeedInTheBackgroundAndReportsFailures)
+{
+    TestDirs dirs;
+    const QString feedPath = dirs.root() + QStringLiteral("/feed.xml");
+    QFile feed(feedPath);
+    ASSERT_TRUE(feed.open(QIODevice::WriteOnly));
+    feed.write("<rss><channel><item><version>99.0</version><link>https://example.org/99</link></item></channel></rss>");
+    feed.close();
+
+    UpdaterController updater(QUrl::fromLocalFile(feedPath));
+    QSignalSpy spy(&updater, &UpdaterController::finished);
+    updater.checkForUpdates();
+    ASSERT_TRUE(spy.wait(5000));
+    EXPECT_TRUE(spy.at(0).at(0).toBool());
+    EXPECT_TRUE(spy.at(0).at(1).toString().startsWith(QStringLiteral("Quillet 99.0 is available")));
+    EXPECT_EQ(spy.at(0).at(2).toUrl(), QUrl("https://example.org/99"));
+
+    UpdaterController broken(QUrl::fromLocalFile(dirs.root() + QStringLiteral("/missing.xml")));
+    QSignalSpy brokenSpy(&broken, &UpdaterController::finished);
+    broken.checkForUpdates();
+    ASSERT_TRUE(brokenSpy.wait(5000));
+    EXPECT_FALSE(brokenSpy.at(0).at(0).toBool());
+    EXPECT_TRUE(brokenSpy.at(0).at(1).toString().startsWith(QStringLiteral("Could not check for updates:")));
 }
 
 int main(int argc, char** argv)
