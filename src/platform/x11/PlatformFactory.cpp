@@ -36,10 +36,21 @@ public:
 
 } // namespace
 
+namespace {
+// Under Wayland an X connection reaches only XWayland, whose root window is not the screen the
+// user sees: acting on it would change the wrong things, so the X11 backends stay off.
+bool isWaylandSession()
+{
+    return qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") ||
+           qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+}
+} // namespace
+
 std::unique_ptr<Platform> createPlatform()
 {
     Platform::Parts parts;
-    const bool x11 = QGuiApplication::platformName() == QLatin1String("xcb") && X11::connection();
+    const bool x11 = QGuiApplication::platformName() == QLatin1String("xcb") && X11::connection() &&
+                     !isWaylandSession();
     if (x11) {
         parts.name = QStringLiteral("x11");
         parts.capture = std::make_unique<X11Capture>();
