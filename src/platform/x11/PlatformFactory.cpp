@@ -2,7 +2,9 @@
 #include "PlatformFactory.h"
 
 #include "X11Connection.h"
+#include "X11ItemNames.h"
 #include "X11Probes.h"
+#include "X11WindowList.h"
 #include "XfceDesktopIcons.h"
 #include "platform/Platform.h"
 
@@ -55,6 +57,8 @@ std::unique_ptr<Platform> createPlatform()
         parts.name = QStringLiteral("x11");
         parts.capture = std::make_unique<X11Capture>();
         parts.windowControl = std::make_unique<X11WindowControl>();
+        parts.windowList = std::make_unique<X11WindowList>();
+        parts.itemNames = std::make_unique<X11ItemNames>();
         parts.processes = std::make_unique<QtProcessRunner>();
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
