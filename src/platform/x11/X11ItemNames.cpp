@@ -4,6 +4,7 @@
 #include "X11ItemNames.h"
 
 #include "X11Connection.h"
+#include "X11Replies.h"
 #include "X11TrayIcons.h"
 #include "X11WindowFacts.h"
 
@@ -17,7 +18,9 @@ constexpr auto sourceLimit = 250ms;
 QList<NamedTrayElement> X11ItemNames::trayElements() const
 {
     QList<NamedTrayElement> result;
-    xcb_connection_t* c = X11::connection();
+    if (!X11::connection())
+        return result;
+    xcb_connection_t* c = X11::scanConnection();
     if (!c || xcb_connection_has_error(c))
         return result;
     const QPoint origin =

@@ -1,11 +1,30 @@
 // Deadline-bounded waiting for X replies on Qt's connection.
 #include "X11Replies.h"
 
+#include "X11Connection.h"
+
 #include <algorithm>
 #include <poll.h>
 #include <xcb/xcbext.h>
 
 namespace X11 {
+
+xcb_connection_t* scanConnection()
+{
+    static xcb_connection_t* own = nullptr;
+    if (own && xcb_connection_has_error(own)) {
+        xcb_disconnect(own);
+        own = nullptr;
+    }
+    if (!own) {
+        xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+        if (xcb_connection_has_error(c))
+            xcb_disconnect(c);
+        else
+            own = c;
+    }
+    return own ? own : connection();
+}
 
 void* replyBefore(xcb_connection_t* c, unsigned int sequence, const QDeadlineTimer& deadline)
 {
@@ -21,9 +40,10 @@ void* replyBefore(xcb_connection_t* c, unsigned int sequence, const QDeadlineTim
             xcb_discard_reply(c, sequence);
             return nullptr;
         }
-        // Qt's event thread may read the answer first; short waits keep that from costing much.
+        // On Qt's shared connection its event thread may read the answer first: wait briefly.
+        const qint64 slice = c == connection() ? 1 : deadline.remainingTime();
         pollfd p{xcb_get_file_descriptor(c), POLLIN, 0};
-        poll(&p, 1, int(std::clamp<qint64>(deadline.remainingTime(), 0, 1)));
+        poll(&p, 1, int(std::clamp<qint64>(slice, 0, 1000)));
     }
 }
 

@@ -18,6 +18,10 @@ struct FreeDeleter {
 };
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 
+// A connection of the scans' own to the display Qt uses (Qt's when none can be opened): with
+// no other thread reading it, waiting on its socket ends exactly when a reply arrives.
+xcb_connection_t* scanConnection();
+
 // The reply to the request with this sequence number, or null on an error or when the deadline
 // passes first (the reply is then discarded when it comes).
 void* replyBefore(xcb_connection_t* c, unsigned int sequence, const QDeadlineTimer& deadline);

@@ -60,7 +60,9 @@ QRectF frameOf(const X11::WindowFacts& f)
 QList<WindowListEntry> X11WindowList::onScreenWindows() const
 {
     QList<WindowListEntry> result;
-    xcb_connection_t* c = X11::connection();
+    if (!X11::connection())
+        return result;
+    xcb_connection_t* c = X11::scanConnection();
     if (!c || xcb_connection_has_error(c))
         return result;
     const xcb_window_t root = X11::rootWindow();
