@@ -19,6 +19,8 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QHash>
 #include <algorithm>
@@ -37,20 +39,33 @@ struct Caller {
     int timeoutMs;
     QDeadlineTimer deadline;
 
-    // The reply's arguments, or nothing on an error, a timeout or when the deadline passed.
+    // Sends a call without waiting; calls sent together are answered in parallel.
+    QDBusPendingCall start(const QDBusConnection& bus, const QString& service, const QString& path,
+                           const QString& interface, const QString& method,
+                           const QVariantList& args = {}) const
+    {
+        if (deadline.hasExpired() || !bus.isConnected())
+            return QDBusPendingCall::fromError(QDBusError(QDBusError::Timeout, QString()));
+        QDBusMessage m = QDBusMessage::createMethodCall(service, path, interface, method);
+        m.setArguments(args);
+        const int timeout = int(std::min<qint64>(timeoutMs, deadline.remainingTime()));
+        return bus.asyncCall(m, std::max(timeout, 1));
+    }
+
+    // The reply's arguments, or nothing on an error or a timeout.
+    static QVariantList finish(QDBusPendingCall call)
+    {
+        call.waitForFinished();
+        if (call.isError())
+            return {};
+        return call.reply().arguments();
+    }
+
     QVariantList call(const QDBusConnection& bus, const QString& service, const QString& path,
                       const QString& interface, const QString& method,
                       const QVariantList& args = {}) const
     {
-        if (deadline.hasExpired() || !bus.isConnected())
-            return {};
-        QDBusMessage m = QDBusMessage::createMethodCall(service, path, interface, method);
-        m.setArguments(args);
-        const int timeout = int(std::min<qint64>(timeoutMs, deadline.remainingTime()));
-        const QDBusMessage r = bus.call(m, QDBus::Block, std::max(timeout, 1));
-        if (r.type() != QDBusMessage::ReplyMessage)
-            return {};
-        return r.arguments();
+        return finish(start(bus, service, path, interface, method, args));
     }
 };
 
@@ -117,12 +132,9 @@ struct AccessibleRef {
     QString path;
 };
 
-QList<AccessibleRef> children(const Caller& caller, const QDBusConnection& bus,
-                              const AccessibleRef& node)
+QList<AccessibleRef> parseChildren(const QVariantList& reply)
 {
     QList<AccessibleRef> result;
-    const QVariantList reply =
-        caller.call(bus, node.bus, node.path, accessibleInterface, QStringLiteral("GetChildren"));
     if (reply.isEmpty() || reply.first().userType() != qMetaTypeId<QDBusArgument>())
         return result;
     const QDBusArgument arg = reply.first().value<QDBusArgument>();
@@ -140,29 +152,20 @@ QList<AccessibleRef> children(const Caller& caller, const QDBusConnection& bus,
     return result;
 }
 
-bool isShowing(const Caller& caller, const QDBusConnection& bus, const AccessibleRef& node)
+bool parseShowing(const QVariantList& reply)
 {
-    const QVariantList reply =
-        caller.call(bus, node.bus, node.path, accessibleInterface, QStringLiteral("GetState"));
     if (reply.isEmpty())
         return false;
     QList<quint32> words;
-    if (reply.first().userType() == qMetaTypeId<QDBusArgument>()) {
-        const QDBusArgument arg = reply.first().value<QDBusArgument>();
-        arg >> words;
-    } else {
+    if (reply.first().userType() == qMetaTypeId<QDBusArgument>())
+        reply.first().value<QDBusArgument>() >> words;
+    else
         words = reply.first().value<QList<quint32>>();
-    }
     return !words.isEmpty() && (words.first() & (1u << showingState));
 }
 
-std::optional<QRect> extents(const Caller& caller, const QDBusConnection& bus,
-                             const AccessibleRef& node)
+std::optional<QRect> parseExtents(const QVariantList& reply)
 {
-    // Coordinate type 0: screen (root) coordinates.
-    const QVariantList reply =
-        caller.call(bus, node.bus, node.path, QStringLiteral("org.a11y.atspi.Component"),
-                    QStringLiteral("GetExtents"), {QVariant::fromValue(quint32(0))});
     if (reply.isEmpty() || reply.first().userType() != qMetaTypeId<QDBusArgument>())
         return std::nullopt;
     int x = 0, y = 0, w = 0, h = 0;
@@ -170,6 +173,7 @@ std::optional<QRect> extents(const Caller& caller, const QDBusConnection& bus,
     arg.beginStructure();
     arg >> x >> y >> w >> h;
     arg.endStructure();
+    // Widgets that are not shown report a 1 × 1 rectangle far off screen.
     if (w <= 1 || h <= 1)
         return std::nullopt;
     return QRect(x, y, w, h);
@@ -190,32 +194,50 @@ quint32 syntheticId(const AccessibleRef& node)
 QList<StatusIcon> statusButtons(const Caller& caller, const QDBusConnection& bus,
                                 const QList<QByteArray>& roots)
 {
-    QList<AccessibleRef> pending;
+    QList<AccessibleRef> level;
     for (const QByteArray& root : roots) {
         // "<bus>:<path>"; unique bus names themselves start with a colon.
         const qsizetype split = root.indexOf(":/");
         if (split > 0)
-            pending.append(
+            level.append(
                 {QString::fromUtf8(root.left(split)), QString::fromUtf8(root.mid(split + 1))});
     }
+    // Breadth first; the calls for one level are sent together.
     QList<StatusIcon> buttons;
     int visited = 0;
-    while (!pending.isEmpty() && ++visited <= maxAccessibleNodes && !caller.deadline.hasExpired()) {
-        const AccessibleRef node = pending.takeFirst();
-        const QVariantList role =
-            caller.call(bus, node.bus, node.path, accessibleInterface, QStringLiteral("GetRole"));
-        if (role.value(0).toUInt() == pushButtonRole) {
-            if (!isShowing(caller, bus, node))
-                continue;
-            if (const auto rect = extents(caller, bus, node)) {
-                StatusIcon icon;
-                icon.id = syntheticId(node);
-                icon.rootRect = *rect;
-                buttons.append(icon);
-            }
-            continue;
+    while (!level.isEmpty() && visited < maxAccessibleNodes && !caller.deadline.hasExpired()) {
+        visited += int(level.size());
+        QList<QDBusPendingCall> roles, kids;
+        for (const AccessibleRef& node : std::as_const(level)) {
+            roles.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                      QStringLiteral("GetRole")));
+            kids.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                     QStringLiteral("GetChildren")));
         }
-        pending.append(children(caller, bus, node));
+        QList<AccessibleRef> next, found;
+        for (qsizetype i = 0; i < level.size(); ++i) {
+            const QList<AccessibleRef> children = parseChildren(Caller::finish(kids[i]));
+            if (Caller::finish(roles[i]).value(0).toUInt() == pushButtonRole)
+                found.append(level[i]);
+            else
+                next.append(children);
+        }
+        QList<QDBusPendingCall> states, rects;
+        for (const AccessibleRef& node : std::as_const(found)) {
+            states.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                       QStringLiteral("GetState")));
+            // Coordinate type 0: screen (root) coordinates.
+            rects.append(
+                caller.start(bus, node.bus, node.path, QStringLiteral("org.a11y.atspi.Component"),
+                             QStringLiteral("GetExtents"), {QVariant::fromValue(quint32(0))}));
+        }
+        for (qsizetype i = 0; i < found.size(); ++i) {
+            const bool showing = parseShowing(Caller::finish(states[i]));
+            const std::optional<QRect> rect = parseExtents(Caller::finish(rects[i]));
+            if (showing && rect)
+                buttons.append(StatusIcon{syntheticId(found[i]), *rect, 0, {}, {}});
+        }
+        level = next;
     }
     std::stable_sort(buttons.begin(), buttons.end(), [](const StatusIcon& a, const StatusIcon& b) {
         return a.rootRect.x() < b.rootRect.x();
@@ -265,25 +287,32 @@ QList<RegisteredItem> registeredItems(const Caller& caller)
         session, watcher, QStringLiteral("/StatusNotifierWatcher"), propertiesInterface,
         QStringLiteral("Get"), {watcher, QStringLiteral("RegisteredStatusNotifierItems")});
     const QStringList entries = stringList(reply.value(0));
-    QList<RegisteredItem> items;
+    struct Pending {
+        QDBusPendingCall properties;
+        QDBusPendingCall pid;
+    };
+    QList<Pending> pending;
     for (const QString& entry : entries) {
         // "service/path", or a bare service with the default path.
         const qsizetype slash = entry.indexOf(QLatin1Char('/'));
         const QString service = slash < 0 ? entry : entry.left(slash);
         const QString path = slash < 0 ? QStringLiteral("/StatusNotifierItem") : entry.mid(slash);
+        pending.append({caller.start(session, service, path, propertiesInterface,
+                                     QStringLiteral("GetAll"), {itemInterface}),
+                        caller.start(session, QStringLiteral("org.freedesktop.DBus"),
+                                     QStringLiteral("/org/freedesktop/DBus"),
+                                     QStringLiteral("org.freedesktop.DBus"),
+                                     QStringLiteral("GetConnectionUnixProcessID"), {service})});
+    }
+    QList<RegisteredItem> items;
+    for (const Pending& p : std::as_const(pending)) {
         RegisteredItem item;
         item.registration = int(items.size());
-        const QVariantList all = caller.call(session, service, path, propertiesInterface,
-                                             QStringLiteral("GetAll"), {itemInterface});
-        const QVariantMap properties = variantMap(all.value(0));
+        const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
         item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
         item.title = unwrap(properties.value(QStringLiteral("Title"))).toString();
         item.toolTipTitle = toolTipTitle(properties.value(QStringLiteral("ToolTip")));
-        const QVariantList pid = caller.call(
-            session, QStringLiteral("org.freedesktop.DBus"),
-            QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-            QStringLiteral("GetConnectionUnixProcessID"), {service});
-        item.pid = pid.value(0).toLongLong();
+        item.pid = Caller::finish(p.pid).value(0).toLongLong();
         items.append(item);
     }
     return items;
