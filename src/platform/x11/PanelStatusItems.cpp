@@ -12,8 +12,10 @@
 //   items of the same Id appear newest first. Items listed in hidden-items are not shown
 //   unless the arrow is expanded.
 // The buttons carry nothing that names their item, so they are matched to the watcher's items
-// by that order; when the counts do not agree the icons are listed without names.
+// by that order (StatusItemOrder); when that is uncertain the icons are listed without names.
 #include "PanelStatusItems.h"
+
+#include "StatusItemOrder.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -250,7 +252,6 @@ struct RegisteredItem {
     qint64 pid = 0;
     QString title;
     QString toolTipTitle;
-    int registration = 0;
 };
 
 QString toolTipTitle(const QVariant& value)
@@ -307,7 +308,6 @@ QList<RegisteredItem> registeredItems(const Caller& caller)
     QList<RegisteredItem> items;
     for (const Pending& p : std::as_const(pending)) {
         RegisteredItem item;
-        item.registration = int(items.size());
         const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
         item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
         item.title = unwrap(properties.value(QStringLiteral("Title"))).toString();
@@ -362,37 +362,15 @@ QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::mi
     if (icons.isEmpty())
         return icons;
 
-    QList<RegisteredItem> items = registeredItems(caller);
+    const QList<RegisteredItem> items = registeredItems(caller);
     const TrayOrder order = trayOrder(caller);
-    // Names missing from the list (for example while the panel saves it) sort last.
-    auto rank = [&](const RegisteredItem& item) {
-        const qsizetype i = order.known.indexOf(item.id);
-        return i < 0 ? order.known.size() : i;
-    };
-    std::stable_sort(items.begin(), items.end(),
-                     [&](const RegisteredItem& a, const RegisteredItem& b) {
-                         if (rank(a) != rank(b))
-                             return rank(a) < rank(b);
-                         return a.registration > b.registration;
-                     });
-    QList<RegisteredItem> shown;
-    for (const RegisteredItem& item : std::as_const(items)) {
-        if (!order.hidden.contains(item.id))
-            shown.append(item);
-    }
-    // With the arrow expanded the hidden items are shown too.
-    const QList<RegisteredItem>* matched = icons.size() == shown.size()   ? &shown
-                                           : icons.size() == items.size() ? &items
-                                                                          : nullptr;
-    // Without the panel's order only a single item is certain; an item that did not tell its
-    // Id has no known place, which makes every place a guess.
-    if (!matched || (order.known.isEmpty() && matched->size() > 1))
-        return icons;
-    if (std::any_of(matched->begin(), matched->end(),
-                    [](const RegisteredItem& i) { return i.id.isEmpty(); }))
-        return icons;
-    for (qsizetype i = 0; i < icons.size(); ++i) {
-        const RegisteredItem& item = matched->at(i);
+    QStringList ids;
+    for (const RegisteredItem& item : items)
+        ids << item.id;
+    const QList<qsizetype> shown =
+        StatusItemOrder::match(icons.size(), ids, order.known, order.hidden);
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        const RegisteredItem& item = items.at(shown[i]);
         icons[i].pid = item.pid;
         icons[i].title = item.title;
         icons[i].toolTipTitle = item.toolTipTitle;
