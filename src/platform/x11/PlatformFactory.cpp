@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 #include "X11Probes.h"
+#include "X11Screens.h"
 #include "XfceDesktopIcons.h"
 #include "platform/Platform.h"
 
@@ -53,6 +54,7 @@ std::unique_ptr<Platform> createPlatform()
                      !isWaylandSession();
     if (x11) {
         parts.name = QStringLiteral("x11");
+        parts.screens = std::make_unique<X11Screens>();
         parts.capture = std::make_unique<X11Capture>();
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.processes = std::make_unique<QtProcessRunner>();
