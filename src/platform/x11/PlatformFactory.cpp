@@ -2,6 +2,7 @@
 #include "PlatformFactory.h"
 
 #include "X11Connection.h"
+#include "X11DisplayModes.h"
 #include "X11Probes.h"
 #include "X11Screens.h"
 #include "XfceDesktopIcons.h"
@@ -55,6 +56,7 @@ std::unique_ptr<Platform> createPlatform()
     if (x11) {
         parts.name = QStringLiteral("x11");
         parts.screens = std::make_unique<X11Screens>();
+        parts.displayModes = std::make_unique<X11DisplayModes>();
         parts.capture = std::make_unique<X11Capture>();
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.processes = std::make_unique<QtProcessRunner>();
