@@ -69,14 +69,22 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   start_screen=$(screen_size)
   qd_log "start: DUMMY0 $start_left ($left), DUMMY1 $start_right ($right), screen $start_screen"
 
+  # The right monitor names itself in its EDID; the left one has none and goes by its output.
+  "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "Studio 27"
   drv_start two
-  qd_check_eq "displays: both outputs by XID, the primary one main" \
-    "display $left main=1 name=DUMMY0;display $right main=0 name=DUMMY1;selected $left;" \
+  qd_check_eq "displays: both outputs by XID, the primary one main, EDID name else output" \
+    "display $left main=1 name=DUMMY0;display $right main=0 name=Studio 27;selected $left;" \
     "$(drv displays | tr '\n' ';')"
   strut=$(top_strut)
   qd_check_eq "screens: frames in bottom-left points, the panel's strut cut from the left one only" \
-    "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1 name=DUMMY0;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1 name=DUMMY1;" \
+    "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1 name=DUMMY0;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1 name=Studio 27;" \
     "$(drv screens | tr '\n' ';')"
+  "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$left" "Left Panel"
+  for _ in $(seq 50); do
+    drv screens | grep -q "name=Left Panel$" && break
+    sleep 0.1
+  done
+  qd_check "a monitor's new EDID is read again" bash -c "grep -q '^[0-9]* screen $left DUMMY0 .*name=Left Panel$' '$drv_log'"
   modes=$(drv modes)
   qd_check_eq "modes: largest first, one per size" "mode 3840x2160" "$(echo "$modes" | head -n 1 | cut -d' ' -f1,2)"
   qd_check_eq "modes: no size twice" "" "$(echo "$modes" | cut -d' ' -f2 | sort | uniq -d)"

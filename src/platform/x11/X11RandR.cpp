@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 
+#include <QHash>
 #include <cstdlib>
 #include <memory>
 
@@ -14,14 +15,20 @@ struct FreeDeleter {
 };
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 
+// Atom names never change while the server runs.
 QString atomName(xcb_connection_t* c, xcb_atom_t atom)
 {
+    static QHash<xcb_atom_t, QString> cache;
+    if (const auto found = cache.constFind(atom); found != cache.constEnd())
+        return *found;
     Reply<xcb_get_atom_name_reply_t> reply(
         xcb_get_atom_name_reply(c, xcb_get_atom_name(c, atom), nullptr));
     if (!reply)
         return {};
-    return QString::fromUtf8(xcb_get_atom_name_name(reply.get()),
-                             xcb_get_atom_name_name_length(reply.get()));
+    const QString name = QString::fromUtf8(xcb_get_atom_name_name(reply.get()),
+                                           xcb_get_atom_name_name_length(reply.get()));
+    cache.insert(atom, name);
+    return name;
 }
 } // namespace
 

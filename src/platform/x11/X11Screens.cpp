@@ -198,6 +198,8 @@ bool X11Screens::nativeEventFilter(const QByteArray& eventType, void* message, q
     // screens, so the report waits until the event has been handled.
     if (m_randrBase != 0 && (type == m_randrBase + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
                              type == m_randrBase + XCB_RANDR_NOTIFY)) {
+        // A monitor plugged into the same output brings its own EDID.
+        m_names.clear();
         scheduleChanged();
     } else if (type == XCB_PROPERTY_NOTIFY) {
         // A panel that changes its struts changes the visible frames; the window manager
@@ -207,6 +209,15 @@ bool X11Screens::nativeEventFilter(const QByteArray& eventType, void* message, q
             scheduleChanged();
     }
     return false;
+}
+
+QPair<QString, QString> X11Screens::names(quint32 output) const
+{
+    if (const auto found = m_names.constFind(output); found != m_names.constEnd())
+        return *found;
+    const QPair<QString, QString> result{X11::outputName(output), X11::edidProductName(output)};
+    m_names.insert(output, result);
+    return result;
 }
 
 QList<ScreenInfo> X11Screens::screens() const
@@ -227,10 +238,10 @@ QList<ScreenInfo> X11Screens::screens() const
         if (!monitor.outputs.isEmpty()) {
             const xcb_randr_output_t output = monitor.outputs.first();
             s.info.displayId = output;
-            const QString name = X11::outputName(output);
-            if (!name.isEmpty())
-                s.info.outputName = name;
-            s.info.name = X11::edidProductName(output);
+            const auto [outputName, productName] = names(output);
+            if (!outputName.isEmpty())
+                s.info.outputName = outputName;
+            s.info.name = productName;
         }
         if (s.info.name.isEmpty())
             s.info.name = s.info.outputName;

@@ -5,6 +5,7 @@
 #include "platform/Screens.h"
 
 #include <QAbstractNativeEventFilter>
+#include <QHash>
 #include <QTimer>
 
 class X11Screens final : public Screens, public QAbstractNativeEventFilter {
@@ -19,8 +20,11 @@ public:
 
 private:
     void scheduleChanged();
+    // The output's name and the monitor's product name, read once per configuration.
+    QPair<QString, QString> names(quint32 output) const;
 
     // Several notifications arrive for one reconfiguration: they are reported once.
     QTimer m_changed;
     quint8 m_randrBase = 0;
+    mutable QHash<quint32, QPair<QString, QString>> m_names;
 };
