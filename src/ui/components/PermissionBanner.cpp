@@ -21,7 +21,9 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     m_label = new QLabel(text, this);
     m_label->setFont(Look::caption());
     m_label->setWordWrap(true);
-    m_label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    QSizePolicy wrapping(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    wrapping.setHeightForWidth(true);
+    m_label->setSizePolicy(wrapping);
     m_grant = new QPushButton(grantTitle(), this);
     m_grant->setAccessibleName(grantTitle());
     m_grant->setAccessibleDescription(text);
