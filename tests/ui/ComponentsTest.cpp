@@ -7,14 +7,23 @@
 #include "ui/components/ResolutionTile.h"
 #include "ui/components/ScreenThumb.h"
 #include "ui/components/SectionCard.h"
+#include "ui/components/WallpaperWell.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QDropEvent>
+#include <QEnterEvent>
+#include <QFileDialog>
 #include <QGridLayout>
 #include <QLabel>
+#include <QMimeData>
+#include <QPainter>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <QToolButton>
 #include <gtest/gtest.h>
 
 namespace {
@@ -52,6 +61,25 @@ int countDiffering(const QImage& image, const QRect& area, const QColor& backgro
         }
     }
     return count;
+}
+
+// A small landscape picture for the sheet.
+QString sheetPicture()
+{
+    static QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("dusk.png"));
+    QImage image(160, 100, QImage::Format_RGB32);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 0, 100);
+    sky.setColorAt(0, QColor(40, 30, 90));
+    sky.setColorAt(1, QColor(230, 120, 80));
+    painter.fillRect(image.rect(), sky);
+    painter.setBrush(QColor(30, 40, 30));
+    painter.setPen(Qt::NoPen);
+    painter.drawEllipse(QRect(-40, 70, 260, 80));
+    painter.end();
+    image.save(file);
+    return file;
 }
 
 } // namespace
@@ -244,6 +272,123 @@ TEST(SectionCardAndBanner, structureAndTexts)
     EXPECT_GT(banner.heightForWidth(260), banner.heightForWidth(800));
 }
 
+TEST(WallpaperWell, dropsTakeTheFirstFileOnly)
+{
+    WallpaperWell well(QStringLiteral("Light"), std::nullopt);
+    well.show();
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    const QPointF centre = WallpaperWell::wellRect(well.width()).center();
+
+    QMimeData two;
+    two.setUrls({QUrl::fromLocalFile(QStringLiteral("/pictures/first.png")),
+                 QUrl::fromLocalFile(QStringLiteral("/pictures/second.png"))});
+    QDragEnterEvent enter(centre.toPoint(), Qt::CopyAction, &two, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(centre, Qt::CopyAction, &two, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &drop);
+    ASSERT_EQ(picks.count(), 1);
+    EXPECT_EQ(picks.at(0).at(0).toString(), QStringLiteral("/pictures/first.png"));
+
+    // An empty drop, or one of web addresses, is refused and changes nothing.
+    QMimeData empty;
+    QDragEnterEvent emptyEnter(centre.toPoint(), Qt::CopyAction, &empty, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &emptyEnter);
+    EXPECT_FALSE(emptyEnter.isAccepted());
+    QDropEvent emptyDrop(centre, Qt::CopyAction, &empty, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &emptyDrop);
+    QMimeData web;
+    web.setUrls({QUrl(QStringLiteral("https://example.org/a.png"))});
+    QDropEvent webDrop(centre, Qt::CopyAction, &web, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &webDrop);
+    EXPECT_EQ(picks.count(), 1);
+}
+
+TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("red.png"));
+    QImage red(120, 40, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    ASSERT_TRUE(red.save(file));
+
+    WallpaperWell well(QStringLiteral("Dark"), std::nullopt);
+    well.show();
+    const QRectF wellArea = WallpaperWell::wellRect(well.width());
+    auto hover = [&](QPointF at) {
+        QEnterEvent enter(at, well.mapToGlobal(at), well.mapToGlobal(at));
+        QApplication::sendEvent(&well, &enter);
+    };
+    auto leave = [&] {
+        QEvent event(QEvent::Leave);
+        QApplication::sendEvent(&well, &event);
+    };
+    hover(wellArea.center());
+    EXPECT_TRUE(well.isHovering());
+    EXPECT_FALSE(well.clearButton()->isVisible()) << "no picture, no clear button";
+    leave();
+
+    well.setPath(file);
+    EXPECT_FALSE(well.clearButton()->isVisible());
+    hover(wellArea.center());
+    EXPECT_TRUE(well.clearButton()->isVisible());
+    EXPECT_EQ(well.clearButton()->toolTip(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.clearButton()->geometry(), QRect(int(wellArea.right()) - 2 - 13, 2, 13, 13));
+    // The picture fills the well.
+    EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
+              QColor(Qt::red));
+
+    QSignalSpy clears(&well, &WallpaperWell::cleared);
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    QTest::mouseClick(well.clearButton(), Qt::LeftButton);
+    EXPECT_EQ(clears.count(), 1);
+    EXPECT_EQ(picks.count(), 0) << "clearing does not open the chooser";
+    leave();
+    EXPECT_FALSE(well.clearButton()->isVisible());
+
+    // An unreadable file keeps the button (there is a picture setting) but shows the placeholder.
+    well.setPath(dir.filePath(QStringLiteral("gone.png")));
+    hover(wellArea.center());
+    EXPECT_TRUE(well.clearButton()->isVisible());
+    EXPECT_NE(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
+              QColor(Qt::red));
+}
+
+TEST(WallpaperWell, chooserOffersPicturesAndReportsTheChosenFile)
+{
+    const QString filter = WallpaperWell::pictureFilter();
+    for (const char* pattern : {"*.png", "*.jpg", "*.jpeg", "*.tif", "*.tiff", "*.bmp"})
+        EXPECT_TRUE(filter.contains(QLatin1String(pattern))) << pattern;
+
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("chosen.png"));
+    QImage(8, 8, QImage::Format_RGB32).save(file);
+    WallpaperWell well(QStringLiteral("Light"), std::nullopt);
+    well.show();
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    auto answer = [&](bool confirm) {
+        QTimer::singleShot(0, [&, confirm] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_NE(dialog, nullptr);
+            EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
+            if (confirm) {
+                dialog->selectFile(file);
+                QMetaObject::invokeMethod(dialog, "accept");
+            } else {
+                dialog->reject();
+            }
+        });
+    };
+    answer(false);
+    QTest::mouseClick(&well, Qt::LeftButton, {},
+                      WallpaperWell::wellRect(well.width()).center().toPoint());
+    EXPECT_EQ(picks.count(), 0);
+    answer(true);
+    well.pick();
+    ASSERT_EQ(picks.count(), 1);
+    EXPECT_EQ(picks.at(0).at(0).toString(), file);
+}
+
 // Every component in its states on one sheet, left beside the test binary for a person to look at.
 TEST(ContactSheet, rendersEveryComponent)
 {
@@ -292,6 +437,11 @@ TEST(ContactSheet, rendersEveryComponent)
                                      std::nullopt, 46, 30, 3);
     disabled->setEnabled(false);
     grid->addWidget(disabled, row, column++);
+    auto* wells = new QHBoxLayout;
+    wells->setSpacing(14);
+    wells->addWidget(new WallpaperWell(QStringLiteral("Light"), std::nullopt));
+    wells->addWidget(new WallpaperWell(QStringLiteral("Dark"), sheetPicture()));
+    grid->addLayout(wells, row, column, 1, 2);
     ++row;
     auto* tiles = new QHBoxLayout;
     const DisplayMode modes[] = {mode(1280, 800), mode(1920, 1080, 2), mode(2560, 1440),

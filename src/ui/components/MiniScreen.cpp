@@ -41,13 +41,18 @@ void MiniScreen::loadImage()
     m_image = QImage();
     if (m_background.kind != Background::Kind::image || !m_background.path)
         return;
-    QImageReader reader(*m_background.path);
+    m_image = readThumbnail(*m_background.path);
+}
+
+QImage MiniScreen::readThumbnail(const QString& path)
+{
+    QImageReader reader(path);
     reader.setAutoTransform(true);
     // Thumbnails need few pixels: decode large pictures at a reduced size where the format can.
     const QSize full = reader.size();
     if (full.width() > 1024 && full.height() > 0)
         reader.setScaledSize(full.scaled(1024, 1024, Qt::KeepAspectRatio));
-    m_image = reader.read();
+    return reader.read();
 }
 
 QList<QRectF> MiniScreen::statusCircles(Bar bar, double width)

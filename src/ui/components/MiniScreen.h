@@ -49,6 +49,8 @@ public:
     static QList<QRectF> iconRects(double width);
     // The part of `image` that fills `target` when scaled to cover it, cropping the overflow.
     static QRectF fillSource(const QSizeF& image, const QSizeF& target);
+    // A picture read for a thumbnail (large ones at a reduced size); null when unreadable.
+    static QImage readThumbnail(const QString& path);
 
     QSize sizeHint() const override { return {58, 38}; }
 
