@@ -18,8 +18,8 @@
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
-#include <QSignalSpy>
 #include <QSystemTrayIcon>
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -44,8 +44,7 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     PreferencesView view(prefs);
     view.show();
 
-    const QStringList titles{"Restore settings on launch", "Show in Dock", "Show in menu bar",
-                             "Launch at login"};
+    const QStringList titles{"Restore settings on launch", "Show in Dock", "Show in menu bar", "Launch at login"};
     int previousY = -1;
     for (const QString& title : titles) {
         QCheckBox* toggle = view.toggle(title);
@@ -59,8 +58,7 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_EQ(view.minimumHeight(), view.maximumHeight());
     // Explanations wrap but are never cut: every label gets the height it needs.
     for (const QLabel* label : view.findChildren<QLabel*>())
-        EXPECT_GE(label->height(), label->heightForWidth(label->width()))
-            << label->text().toStdString();
+        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
 
     EXPECT_TRUE(view.toggle("Show in Dock")->isChecked());
     QTest::mouseClick(view.toggle("Show in Dock"), Qt::LeftButton);
@@ -103,8 +101,7 @@ struct ShellFixture : ::testing::Test {
     {
         fake.addStandardMonitor();
         prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
+        model = std::make_unique<AppModel>(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
     }
 };
 
@@ -116,8 +113,7 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
     ASSERT_NE(window.applicationMenu(), nullptr);
     EXPECT_EQ(window.applicationMenu()->title(), QStringLiteral("Quillet"));
     EXPECT_EQ(actionTexts(window.applicationMenu()),
-              QStringList({"About Quillet", "Check for Updates\u2026", "---", "Settings\u2026",
-                           "---", "Quit Quillet"}));
+              QStringList({"About Quillet", "Check for Updates\u2026", "---", "Settings\u2026", "---", "Quit Quillet"}));
     const auto actions = window.applicationMenu()->actions();
     EXPECT_EQ(actions[3]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
     EXPECT_EQ(actions[5]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -139,8 +135,7 @@ TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
     StatusItemController tray([this]() -> AppModel& { return *model; });
     tray.setVisible(true);
     ASSERT_NE(tray.menu(), nullptr);
-    EXPECT_EQ(actionTexts(tray.menu()),
-              QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
+    EXPECT_EQ(actionTexts(tray.menu()), QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
     EXPECT_EQ(tray.item()->toolTip(), QStringLiteral("Quillet"));
 
     emit tray.menu()->aboutToShow();
@@ -191,8 +186,7 @@ TEST(UpdaterController, readsTheFeedInTheBackgroundAndReportsFailures)
     const QString feedPath = dirs.root() + QStringLiteral("/feed.xml");
     QFile feed(feedPath);
     ASSERT_TRUE(feed.open(QIODevice::WriteOnly));
-    feed.write("<rss><channel><item><version>99.0</version><link>https://example.org/99</link></"
-               "item></channel></rss>");
+    feed.write("<rss><channel><item><version>99.0</version><link>https://example.org/99</link></item></channel></rss>");
     feed.close();
 
     UpdaterController updater(QUrl::fromLocalFile(feedPath));
@@ -208,8 +202,7 @@ TEST(UpdaterController, readsTheFeedInTheBackgroundAndReportsFailures)
     broken.checkForUpdates();
     ASSERT_TRUE(brokenSpy.wait(5000));
     EXPECT_FALSE(brokenSpy.at(0).at(0).toBool());
-    EXPECT_TRUE(brokenSpy.at(0).at(1).toString().startsWith(
-        QStringLiteral("Could not check for updates:")));
+    EXPECT_TRUE(brokenSpy.at(0).at(1).toString().startsWith(QStringLiteral("Could not check for updates:")));
 }
 
 int main(int argc, char** argv)
