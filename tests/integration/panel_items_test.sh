@@ -2,12 +2,12 @@
 # Tray items of the real Xfce panel as the program's backends see them: the two XEmbed icons and
 # the StatusNotifierItem of the test desktop left to right with their names and positions, an
 # item added and removed again, and no items once the panel is gone.
-# Usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-QUILLET_PANEL_ITEMS
+# Usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS
 set -uo pipefail
 
 source "$(dirname "$0")/../support/desktop/lib.sh"
 
-probe=${2:?usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-QUILLET_PANEL_ITEMS}
+probe=${3:?usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS}
 [ -x "$probe" ] || {
   echo "not executable: $probe" >&2
   exit 1
