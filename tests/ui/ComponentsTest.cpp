@@ -1,5 +1,6 @@
 // The preview components: their geometry rules, what they draw, and how they take clicks, drops
 // and the pointer.
+#include "ui/components/ColorPickerPopover.h"
 #include "ui/components/Look.h"
 #include "ui/components/MiniScreen.h"
 #include "ui/components/PermissionBanner.h"
@@ -175,6 +176,9 @@ TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
     ScreenThumb hide(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"), 46, 30,
                      3);
     EXPECT_EQ(hide.accessibleName(), QStringLiteral("Hide"));
+    ScreenThumb uncaptioned(QRectF(0, 0, 0.5, 1), std::nullopt, false, std::nullopt, 46, 30, 3);
+    uncaptioned.setToolTip(QStringLiteral("Left half"));
+    EXPECT_EQ(uncaptioned.accessibleName(), QStringLiteral("Left half"));
     // The caption is never cut off.
     ScreenThumb wide(QRectF(0, 0, 1, 1), QStringLiteral("A much longer caption"), false,
                      std::nullopt, 46, 30, 3);
@@ -440,7 +444,8 @@ TEST(ContactSheet, rendersEveryComponent)
     auto* wells = new QHBoxLayout;
     wells->setSpacing(14);
     wells->addWidget(new WallpaperWell(QStringLiteral("Light"), std::nullopt));
-    wells->addWidget(new WallpaperWell(QStringLiteral("Dark"), sheetPicture()));
+    auto* hovered = new WallpaperWell(QStringLiteral("Dark"), sheetPicture());
+    wells->addWidget(hovered);
     grid->addLayout(wells, row, column, 1, 2);
     ++row;
     auto* tiles = new QHBoxLayout;
@@ -458,8 +463,16 @@ TEST(ContactSheet, rendersEveryComponent)
                                     new QPushButton(QStringLiteral("Restore Original")),
                                     new QLabel(QStringLiteral("Card content"))),
                     row++, 0, 1, 6);
+    RgbColor pickerColor{0.23, 0.51, 0.96, 1.0};
+    auto* picker = new ColorPickerPopover(
+        {[&] { return pickerColor; }, [&](const RgbColor& color) { pickerColor = color; }});
+    grid->addWidget(picker, 0, 8, row, 1, Qt::AlignTop);
     sheet.resize(sheet.sizeHint());
     sheet.show();
+    // The dark well as it looks under the pointer, with its clear button.
+    const QPointF over = WallpaperWell::wellRect(hovered->width()).center();
+    QEnterEvent enter(over, hovered->mapToGlobal(over), hovered->mapToGlobal(over));
+    QApplication::sendEvent(hovered, &enter);
     const QImage image = sheet.grab().toImage();
     EXPECT_TRUE(
         image.save(QDir::current().filePath(QStringLiteral("components-contact-sheet.png"))));
