@@ -476,6 +476,20 @@ TEST(ContactSheet, rendersEveryComponent)
     const QImage image = sheet.grab().toImage();
     EXPECT_TRUE(
         image.save(QDir::current().filePath(QStringLiteral("components-contact-sheet.png"))));
+
+    // The same sheet on a dark theme: every colour comes from the palette's roles.
+    QPalette dark;
+    dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+    dark.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    dark.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Button, QColor(0x36, 0x36, 0x36));
+    dark.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xe0));
+    dark.setColor(QPalette::PlaceholderText, QColor(0xee, 0xee, 0xee, 0x80));
+    sheet.setPalette(dark);
+    EXPECT_TRUE(sheet.grab().toImage().save(
+        QDir::current().filePath(QStringLiteral("components-contact-sheet-dark.png"))));
 }
 
 int main(int argc, char** argv)

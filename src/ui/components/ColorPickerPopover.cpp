@@ -6,9 +6,11 @@
 #include "Look.h"
 #include "SatBriPad.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMetaObject>
+#include <QPainter>
 #include <algorithm>
 #include <cmath>
 
@@ -33,18 +35,17 @@ ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
     const QFont mono = Look::monospaced(Look::callout());
     m_hash = new QLabel(QStringLiteral("#"), this);
     m_hash->setFont(mono);
-    QPalette hashPalette = m_hash->palette();
-    hashPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
-    m_hash->setPalette(hashPalette);
     m_field = new QLineEdit(this);
     m_field->setFont(mono);
     m_field->setPlaceholderText(QStringLiteral("hex"));
     m_field->setAccessibleName(QStringLiteral("Hex"));
+    // A plain field on a rounded text-background plate that the picker paints behind it.
     m_field->setFrame(false);
     m_field->setFixedHeight(hexFieldHeight);
-    m_field->setStyleSheet(
-        QStringLiteral("QLineEdit { background: palette(base); border: none; border-radius: 5px;"
-                       " padding-left: 6px; padding-right: 6px; }"));
+    m_field->setTextMargins(6, 0, 6, 0);
+    QPalette fieldPalette = m_field->palette();
+    fieldPalette.setColor(QPalette::Base, Qt::transparent);
+    m_field->setPalette(fieldPalette);
     m_hash->setBuddy(m_field);
     // Typing only changes the text; the value is read when the field is committed with Return.
     connect(m_field, &QLineEdit::textEdited, this,
@@ -56,6 +57,30 @@ ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
 
     layOut();
     showState();
+    updateColours();
+}
+
+void ColorPickerPopover::updateColours()
+{
+    QPalette hashPalette = m_hash->palette();
+    hashPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
+    m_hash->setPalette(hashPalette);
+}
+
+void ColorPickerPopover::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        updateColours();
+    QWidget::changeEvent(event);
+}
+
+void ColorPickerPopover::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Look::textBackground(palette()));
+    painter.drawRoundedRect(QRectF(m_field->geometry()), hexFieldRadius, hexFieldRadius);
 }
 
 const QList<QStringList>& ColorPickerPopover::palettes()

@@ -46,6 +46,7 @@ public:
     static constexpr int swatchSpacing = 2;
     static constexpr int hexRowSpacing = 8;
     static constexpr int hexFieldHeight = 22;
+    static constexpr double hexFieldRadius = 5.0;
 
     explicit ColorPickerPopover(Binding color, QWidget* parent = nullptr);
 
@@ -93,9 +94,12 @@ public slots:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void layOut();
+    void updateColours();
     void showState();
     void swatchClicked(const QString& digits);
 
