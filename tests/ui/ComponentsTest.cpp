@@ -16,6 +16,7 @@
 #include <QEnterEvent>
 #include <QFileDialog>
 #include <QGridLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QMimeData>
 #include <QPainter>
@@ -463,6 +464,27 @@ TEST(ContactSheet, rendersEveryComponent)
                                     new QPushButton(QStringLiteral("Restore Original")),
                                     new QLabel(QStringLiteral("Card content"))),
                     row++, 0, 1, 6);
+    // The symbols, drawn by us and from an installed icon theme.
+    auto* symbols = new QHBoxLayout;
+    const QString themeBefore = QIcon::themeName();
+    // The offscreen platform knows no icon folders; the desktop's platform theme adds these.
+    const QStringList searchBefore = QIcon::themeSearchPaths();
+    QIcon::setThemeSearchPaths(searchBefore + QStringList{QStringLiteral("/usr/share/icons")});
+    for (const QString& theme : {QString(), QStringLiteral("Adwaita")}) {
+        QIcon::setThemeName(theme);
+        for (const char* name :
+             {"photo", "lock.shield", "rectangle.on.rectangle", "macwindow",
+              "menubar.dock.rectangle", "menubar.rectangle", "eye.slash", "arrow.clockwise"}) {
+            auto* label = new QLabel;
+            label->setPixmap(
+                Look::symbol(QString::fromLatin1(name), 16, QColor(0x3d, 0x8e, 0xe0), 1));
+            symbols->addWidget(label);
+        }
+        symbols->addSpacing(16);
+    }
+    QIcon::setThemeName(themeBefore);
+    QIcon::setThemeSearchPaths(searchBefore);
+    grid->addLayout(symbols, row++, 0, 1, 6);
     RgbColor pickerColor{0.23, 0.51, 0.96, 1.0};
     auto* picker = new ColorPickerPopover(
         {[&] { return pickerColor; }, [&](const RgbColor& color) { pickerColor = color; }});
