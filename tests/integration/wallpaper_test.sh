@@ -193,6 +193,95 @@ xfce_killed_then_relaunched() {
   qd_check_eq "no record after relaunch and quit" null "$(stored wallpaper.originalURLs)"
 }
 
+# "NAME ID" per monitor: the RandR output id that Quillet keys its records by.
+output_ids() {
+  local wanted name="" line
+  wanted=" $(monitor_outputs | tr '\n' ' ') "
+  while IFS= read -r line; do
+    if [[ "$line" != [[:space:]]* ]]; then
+      name=${line%% *}
+    elif [[ "$line" == *Identifier:* && "$wanted" == *" $name "* ]]; then
+      echo "$name $((${line##*Identifier: }))"
+    fi
+  done < <(xrandr --verbose)
+}
+# Hex colour of one pixel of a picture file.
+file_pixel() { # FILE X Y
+  convert "$1" -crop "1x1+$2+$3" -depth 8 -format "%[hex:u.p{0,0}]" info: 2>/dev/null | cut -c1-6
+}
+close_to() { # RRGGBB RRGGBB: every component within 8
+  local a=$1 b=$2 i
+  for i in 0 2 4; do
+    local d=$((16#${a:i:2} - 16#${b:i:2}))
+    [ "${d#-}" -le 8 ] || return 1
+  done
+}
+
+image_follows_the_appearance() {
+  qd_section "xfdesktop: the light or dark picture follows the XSETTINGS theme"
+  command -v xfsettingsd >/dev/null || {
+    qd_log "xfsettingsd is not installed; appearance section skipped"
+    return 0
+  }
+  qd_new_home
+  xfconf-query -c xsettings -p /Net/ThemeName -n -t string -s Adwaita-dark
+  local settings_pid
+  qd_launch settings_pid "$QD_TMP/xfsettingsd.log" xfsettingsd --sm-client-disable --no-daemon
+  qd_wait_for 10 "the XSETTINGS manager" qd_xprobe owner _XSETTINGS_S0 ||
+    qd_fail "xfsettingsd did not take the XSETTINGS selection"
+  write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
+                   \"lightWallpaperURL\": \"$light\", \"darkWallpaperURL\": \"$dark\"}"
+  launch_quillet quillet-appearance
+  if qd_wait_for 15 "the dark picture" everywhere_is "$dark"; then
+    qd_pass "a dark theme shows the dark picture on every workspace"
+  else
+    check_everywhere "dark theme" "$dark"
+  fi
+  xfconf-query -c xsettings -p /Net/ThemeName -s Adwaita
+  if qd_wait_for 10 "the light picture" everywhere_is "$light"; then
+    qd_pass "switching to a light theme shows the light picture"
+  else
+    check_everywhere "light theme" "$light"
+  fi
+  stop_quillet
+  check_everywhere "after quitting" "$mine"
+  qd_stop_process "$settings_pid" TERM 10 || qd_fail "xfsettingsd did not stop"
+}
+
+tinted_strip_under_covered_panel() {
+  qd_section "xfdesktop: with the panel covered each monitor shows its own tinted picture"
+  qd_new_home
+  write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
+                   \"state.menuBarCover\": \"entire\",
+                   \"lightWallpaperURL\": \"$banded\", \"darkWallpaperURL\": \"$banded\"}"
+  launch_quillet quillet-tinted
+  local name id file w
+  while read -r name id; do
+    tinted_on() { [[ "$(qd_xfconf_get xfce4-desktop "$(backdrop "$name" 0)/last-image")" =~ /tinted-$id-[0-9]+\.jpg$ ]]; }
+    if qd_wait_for 15 "a tinted picture on $name" tinted_on; then
+      file=$(qd_xfconf_get xfce4-desktop "$(backdrop "$name" 0)/last-image")
+      qd_pass "$name shows $(basename "$file")"
+      for w in $(workspaces); do
+        qd_check_eq "$name, workspace $w shows the same tinted file" "$file" \
+          "$(qd_xfconf_get xfce4-desktop "$(backdrop "$name" "$w")/last-image")"
+      done
+      qd_check_eq "the tinted file is in the support folder" "$(support_dir)" "$(dirname "$file")"
+      qd_check_eq "the tinted picture has the monitor's size" \
+        "$(xrandr --listmonitors | awk -v n="$name" '$NF == n { split($3, g, /[\/x+]/); print g[1] "x" g[3] }')" \
+        "$(identify -format '%wx%h' "$file")"
+      # The picture's blue top rows are zoomed out of view; the strip brings back their colour.
+      qd_check "the strip has the colour of the picture's top ($(file_pixel "$file" 300 8))" \
+        close_to 0000FF "$(file_pixel "$file" 300 8)"
+      qd_check "below the strip the picture shows ($(file_pixel "$file" 300 400))" \
+        close_to FFFFFF "$(file_pixel "$file" 300 400)"
+    else
+      qd_fail "no tinted picture on $name (shows '$(qd_xfconf_get xfce4-desktop "$(backdrop "$name" 0)/last-image")')"
+    fi
+  done < <(output_ids)
+  stop_quillet
+  check_everywhere "after quitting" "$mine"
+}
+
 # --- no desktop program: the root pixmap ---------------------------------------------------
 
 root_pixmap() { xprop -root _XROOTPMAP_ID 2>/dev/null | sed -n 's/.*# \(0x[0-9a-f]*\).*/\1/p'; }
@@ -235,9 +324,15 @@ root_window_colour_and_restore() {
 qd_start_desktop --monitors "$monitors"
 mine=$QD_TMP/mine.png
 convert -size 320x200 xc:'#336699' "$mine"
+light=$QD_TMP/light.png dark=$QD_TMP/dark.png banded=$QD_TMP/banded.png
+convert -size 320x200 xc:'#F4F1E8' "$light"
+convert -size 320x200 xc:'#1B1F2A' "$dark"
+convert -size 320x200 xc:white -fill '#0000FF' -draw 'rectangle 0,0 319,9' "$banded"
 set_everywhere "$mine"
 xfce_colour_switch_off_and_quit
 xfce_killed_then_relaunched
+image_follows_the_appearance
+tinted_strip_under_covered_panel
 qd_stop_desktop
 
 qd_start_desktop --no-xfdesktop
