@@ -9,7 +9,7 @@ set -uo pipefail
 
 source "$(dirname "$0")/../support/desktop/lib.sh"
 
-driver=${QUILLET_WINDOW_DRIVER:-$QD_REPO/build/tests/integration/quillet_window_driver}
+driver=${QUILLET_WINDOW_DRIVER:-$QD_REPO/build/tests/integration/driver/quillet_window_driver}
 [ -x "$driver" ] || {
   echo "not executable: $driver (set QUILLET_WINDOW_DRIVER)" >&2
   exit 1
