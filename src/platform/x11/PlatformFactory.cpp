@@ -1,7 +1,9 @@
 // The run-time choice of backends and the X11 capability probes behind them.
 #include "PlatformFactory.h"
 
+#include "X11Capture.h"
 #include "X11Connection.h"
+#include "X11ManagerWatch.h"
 #include "X11Probes.h"
 #include "XfceDesktopIcons.h"
 #include "platform/Platform.h"
@@ -9,14 +11,6 @@
 #include <QGuiApplication>
 
 namespace {
-
-class X11Capture final : public ScreenCapture {
-public:
-    bool canCaptureScreen() const override { return X11::canReadRootWindow(); }
-    // X11 has no permission prompt: access is whatever the server allows now.
-    bool requestCaptureAccess() override { return X11::canReadRootWindow(); }
-    QImage captureDisplay(quint32) override { return {}; }
-};
 
 class X11WindowControl final : public WindowControl {
 public:
@@ -54,6 +48,7 @@ std::unique_ptr<Platform> createPlatform()
     if (x11) {
         parts.name = QStringLiteral("x11");
         parts.capture = std::make_unique<X11Capture>();
+        parts.managerWatch = std::make_unique<X11ManagerWatch>();
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.processes = std::make_unique<QtProcessRunner>();
         if (XfceDesktopIcons::isRunning()) {
