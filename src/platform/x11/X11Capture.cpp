@@ -4,6 +4,7 @@
 
 #include "X11Connection.h"
 #include "X11Probes.h"
+#include "X11RandR.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -11,7 +12,6 @@
 #include <memory>
 #include <sys/ipc.h>
 #include <sys/shm.h>
-#include <xcb/randr.h>
 #include <xcb/shm.h>
 
 namespace {
@@ -96,30 +96,12 @@ bool X11Capture::requestCaptureAccess()
 
 QRect X11Capture::monitorRect(quint32 output)
 {
-    xcb_connection_t* c = X11::connection();
-    if (!c)
-        return {};
     // The monitor that lists the output first, as the screen list assigns display ids.
-    Reply<xcb_randr_get_monitors_reply_t> monitors(
-        xcb_randr_get_monitors_reply(c, xcb_randr_get_monitors(c, X11::rootWindow(), 1), nullptr));
-    if (monitors) {
-        for (auto m = xcb_randr_get_monitors_monitors_iterator(monitors.get()); m.rem;
-             xcb_randr_monitor_info_next(&m)) {
-            if (xcb_randr_monitor_info_outputs_length(m.data) > 0 &&
-                xcb_randr_monitor_info_outputs(m.data)[0] == output)
-                return QRect(m.data->x, m.data->y, m.data->width, m.data->height);
-        }
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors()) {
+        if (!monitor.outputs.isEmpty() && monitor.outputs.first() == output)
+            return monitor.rect;
     }
-    // Servers without monitors (RandR before 1.5): the output's CRTC.
-    Reply<xcb_randr_get_output_info_reply_t> info(xcb_randr_get_output_info_reply(
-        c, xcb_randr_get_output_info(c, output, XCB_CURRENT_TIME), nullptr));
-    if (!info || info->crtc == XCB_NONE)
-        return {};
-    Reply<xcb_randr_get_crtc_info_reply_t> crtc(xcb_randr_get_crtc_info_reply(
-        c, xcb_randr_get_crtc_info(c, info->crtc, info->timestamp), nullptr));
-    if (!crtc)
-        return {};
-    return QRect(crtc->x, crtc->y, crtc->width, crtc->height);
+    return {};
 }
 
 QImage X11Capture::captureDisplay(quint32 displayId)
