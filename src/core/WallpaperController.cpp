@@ -1,21 +1,433 @@
-// Desktop pictures per monitor.
+// Desktop pictures per monitor: the solid colour, the light/dark pictures, the record of the
+// user's own pictures and the tinted strip under a covered panel.
 #include "WallpaperController.h"
 
 #include "DefaultsStore.h"
 #include "platform/Platform.h"
 
+#include <QBuffer>
+#include <QColorSpace>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QJsonObject>
+#include <QPainter>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+const QString kSolidColorPrefix = QStringLiteral("quillet-color-");
+const QString kTintedPrefix = QStringLiteral("tinted-");
+
+// Creates the folder (and its parents) when it is missing; the folder itself is private.
+void makePrivateDir(const QString& path)
+{
+    QDir dir(path);
+    if (dir.exists())
+        return;
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QDir().mkdir(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
+// Used when no data folder is known: a private folder under the runtime folder, else one made
+// with a random name in the temporary folder, never a fixed name another user could claim.
+QString fallbackDir()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
+        return runtime + QStringLiteral("/Quillet");
+    static const QString made = [] {
+        QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/quillet-XXXXXX"));
+        dir.setAutoRemove(false);
+        return dir.isValid() ? dir.path() : QString();
+    }();
+    return made;
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return false;
+    return file.write(bytes) == bytes.size();
+}
+
+QByteArray encode(const QImage& image, const char* format, int quality = -1)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, format);
+    writer.setQuality(quality);
+    if (!writer.write(image))
+        return {};
+    return bytes;
+}
+
+// The path with "." and ".." removed and symbolic links followed; a path that does not exist is
+// only cleaned.
+QString resolvedPath(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString canonical = info.canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : canonical;
+}
+
+// Decimal text of an unsigned 32-bit number, with an optional leading plus sign.
+std::optional<quint32> parseDisplayId(QStringView text)
+{
+    if (text.startsWith(u'+'))
+        text = text.mid(1);
+    if (text.isEmpty())
+        return std::nullopt;
+    quint64 value = 0;
+    for (QChar c : text) {
+        if (c < u'0' || c > u'9')
+            return std::nullopt;
+        value = value * 10 + quint64(c.unicode() - u'0');
+        if (value > 0xFFFFFFFFull)
+            return std::nullopt;
+    }
+    return quint32(value);
+}
+
+QString inSupportDir(const QString& fileName)
+{
+    return WallpaperController::supportDir() + u'/' + fileName;
+}
+
+} // namespace
+
 WallpaperController::WallpaperController(Platform& platform, DefaultsStore& defaults,
                                          QObject* parent)
     : QObject(parent), m_platform(platform), m_defaults(defaults)
 {
+    originals = loadOriginals(m_defaults);
+    connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
+            &WallpaperController::appearanceChanged);
+}
+
+void WallpaperController::appearanceChanged()
+{
+    // Only the light/dark choice depends on the appearance.
+    if (applied && mode == DesktopBackground::image)
+        apply();
 }
 
 void WallpaperController::apply()
 {
-    // Rendering, originals and the tinted strip come with the desktop-pictures work.
+    if (mode == DesktopBackground::keep && !barTintActive) {
+        restore();
+        return;
+    }
+    captureOriginalsIfNeeded();
+    applied = true;
+
+    DesktopPictures& pictures = m_platform.desktopPictures();
+    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    if (!barTintActive) {
+        const std::optional<QString> target = targetURL();
+        if (!target)
+            return;
+        for (const ScreenInfo& screen : screens)
+            pictures.setDesktopPicture(screen, *target);
+        return;
+    }
+    for (const ScreenInfo& screen : screens) {
+        if (!screen.displayId)
+            continue;
+        if (const auto tinted = renderTinted(screen, *screen.displayId))
+            pictures.setDesktopPicture(screen, *tinted);
+    }
+}
+
+std::optional<QString> WallpaperController::pictureForAppearance() const
+{
+    if (m_platform.appearance().isDark())
+        return darkURL ? darkURL : lightURL;
+    return lightURL ? lightURL : darkURL;
+}
+
+std::optional<QString> WallpaperController::targetURL()
+{
+    switch (mode) {
+    case DesktopBackground::keep:
+        return std::nullopt;
+    case DesktopBackground::color:
+        return renderSolidColor(color);
+    case DesktopBackground::image:
+        return pictureForAppearance();
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> WallpaperController::renderSolidColor(const RgbColor& fill)
+{
+    QImage image(256, 256, QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return std::nullopt;
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        painter.fillRect(image.rect(), fill.toQColor());
+    }
+    const QByteArray png = encode(image, "png");
+    if (png.isEmpty())
+        return std::nullopt;
+
+    ++colorSeq;
+    const QString path =
+        inSupportDir(kSolidColorPrefix + QString::number(colorSeq) + QStringLiteral(".png"));
+    if (!writeFile(path, png))
+        return std::nullopt;
+    // The desktop caches pictures by location: the old file goes only once the new one exists.
+    if (lastColorURL)
+        QFile::remove(*lastColorURL);
+    lastColorURL = path;
+    return path;
+}
+
+bool WallpaperController::isStagedURL(const QString& path) const
+{
+    const QString name = QFileInfo(path).fileName();
+    if (name == QLatin1String("quillet-background.png") || name.startsWith(kSolidColorPrefix) ||
+        name.startsWith(kTintedPrefix))
+        return true;
+    const QString resolved = resolvedPath(path);
+    for (const auto& chosen : {lightURL, darkURL}) {
+        if (chosen && resolvedPath(*chosen) == resolved)
+            return true;
+    }
+    return false;
+}
+
+QString WallpaperController::supportDir()
+{
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString dir = data.isEmpty() ? fallbackDir() : data + QStringLiteral("/Quillet");
+    makePrivateDir(dir);
+    return dir;
+}
+
+// --- the user's own pictures -----------------------------------------------------------------
+
+void WallpaperController::captureOriginalsIfNeeded()
+{
+    // A record already held (also one left by an earlier run) is never replaced: the screens
+    // may show our own pictures now.
+    if (!originals.isEmpty())
+        return;
+    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    if (screens.isEmpty()) {
+        persistOriginals();
+        return;
+    }
+    for (const ScreenInfo& screen : screens) {
+        if (!screen.displayId)
+            continue;
+        const quint32 id = *screen.displayId;
+        if (const auto snapshot = snapshotWallpaper(screen, id)) {
+            originals.insert(id, *snapshot);
+            continue;
+        }
+        const std::optional<QString> current = m_platform.desktopPictures().desktopPicture(screen);
+        if (!current || current->isEmpty())
+            continue;
+        if (isStagedURL(*current))
+            continue;
+        if (QFileInfo(*current).fileName() == QLatin1String("DefaultDesktop.heic"))
+            continue;
+        originals.insert(id, *current);
+    }
+    persistOriginals();
+}
+
+std::optional<QString> WallpaperController::snapshotWallpaper(const ScreenInfo& screen, quint32 id)
+{
+    if (!m_platform.capture().canCaptureScreen())
+        return std::nullopt;
+    const QImage image = m_platform.desktopPictures().snapshotDesktopPicture(screen);
+    if (image.isNull())
+        return std::nullopt;
+    const QByteArray png = encode(image, "png");
+    if (png.isEmpty())
+        return std::nullopt;
+    const QString path =
+        inSupportDir(QStringLiteral("original-") + QString::number(id) + QStringLiteral(".png"));
+    if (!writeFile(path, png))
+        return std::nullopt;
+    return path;
+}
+
+void WallpaperController::persistOriginals()
+{
+    if (originals.isEmpty()) {
+        m_defaults.remove(StoredKeys::originalURLs);
+        return;
+    }
+    QJsonObject record;
+    for (auto it = originals.constBegin(); it != originals.constEnd(); ++it)
+        record.insert(QString::number(it.key()), it.value());
+    m_defaults.setValue(StoredKeys::originalURLs, record);
+}
+
+QHash<quint32, QString> WallpaperController::loadOriginals(const DefaultsStore& defaults)
+{
+    const QJsonValue stored = defaults.rawValue(StoredKeys::originalURLs);
+    if (!stored.isObject())
+        return {};
+    const QJsonObject record = stored.toObject();
+    // One value that is not text makes the whole record unreadable.
+    for (auto it = record.constBegin(); it != record.constEnd(); ++it) {
+        if (!it.value().isString())
+            return {};
+    }
+    QHash<quint32, QString> result;
+    for (auto it = record.constBegin(); it != record.constEnd(); ++it) {
+        if (const auto id = parseDisplayId(it.key()))
+            result.insert(*id, it.value().toString());
+    }
+    return result;
 }
 
 void WallpaperController::restore()
 {
+    for (const ScreenInfo& screen : m_platform.screens().screens()) {
+        if (!screen.displayId)
+            continue;
+        if (const auto found = originals.constFind(*screen.displayId);
+            found != originals.constEnd())
+            m_platform.desktopPictures().setDesktopPicture(screen, *found);
+    }
+    originals.clear();
+    persistOriginals();
     applied = false;
+}
+
+// --- the tinted strip under a covered panel ---------------------------------------------------
+
+std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& screen, quint32 id)
+{
+    const double scale = std::min(screen.backingScale, 2.0);
+    // std::round takes halves away from zero.
+    const double width = std::round(screen.frame.width() * scale);
+    const double height = std::round(screen.frame.height() * scale);
+    if (width < 1 || height < 1)
+        return std::nullopt;
+    // Beyond what an image can hold; drawing would fail anyway.
+    if (width > 32767 || height > 32767)
+        return std::nullopt;
+
+    QImage base;
+    switch (mode) {
+    case DesktopBackground::keep:
+        if (const auto found = originals.constFind(id); found != originals.constEnd())
+            base.load(*found);
+        break;
+    case DesktopBackground::color:
+        break;
+    case DesktopBackground::image:
+        if (const auto picture = pictureForAppearance())
+            base.load(*picture);
+        break;
+    }
+
+    QImage canvas(int(width), int(height), QImage::Format_RGB32);
+    if (canvas.isNull())
+        return std::nullopt;
+    QPainter painter(&canvas);
+    if (base.isNull()) {
+        canvas.fill(color.toQColor());
+    } else {
+        // Scale to fill, centred: the overflow on one axis is cut off equally on both sides.
+        const double bw = base.width();
+        const double bh = base.height();
+        const double s = std::max(width / bw, height / bh);
+        const QRectF target((width - bw * s) / 2, (height - bh * s) / 2, bw * s, bh * s);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawImage(target, base);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    }
+
+    const double barHeight = menuBarHeight(m_platform.windowList());
+    const double frameHeight = screen.frame.height();
+    RgbColor stripColor = color;
+    if (mode != DesktopBackground::color && !base.isNull()) {
+        double fraction = frameHeight >= 1 ? barHeight / frameHeight : barHeight;
+        fraction = std::max(fraction, 0.02);
+        stripColor = averageTop(base, fraction).value_or(color);
+    }
+    // The strip keeps the screen's own proportion; the panel height is one value for all.
+    const double stripHeight = barHeight / std::max(frameHeight, 1.0) * height;
+    painter.fillRect(QRectF(0, 0, width, stripHeight), stripColor.toQColor());
+    painter.end();
+
+    const QByteArray jpeg = encode(canvas, "jpeg", 92);
+    if (jpeg.isEmpty())
+        return std::nullopt;
+    ++tintSeq;
+    const QString path = inSupportDir(kTintedPrefix + QString::number(id) + u'-' +
+                                      QString::number(tintSeq) + QStringLiteral(".jpg"));
+    if (!writeFile(path, jpeg))
+        return std::nullopt;
+    if (const auto previous = lastTinted.constFind(id); previous != lastTinted.constEnd())
+        QFile::remove(*previous);
+    lastTinted.insert(id, path);
+    return path;
+}
+
+double WallpaperController::menuBarHeight(const WindowList& windows)
+{
+    // The top panel: a panel window at the top edge. A vertical panel that starts at the top
+    // (wider than high only for horizontal panels) is not the bar.
+    for (const WindowListEntry& entry : windows.onScreenWindows()) {
+        const QRectF& b = entry.bounds;
+        if (entry.layer == 24 && b.y() <= 1.0 && b.height() > 0 && b.width() > b.height())
+            return b.height();
+    }
+    return 24.0;
+}
+
+std::optional<RgbColor> WallpaperController::averageTop(const QImage& image, double fraction)
+{
+    if (image.isNull())
+        return std::nullopt;
+    const int w = image.width();
+    const int h = image.height();
+    if (w < 1 || h < 1)
+        return std::nullopt;
+    // Rows below the picture cannot be read; at least one row always is.
+    const double wanted = std::floor(fraction * h);
+    const int rows = wanted >= h ? h : std::max(1, int(wanted));
+    const int step = w < 80 ? 1 : w / 80;
+
+    // Only the sampled strip is converted: non-premultiplied, so transparent pixels keep
+    // their colour, and in sRGB.
+    QImage strip = image.copy(0, 0, w, rows).convertToFormat(QImage::Format_ARGB32);
+    if (strip.colorSpace().isValid() && strip.colorSpace() != QColorSpace(QColorSpace::SRgb))
+        strip.convertToColorSpace(QColorSpace(QColorSpace::SRgb));
+    if (strip.isNull())
+        return std::nullopt;
+
+    double red = 0, green = 0, blue = 0;
+    qint64 count = 0;
+    for (int y = 0; y < rows; ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(strip.constScanLine(y));
+        for (int x = 0; x < w; x += step) {
+            const QRgb px = line[x];
+            red += qRed(px);
+            green += qGreen(px);
+            blue += qBlue(px);
+            ++count;
+        }
+    }
+    if (count == 0)
+        return std::nullopt;
+    const double n = double(count) * 255.0;
+    return RgbColor{red / n, green / n, blue / n, 1.0};
 }

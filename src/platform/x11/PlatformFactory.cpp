@@ -1,9 +1,14 @@
 // The run-time choice of backends and the X11 capability probes behind them.
 #include "PlatformFactory.h"
 
+#include "RootWindowDesktopPictures.h"
+#include "X11Appearance.h"
 #include "X11Connection.h"
+#include "X11DisplayModes.h"
 #include "X11Probes.h"
+#include "X11Screens.h"
 #include "XfceDesktopIcons.h"
+#include "XfceDesktopPictures.h"
 #include "platform/Platform.h"
 
 #include <QGuiApplication>
@@ -53,12 +58,19 @@ std::unique_ptr<Platform> createPlatform()
                      !isWaylandSession();
     if (x11) {
         parts.name = QStringLiteral("x11");
+        parts.screens = std::make_unique<X11Screens>();
+        parts.displayModes = std::make_unique<X11DisplayModes>();
         parts.capture = std::make_unique<X11Capture>();
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.processes = std::make_unique<QtProcessRunner>();
+        parts.appearance = std::make_unique<X11Appearance>();
+        // xfdesktop draws its own desktop window over the root: its settings are the pictures.
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
             parts.desktopIcons = std::make_unique<XfceDesktopIcons>(*parts.processes);
+            parts.desktopPictures = std::make_unique<XfceDesktopPictures>();
+        } else {
+            parts.desktopPictures = std::make_unique<RootWindowDesktopPictures>();
         }
     }
     auto platform = std::make_unique<Platform>(std::move(parts));

@@ -1,0 +1,130 @@
+// The XSETTINGS wire format: byte order, serial, count, then per setting a type (0 integer,
+// 1 string, 2 colour), a padded name, a serial and the padded value.
+#include "XSettings.h"
+
+#include "X11Connection.h"
+
+#include <cstdlib>
+
+namespace {
+
+class Reader {
+public:
+    Reader(const QByteArray& data, bool bigEndian) : m_data(data), m_big(bigEndian) {}
+    bool skip(qsizetype n)
+    {
+        if (n < 0 || m_pos + n > m_data.size())
+            return false;
+        m_pos += n;
+        return true;
+    }
+    std::optional<quint32> u32() { return number(4); }
+    std::optional<quint32> u16() { return number(2); }
+    std::optional<quint32> u8() { return number(1); }
+    std::optional<QByteArray> bytes(qsizetype n)
+    {
+        if (n < 0 || m_pos + n > m_data.size())
+            return std::nullopt;
+        const QByteArray result = m_data.mid(m_pos, n);
+        m_pos += n;
+        return result;
+    }
+
+private:
+    std::optional<quint32> number(int size)
+    {
+        if (m_pos + size > m_data.size())
+            return std::nullopt;
+        quint32 value = 0;
+        for (int i = 0; i < size; ++i) {
+            const quint32 byte = quint8(m_data[m_pos + (m_big ? i : size - 1 - i)]);
+            value = (value << 8) | byte;
+        }
+        m_pos += size;
+        return value;
+    }
+    const QByteArray& m_data;
+    bool m_big;
+    qsizetype m_pos = 0;
+};
+
+qsizetype padded(qsizetype n)
+{
+    return (n + 3) & ~qsizetype(3);
+}
+
+} // namespace
+
+namespace XSettings {
+
+std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& name)
+{
+    if (blob.size() < 12)
+        return std::nullopt;
+    // 0 = LSBFirst, 1 = MSBFirst.
+    Reader in(blob, blob[0] == 1);
+    if (!in.skip(4) || !in.u32())
+        return std::nullopt;
+    const auto count = in.u32();
+    if (!count)
+        return std::nullopt;
+    for (quint32 i = 0; i < *count; ++i) {
+        const auto type = in.u8();
+        if (!type || !in.skip(1))
+            return std::nullopt;
+        const auto nameLength = in.u16();
+        if (!nameLength)
+            return std::nullopt;
+        const auto settingName = in.bytes(*nameLength);
+        if (!settingName || !in.skip(padded(*nameLength) - *nameLength) || !in.u32())
+            return std::nullopt;
+        switch (*type) {
+        case 0:
+            if (!in.skip(4))
+                return std::nullopt;
+            break;
+        case 1: {
+            const auto length = in.u32();
+            if (!length)
+                return std::nullopt;
+            const auto value = in.bytes(*length);
+            if (!value || !in.skip(padded(*length) - *length))
+                return std::nullopt;
+            if (*settingName == name)
+                return QString::fromUtf8(*value);
+            break;
+        }
+        case 2:
+            if (!in.skip(8))
+                return std::nullopt;
+            break;
+        default:
+            return std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+QByteArray currentBlob()
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return {};
+    xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
+        c, xcb_get_selection_owner(c, X11::atom("_XSETTINGS_S0")), nullptr);
+    const xcb_window_t window = owner ? owner->owner : xcb_window_t(XCB_WINDOW_NONE);
+    std::free(owner);
+    if (window == XCB_WINDOW_NONE)
+        return {};
+    const xcb_atom_t settings = X11::atom("_XSETTINGS_SETTINGS");
+    xcb_get_property_reply_t* reply = xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, settings, settings, 0, 1 << 20), nullptr);
+    QByteArray blob;
+    if (reply && reply->format == 8)
+        blob = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)),
+                          xcb_get_property_value_length(reply));
+    std::free(reply);
+    return blob;
+}
+
+} // namespace XSettings

@@ -1,0 +1,14 @@
+// Reading the XSETTINGS blob (the _XSETTINGS_SETTINGS property of the settings manager).
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+namespace XSettings {
+// The string setting `name` ("Net/ThemeName"); nothing when absent, not a string or the blob
+// is malformed.
+std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& name);
+// The blob published by the owner of _XSETTINGS_S0 on the program's X connection.
+QByteArray currentBlob();
+} // namespace XSettings

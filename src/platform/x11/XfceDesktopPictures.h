@@ -1,0 +1,24 @@
+// Desktop pictures on Xfce: xfdesktop's per-monitor, per-workspace settings in xfconf, keyed by
+// the RandR output name.
+#pragma once
+
+#include "platform/DesktopPictures.h"
+
+#include <QStringList>
+
+class XfceDesktopPictures final : public DesktopPictures {
+public:
+    // The picture xfdesktop shows on the monitor now: the current workspace's (or the shared
+    // one in single-workspace mode).
+    std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
+    // Sets the picture, zoomed to fill, on every workspace of the monitor, so that switching
+    // workspaces never shows another picture.
+    bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
+    // xfdesktop keeps a readable path, which is the better original.
+    QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
+
+private:
+    static QString monitorPrefix(const ScreenInfo& screen);
+    // Workspaces 0 … n−1 of the window manager, plus any the settings already name.
+    QList<int> workspaces(const QString& prefix) const;
+};

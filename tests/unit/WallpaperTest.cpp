@@ -1,0 +1,510 @@
+// Desktop pictures: the record of the user's own pictures, which files count as ours, the
+// solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "TestDirs.h"
+#include "WallpaperController.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QPainter>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct WallpaperFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
+    std::unique_ptr<WallpaperController> controller;
+
+    WallpaperFixture()
+    {
+        // An Xfce-like desktop: a readable path per monitor, no snapshot.
+        fake.addStandardMonitor();
+        fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
+    }
+
+    WallpaperController& make()
+    {
+        controller = std::make_unique<WallpaperController>(fake, *store);
+        return *controller;
+    }
+    QString userPicture() const { return dirs.root() + QStringLiteral("/home/beach.jpg"); }
+    QString support(const QString& name) const
+    {
+        return dirs.dataHome() + QStringLiteral("/Quillet/") + name;
+    }
+    QString writePicture(const QString& name, const QImage& image) const
+    {
+        const QString path = dirs.root() + u'/' + name;
+        image.save(path);
+        return path;
+    }
+    void addSecondMonitor()
+    {
+        ScreenInfo second;
+        second.displayId = 2;
+        second.outputName = QStringLiteral("HDMI-1");
+        second.frame = QRectF(1440, 0, 1920, 1080);
+        second.visibleFrame = second.frame;
+        fake.screens->list.append(second);
+    }
+    QJsonValue storedRecord() const
+    {
+        return DefaultsStore(dirs.defaultsPath()).rawValue(StoredKeys::originalURLs);
+    }
+};
+
+QImage solid(int w, int h, QColor c)
+{
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(c);
+    return image;
+}
+
+bool near(QColor a, QColor b, int tolerance = 6)
+{
+    return std::abs(a.red() - b.red()) <= tolerance &&
+           std::abs(a.green() - b.green()) <= tolerance &&
+           std::abs(a.blue() - b.blue()) <= tolerance;
+}
+
+WindowListEntry panel(QRectF bounds)
+{
+    WindowListEntry entry;
+    entry.layer = 24;
+    entry.bounds = bounds;
+    return entry;
+}
+
+} // namespace
+
+TEST(WallpaperOriginals, loadsOnlyReadableRecords)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    auto load = [&](const QJsonObject& record) {
+        store.setValue(StoredKeys::originalURLs, record);
+        return WallpaperController::loadOriginals(store);
+    };
+
+    // A bad key drops its entry only.
+    EXPECT_EQ(load({{"1", "/p/a.png"}, {"x", "/p/b.png"}}),
+              (QHash<quint32, QString>{{1, "/p/a.png"}}));
+    // One value that is not text spoils the whole record.
+    EXPECT_TRUE(load({{"1", "/p/a.png"}, {"2", 5}}).isEmpty());
+    EXPECT_TRUE(load({{"1", "/p/a.png"}, {"2", QJsonArray{"/p/b.png"}}}).isEmpty());
+    // A leading plus is accepted; out-of-range, signed and empty keys are not.
+    EXPECT_EQ(load({{"+7", "/p/a.png"},
+                    {"4294967295", "/p/max.png"},
+                    {"4294967296", "/p/over.png"},
+                    {"-1", "/p/neg.png"},
+                    {"", "/p/empty.png"},
+                    {"+", "/p/plus.png"},
+                    {" 3", "/p/space.png"}}),
+              (QHash<quint32, QString>{{7, "/p/a.png"}, {4294967295u, "/p/max.png"}}));
+    // Files are not checked for existence.
+    EXPECT_EQ(load({{"12", "/nowhere/gone.png"}}).value(12), "/nowhere/gone.png");
+
+    store.setValue(StoredKeys::originalURLs, QJsonValue("/p/a.png"));
+    EXPECT_TRUE(WallpaperController::loadOriginals(store).isEmpty());
+    store.remove(StoredKeys::originalURLs);
+    EXPECT_TRUE(WallpaperController::loadOriginals(store).isEmpty());
+}
+
+TEST_F(WallpaperFixture, recordsThePathThenPutsItBackAndForgetsIt)
+{
+    fake.capture->allowed = false;
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.apply();
+
+    EXPECT_TRUE(c.applied);
+    EXPECT_EQ(c.originals, (QHash<quint32, QString>{{1, userPicture()}}));
+    EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", userPicture()}}));
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("quillet-color-1.png"));
+
+    c.restore();
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    EXPECT_TRUE(c.originals.isEmpty());
+    EXPECT_TRUE(storedRecord().isUndefined());
+    EXPECT_FALSE(c.applied);
+}
+
+TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
+{
+    store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
+    // The screen still shows what the crashed run set.
+    fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
+    WallpaperController& c = make();
+    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
+
+    const QByteArray before = [&] {
+        QFile f(dirs.defaultsPath());
+        f.open(QIODevice::ReadOnly);
+        return f.readAll();
+    }();
+    c.captureOriginalsIfNeeded();
+    QFile after(dirs.defaultsPath());
+    after.open(QIODevice::ReadOnly);
+    EXPECT_EQ(after.readAll(), before);
+    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
+
+    c.mode = DesktopBackground::color;
+    c.apply();
+    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
+    c.restore();
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/mine.png");
+}
+
+TEST_F(WallpaperFixture, snapshotIsPreferredWhenCapturePermitted)
+{
+    fake.capture->allowed = true;
+    fake.desktopPictures->snapshots.insert("DP-1", solid(40, 30, Qt::darkCyan));
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.apply();
+
+    EXPECT_EQ(c.originals.value(1), support("original-1.png"));
+    EXPECT_EQ(QImage(support("original-1.png")).pixelColor(5, 5), QColor(Qt::darkCyan));
+
+    // Without permission the desktop's own path is the original.
+    WallpaperController second(fake, *store);
+    second.restore();
+    fake.desktopPictures->pictures.insert("DP-1", userPicture());
+    fake.capture->allowed = false;
+    second.captureOriginalsIfNeeded();
+    EXPECT_EQ(second.originals.value(1), userPicture());
+}
+
+TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
+{
+    fake.capture->allowed = false;
+    const QString light = writePicture("light.png", solid(4, 4, Qt::white));
+    const QString link = dirs.root() + QStringLiteral("/home/link-to-light.png");
+    ASSERT_TRUE(QFile::link(light, link));
+    WallpaperController& c = make();
+    c.lightURL = light;
+    c.darkURL = QStringLiteral("/p/dark.png");
+
+    EXPECT_TRUE(c.isStagedURL("/anywhere/tinted-5-3.jpg"));
+    EXPECT_TRUE(c.isStagedURL("/anywhere/quillet-color-9.png"));
+    EXPECT_TRUE(c.isStagedURL("/anywhere/quillet-background.png"));
+    EXPECT_TRUE(c.isStagedURL(link));
+    EXPECT_TRUE(c.isStagedURL(dirs.root() + "/home/../light.png"));
+    EXPECT_TRUE(c.isStagedURL("/p/./dark.png"));
+    EXPECT_FALSE(c.isStagedURL(support("original-5.png")));
+    EXPECT_FALSE(c.isStagedURL("/anywhere/Tinted-5-3.jpg"));
+    EXPECT_FALSE(c.isStagedURL("/anywhere/my-tinted-5-3.jpg"));
+
+    for (const QString& current :
+         {link, QStringLiteral("/x/tinted-1-1.jpg"), QStringLiteral("/x/quillet-color-2.png"),
+          QStringLiteral("/System/DefaultDesktop.heic"), QString()}) {
+        fake.desktopPictures->pictures.insert("DP-1", current);
+        c.captureOriginalsIfNeeded();
+        EXPECT_TRUE(c.originals.isEmpty()) << current.toStdString();
+        EXPECT_TRUE(storedRecord().isUndefined());
+    }
+}
+
+TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
+{
+    fake.capture->allowed = false;
+    store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
+    fake.screens->list.clear();
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.apply();
+    EXPECT_TRUE(c.originals.isEmpty());
+    EXPECT_TRUE(storedRecord().isUndefined());
+    EXPECT_TRUE(c.applied);
+
+    fake.addStandardMonitor();
+    c.apply();
+    EXPECT_EQ(c.originals.value(1), userPicture());
+
+    // An empty restore still clears the key and the flag.
+    c.originals.clear();
+    c.persistOriginals();
+    c.applied = true;
+    c.restore();
+    EXPECT_FALSE(c.applied);
+    EXPECT_TRUE(storedRecord().isUndefined());
+}
+
+TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
+{
+    fake.capture->allowed = false;
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.apply();
+    c.mode = DesktopBackground::keep;
+    c.apply();
+    EXPECT_FALSE(c.applied);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+
+    // Covered panel in keep mode: the user's own picture with its strip tinted; where that
+    // picture cannot be read, the whole display is the flat colour.
+    c.barTintActive = true;
+    c.color = RgbColor{1, 0, 0, 1};
+    c.apply();
+    EXPECT_TRUE(c.applied);
+    const QImage shown(fake.desktopPictures->pictures.value("DP-1"));
+    ASSERT_FALSE(shown.isNull());
+    EXPECT_TRUE(near(shown.pixelColor(700, 450), Qt::red));
+}
+
+TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewIsWritten)
+{
+    addSecondMonitor();
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.color = RgbColor{0.2, 0.4, 0.6, 1};
+    c.apply();
+    // Outside the tint, every monitor gets the one file rendered for this apply.
+    EXPECT_EQ(c.colorSeq, 1);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("quillet-color-1.png"));
+    EXPECT_EQ(fake.desktopPictures->pictures.value("HDMI-1"), support("quillet-color-1.png"));
+    const QImage first(support("quillet-color-1.png"));
+    EXPECT_EQ(first.size(), QSize(256, 256));
+    EXPECT_EQ(first.pixelColor(255, 255), QColor::fromRgbF(0.2f, 0.4f, 0.6f));
+
+    c.apply();
+    EXPECT_FALSE(QFile::exists(support("quillet-color-1.png")));
+    EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
+
+    // A failed write leaves the previous file and its record; the number has moved on.
+    QDir().mkpath(support("quillet-color-3.png"));
+    EXPECT_EQ(c.renderSolidColor(c.color), std::nullopt);
+    EXPECT_EQ(c.colorSeq, 3);
+    EXPECT_EQ(c.lastColorURL, support("quillet-color-2.png"));
+    EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
+    EXPECT_EQ(c.renderSolidColor(c.color), support("quillet-color-4.png"));
+    EXPECT_FALSE(QFile::exists(support("quillet-color-2.png")));
+}
+
+TEST_F(WallpaperFixture, supportFolderIsPrivate)
+{
+    const QString dir = WallpaperController::supportDir();
+    EXPECT_EQ(dir, dirs.dataHome() + QStringLiteral("/Quillet"));
+    EXPECT_EQ(QFileInfo(dir).permissions() & 0x0077, 0) << "group/other bits set";
+}
+
+TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
+{
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::image;
+    c.darkURL = QStringLiteral("/p/dark.png");
+    EXPECT_EQ(c.targetURL(), "/p/dark.png");
+    c.lightURL = QStringLiteral("/p/light.png");
+    EXPECT_EQ(c.targetURL(), "/p/light.png");
+    fake.appearance->dark = true;
+    EXPECT_EQ(c.targetURL(), "/p/dark.png");
+    c.darkURL.reset();
+    EXPECT_EQ(c.targetURL(), "/p/light.png");
+    c.lightURL.reset();
+    EXPECT_EQ(c.targetURL(), std::nullopt);
+
+    // Neither picture: nothing is changed, but the originals are captured.
+    c.apply();
+    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
+    EXPECT_TRUE(c.applied);
+}
+
+TEST_F(WallpaperFixture, appearanceChangeReappliesOnlyShownPicturesInImageMode)
+{
+    WallpaperController& c = make();
+    c.lightURL = QStringLiteral("/p/light.png");
+    c.darkURL = QStringLiteral("/p/dark.png");
+    c.mode = DesktopBackground::image;
+    fake.appearance->set(true);
+    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty()) << "nothing applied yet";
+
+    c.apply();
+    fake.appearance->set(false);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/light.png");
+    fake.appearance->set(true);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/dark.png");
+
+    c.mode = DesktopBackground::color;
+    c.apply();
+    const auto requests = fake.desktopPictures->setRequests.size();
+    fake.appearance->set(false);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
+    EXPECT_EQ(c.colorSeq, 1);
+}
+
+TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
+{
+    fake.windowList->entries = {panel(QRectF(0, 0, 1512, 24))};
+    ScreenInfo screen;
+    screen.displayId = 9;
+    screen.frame = QRectF(0, 0, 1512, 982);
+    screen.backingScale = 2;
+    // Base picture: a green band over blue; the band is what the strip samples.
+    QImage base = solid(1512, 982, Qt::blue);
+    QPainter(&base).fillRect(0, 0, 1512, 24, Qt::green);
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::image;
+    c.lightURL = writePicture("base.png", base);
+
+    const auto path = c.renderTinted(screen, 9);
+    ASSERT_TRUE(path);
+    EXPECT_EQ(*path, support("tinted-9-1.jpg"));
+    QImage out(*path);
+    EXPECT_EQ(out.size(), QSize(3024, 1964));
+    // The strip is 24/982 of the height: 48 rows at this size, all the sampled green.
+    EXPECT_TRUE(near(out.pixelColor(1500, 0), Qt::green));
+    EXPECT_TRUE(near(out.pixelColor(10, 44), Qt::green));
+    EXPECT_TRUE(near(out.pixelColor(1500, 52), Qt::blue));
+
+    screen.backingScale = 3;
+    out = QImage(*c.renderTinted(screen, 9));
+    EXPECT_EQ(out.size(), QSize(3024, 1964));
+
+    // Halves round away from zero.
+    screen.frame = QRectF(0, 0, 100.5, 50.25);
+    screen.backingScale = 1;
+    EXPECT_EQ(QImage(*c.renderTinted(screen, 9)).size(), QSize(101, 50));
+    screen.frame = QRectF(0, 0, 0.4, 100);
+    EXPECT_EQ(c.renderTinted(screen, 9), std::nullopt);
+}
+
+TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndCentred)
+{
+    ScreenInfo screen;
+    screen.displayId = 3;
+    screen.frame = QRectF(0, 0, 300, 300);
+    // Three vertical thirds; scaled to fill a square only the middle one shows.
+    QImage base(900, 300, QImage::Format_RGB32);
+    QPainter painter(&base);
+    painter.fillRect(0, 0, 300, 300, Qt::red);
+    painter.fillRect(300, 0, 300, 300, Qt::green);
+    painter.fillRect(600, 0, 300, 300, Qt::blue);
+    painter.end();
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::image;
+    c.darkURL = writePicture("wide.png", base);
+
+    const QImage out(*c.renderTinted(screen, 3));
+    EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
+    EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
+    EXPECT_TRUE(near(out.pixelColor(150, 296), Qt::green));
+}
+
+TEST_F(WallpaperFixture, stripSamplesAtLeastTwoPercent)
+{
+    ScreenInfo screen;
+    screen.displayId = 4;
+    // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
+    screen.frame = QRectF(0, 0, 500, 2000);
+    QImage base = solid(100, 100, Qt::black);
+    QPainter(&base).fillRect(0, 0, 100, 1, Qt::white);
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::image;
+    c.lightURL = writePicture("rows.png", base);
+    const QImage out(*c.renderTinted(screen, 4));
+    EXPECT_TRUE(near(out.pixelColor(250, 5), QColor(128, 128, 128), 8))
+        << out.pixelColor(250, 5).name().toStdString();
+
+    // In colour mode the strip is the colour itself.
+    c.mode = DesktopBackground::color;
+    c.color = RgbColor{1, 1, 0, 1};
+    const QImage flat(*c.renderTinted(screen, 4));
+    EXPECT_TRUE(near(flat.pixelColor(250, 5), Qt::yellow));
+    EXPECT_TRUE(near(flat.pixelColor(250, 1000), Qt::yellow));
+}
+
+TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
+{
+    addSecondMonitor();
+    ScreenInfo noId;
+    noId.outputName = QStringLiteral("VGA-1");
+    noId.frame = QRectF(0, 1080, 800, 600);
+    fake.screens->list.append(noId);
+    WallpaperController& c = make();
+    c.mode = DesktopBackground::color;
+    c.barTintActive = true;
+    c.apply();
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("tinted-1-1.jpg"));
+    EXPECT_EQ(fake.desktopPictures->pictures.value("HDMI-1"), support("tinted-2-2.jpg"));
+    EXPECT_FALSE(fake.desktopPictures->pictures.contains("VGA-1"));
+
+    c.apply();
+    EXPECT_EQ(c.lastTinted, (QHash<quint32, QString>{{1, support("tinted-1-3.jpg")},
+                                                     {2, support("tinted-2-4.jpg")}}));
+    EXPECT_FALSE(QFile::exists(support("tinted-1-1.jpg")));
+    EXPECT_FALSE(QFile::exists(support("tinted-2-2.jpg")));
+    EXPECT_TRUE(QFile::exists(support("tinted-2-4.jpg")));
+
+    // Switching the tint off leaves the last files in place.
+    c.barTintActive = false;
+    c.apply();
+    EXPECT_TRUE(QFile::exists(support("tinted-1-3.jpg")));
+
+    // A failed write keeps the last file and its record.
+    QDir().mkpath(support("tinted-1-5.jpg"));
+    EXPECT_EQ(c.renderTinted(fake.screens->list.first(), 1), std::nullopt);
+    EXPECT_EQ(c.tintSeq, 5);
+    EXPECT_EQ(c.lastTinted.value(1), support("tinted-1-3.jpg"));
+    EXPECT_TRUE(QFile::exists(support("tinted-1-3.jpg")));
+}
+
+TEST(WallpaperTint, menuBarHeightIsTheTopPanel)
+{
+    FakeWindowList windows;
+    EXPECT_EQ(WallpaperController::menuBarHeight(windows), 24.0);
+    WindowListEntry ordinary;
+    ordinary.bounds = QRectF(0, 0, 800, 40);
+    windows.entries = {ordinary,
+                       panel(QRectF(0, 1050, 1920, 30)),
+                       panel(QRectF(0, 0, 48, 1080)),
+                       panel(QRectF(0, 0.5, 1920, 0)),
+                       panel(QRectF(0, 1, 1920, 32)),
+                       panel(QRectF(0, 0, 1920, 28))};
+    EXPECT_EQ(WallpaperController::menuBarHeight(windows), 32.0);
+}
+
+TEST(WallpaperTint, averageTopSamplesAboutEightyColumns)
+{
+    // Every 100th column of an 8000-pixel row is red, the rest blue: only red is sampled.
+    QImage wide = solid(8000, 10, Qt::blue);
+    for (int x = 0; x < 8000; x += 100)
+        wide.setPixelColor(x, 0, Qt::red);
+    EXPECT_EQ(WallpaperController::averageTop(wide, 0.05)->toQColor(), QColor(Qt::red));
+
+    // Below 80 pixels every column counts: 1 red of 50.
+    QImage narrow = solid(50, 10, Qt::blue);
+    narrow.setPixelColor(0, 0, Qt::red);
+    const RgbColor mean = *WallpaperController::averageTop(narrow, 0.0);
+    EXPECT_NEAR(mean.red, 1.0 / 50, 1e-9);
+    EXPECT_NEAR(mean.blue, 49.0 / 50, 1e-9);
+
+    // 100 wide: a step of 1, all 100 columns.
+    QImage hundred = solid(100, 4, Qt::black);
+    hundred.setPixelColor(99, 0, Qt::white);
+    EXPECT_NEAR(WallpaperController::averageTop(hundred, 0.1)->green, 0.01, 1e-9);
+}
+
+TEST(WallpaperTint, averageTopRowsAndAlpha)
+{
+    QImage image(10, 10, QImage::Format_ARGB32);
+    image.fill(QColor(0, 0, 255, 255));
+    for (int x = 0; x < 10; ++x) {
+        image.setPixelColor(x, 0, QColor(255, 0, 0, 0));
+        image.setPixelColor(x, 1, QColor(0, 255, 0, 255));
+    }
+    // A transparent pixel counts with its colour; alpha is ignored.
+    EXPECT_EQ(WallpaperController::averageTop(image, 0.1)->toQColor(), QColor(Qt::red));
+    const RgbColor two = *WallpaperController::averageTop(image, 0.25);
+    EXPECT_NEAR(two.red, 0.5, 1e-9);
+    EXPECT_NEAR(two.green, 0.5, 1e-9);
+    EXPECT_EQ(two.alpha, 1.0);
+    // More rows than the picture has: all of them.
+    EXPECT_NEAR(WallpaperController::averageTop(image, 24.0)->blue, 0.8, 1e-9);
+    EXPECT_EQ(WallpaperController::averageTop(QImage(), 0.1), std::nullopt);
+}
