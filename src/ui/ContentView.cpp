@@ -1,17 +1,23 @@
 // The main window's panel: layout, the model calls of every control, and redrawing on change.
 #include "ContentView.h"
 
-#include "CellButton.h"
 #include "CustomSizeForm.h"
 #include "Popover.h"
 #include "ResolutionStrip.h"
 #include "UiStyle.h"
 #include "WindowListBox.h"
 #include "WindowRow.h"
+#include "components/Look.h"
+#include "components/MiniScreen.h"
+#include "components/PermissionBanner.h"
+#include "components/PickThumb.h"
+#include "components/ResolutionTile.h"
+#include "components/ScreenThumb.h"
+#include "components/SectionCard.h"
+#include "components/WallpaperWell.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -20,102 +26,27 @@
 
 namespace {
 
-// ---------------------------------------------------------------------------------------------
-// PLACEHOLDERS until the preview components are available: plain widgets standing in for the
-// card, banner, tile, thumbnails, image wells and colour picker. Each returns a widget with the
-// same role and accessible name as the component that replaces it.
-// ---------------------------------------------------------------------------------------------
-
-QWidget* makeCard(const QString& title, QWidget* accessory, QWidget* content)
-{
-    auto* card = new QGroupBox(title);
-    card->setAccessibleName(title);
-    auto* stack = new QVBoxLayout(card);
-    stack->setContentsMargins(16, 16, 16, 16);
-    stack->setSpacing(12);
-    if (accessory) {
-        auto* header = new QHBoxLayout;
-        header->addStretch(1);
-        header->addWidget(accessory);
-        stack->addLayout(header);
-    }
-    stack->addWidget(content);
-    return card;
-}
-
-QWidget* makeBanner(const QString& text, QObject* context, std::function<void()> action)
-{
-    auto* banner = new QWidget;
-    banner->setAccessibleName(text);
-    auto* row = new QHBoxLayout(banner);
-    row->setContentsMargins(10, 10, 10, 10);
-    auto* label = new QLabel(text, banner);
-    label->setWordWrap(true);
-    row->addWidget(label, 1);
-    auto* grant = new QPushButton(QStringLiteral("Grant\u2026"), banner);
-    grant->setAccessibleName(QStringLiteral("Grant\u2026"));
-    QObject::connect(grant, &QPushButton::clicked, context, std::move(action));
-    row->addWidget(grant);
-    return banner;
-}
-
-QAbstractButton* makeTile(const DisplayMode& mode, bool isCurrent, double scale)
-{
-    Q_UNUSED(scale);
-    auto* tile = new QPushButton(QStringLiteral("%1 \u00D7 %2").arg(mode.width).arg(mode.height));
-    tile->setAccessibleName(tile->text());
-    tile->setCheckable(true);
-    tile->setChecked(isCurrent);
-    return tile;
-}
-
-QWidget* makeScreenThumb(const QRectF& region, const QString& caption, bool dashed,
-                         const QString& glyph)
-{
-    Q_UNUSED(region);
-    Q_UNUSED(dashed);
-    Q_UNUSED(glyph);
-    auto* thumb = new QLabel(caption);
-    thumb->setAlignment(Qt::AlignHCenter | Qt::AlignBottom);
-    thumb->setFixedSize(50, 44);
-    thumb->setFrameShape(QFrame::Box);
-    return thumb;
-}
-
-QAbstractButton* makePickThumb(const QString& label)
-{
-    auto* thumb = new QToolButton;
-    thumb->setText(label);
-    thumb->setAccessibleName(label);
-    thumb->setCheckable(true);
-    thumb->setFixedSize(58, 56);
-    return thumb;
-}
-
-void setPickThumbSelected(QAbstractButton* thumb, bool selected)
-{
-    thumb->setChecked(selected);
-}
-
-QWidget* makeWell(const QString& label, const std::optional<QString>& url, QObject* context,
-                  std::function<void(const QString&)> onPick, std::function<void()> onClear)
-{
-    Q_UNUSED(onPick);
-    auto* well = new QPushButton(label + (url ? QStringLiteral(" \u2713") : QString()));
-    well->setAccessibleName(label);
-    QObject::connect(well, &QPushButton::clicked, context, std::move(onClear));
-    return well;
-}
-
+// PLACEHOLDER until the colour picker is available: a plain label in its place.
 QWidget* makeColorPicker(AppModel& model, QObject* context)
 {
     auto* picker = new QLabel(QStringLiteral("Colour picker"));
+    picker->setAccessibleName(QStringLiteral("Background color"));
     Q_UNUSED(model);
     Q_UNUSED(context);
     return picker;
 }
 
-// ---------------------------------------------------------------------------------------------
+ScreenThumb* makeCell(const QRectF& region, const QString& caption, bool dashed,
+                      const std::optional<QString>& glyph, const QString& tip)
+{
+    auto* cell = new ScreenThumb(region, caption, dashed, glyph, 46, 30, 3);
+    cell->setToolTip(tip);
+    // The tooltip names the action more fully than the caption, and is unique in the window.
+    cell->setAccessibleName(tip);
+    cell->setAccessibleDescription(caption);
+    cell->setObjectName(tip);
+    return cell;
+}
 
 QLabel* groupLabel(const QString& text, QWidget* parent)
 {
@@ -230,11 +161,12 @@ QWidget* ContentView::buildResolutionCard()
     auto* restore = new QPushButton(QStringLiteral("Restore Original"));
     restore->setObjectName(QStringLiteral("Restore Original"));
     restore->setAccessibleName(QStringLiteral("Restore Original"));
-    restore->setFont(UiStyle::captionFont(restore->font()));
+    restore->setFont(Look::caption());
     connect(restore, &QPushButton::clicked, this, [this] { m_model.restoreSelectedDisplay(); });
     m_restore = restore;
 
-    return makeCard(QStringLiteral("Resolution"), restore, content);
+    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"), true,
+                           false, restore, content);
 }
 
 void ContentView::refreshDisplays()
@@ -253,16 +185,29 @@ void ContentView::refreshDisplays()
 void ContentView::refreshTiles()
 {
     const QList<DisplayMode>& modes = m_model.modes();
-    const double scale = ContentRules::tileScale(modes);
-    QList<QWidget*> tiles;
-    for (const DisplayMode& mode : modes) {
-        const bool current =
-            mode.width == m_model.currentWidth() && mode.height == m_model.currentHeight();
-        QAbstractButton* tile = makeTile(mode, current, scale);
-        connect(tile, &QAbstractButton::clicked, this, [this, mode] { m_model.apply(mode); });
-        tiles.append(tile);
+    const auto sameMode = [](const DisplayMode& a, const DisplayMode& b) {
+        return a.id == b.id && a.width == b.width && a.height == b.height &&
+               a.pixelWidth == b.pixelWidth && a.pixelHeight == b.pixelHeight;
+    };
+    const bool same = modes.size() == m_tileModes.size() &&
+                      std::equal(modes.begin(), modes.end(), m_tileModes.begin(), sameMode);
+    if (!same) {
+        m_tileModes = modes;
+        const double scale = ContentRules::tileScale(modes);
+        QList<QWidget*> tiles;
+        for (const DisplayMode& mode : modes) {
+            auto* tile = new ResolutionTile(mode, false, scale);
+            connect(tile, &ResolutionTile::clicked, this, [this, mode] { m_model.apply(mode); });
+            tiles.append(tile);
+        }
+        m_strip->setTiles(tiles);
     }
-    m_strip->setTiles(tiles);
+    // The current mode is marked in place, so a tile keeps the keyboard focus it was chosen with.
+    for (QWidget* widget : m_strip->tiles()) {
+        auto* tile = static_cast<ResolutionTile*>(widget);
+        tile->setCurrent(tile->mode().width == m_model.currentWidth() &&
+                         tile->mode().height == m_model.currentHeight());
+    }
 }
 
 // --- Window ----------------------------------------------------------------------------------
@@ -274,9 +219,11 @@ QWidget* ContentView::buildWindowCard()
     stack->setContentsMargins(0, 0, 0, 0);
     stack->setSpacing(12);
 
-    m_windowBanner =
-        makeBanner(QStringLiteral("Grant Accessibility to pick and move other apps' windows."),
-                   this, [this] { m_model.requestAccessibility(); });
+    auto* windowBanner =
+        new PermissionBanner(QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    connect(windowBanner, &PermissionBanner::grantRequested, this,
+            [this] { m_model.requestAccessibility(); });
+    m_windowBanner = windowBanner;
     stack->addWidget(m_windowBanner);
 
     m_columns = new QWidget(content);
@@ -293,9 +240,8 @@ QWidget* ContentView::buildWindowCard()
     header->addStretch(1);
     auto* refresh = new QToolButton(m_columns);
     refresh->setAutoRaise(true);
-    refresh->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
-    if (refresh->icon().isNull())
-        refresh->setText(QStringLiteral("\u21BB"));
+    refresh->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 14,
+                                        Look::secondary(palette()), devicePixelRatioF())));
     refresh->setIconSize(QSize(14, 14));
     refresh->setToolTip(QStringLiteral("Refresh window list"));
     refresh->setAccessibleName(QStringLiteral("Refresh window list"));
@@ -316,19 +262,17 @@ QWidget* ContentView::buildWindowCard()
     repositionColumn->setSpacing(8);
     repositionColumn->addWidget(groupLabel(QStringLiteral("Reposition"), m_columns));
     for (const RepositionItem& item : ContentRules::repositionItems()) {
-        CellButton* cell = nullptr;
+        ScreenThumb* cell = nullptr;
         if (item.kind == RepositionItem::Kind::hide) {
-            cell = new CellButton(
-                makeScreenThumb({}, QStringLiteral("Hide"), false, QStringLiteral("eye.slash")),
-                QStringLiteral("Minimize the window"), QStringLiteral("Minimize the window"));
-            connect(cell, &CellButton::clicked, this, [this] { m_model.hideSelectedWindow(); });
+            cell = makeCell(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"),
+                            QStringLiteral("Minimize the window"));
+            connect(cell, &ScreenThumb::clicked, this, [this] { m_model.hideSelectedWindow(); });
         } else {
             const WindowArrangement arrangement = item.arrangement;
-            cell = new CellButton(makeScreenThumb(ContentRules::arrangementRegion(arrangement),
-                                                  ContentRules::arrangementCaption(arrangement),
-                                                  false, {}),
-                                  help(arrangement), help(arrangement));
-            connect(cell, &CellButton::clicked, this,
+            cell = makeCell(ContentRules::arrangementRegion(arrangement),
+                            ContentRules::arrangementCaption(arrangement), false, std::nullopt,
+                            help(arrangement));
+            connect(cell, &ScreenThumb::clicked, this,
                     [this, arrangement] { m_model.arrangeSelected(arrangement); });
         }
         m_repositionCells.append(cell);
@@ -358,7 +302,8 @@ QWidget* ContentView::buildWindowCard()
     UiStyle::makeSecondaryCaption(caption);
     stack->addWidget(caption);
 
-    return makeCard(QStringLiteral("Window"), nullptr, content);
+    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false, nullptr,
+                           content);
 }
 
 void ContentView::refreshWindowList()
@@ -394,32 +339,28 @@ void ContentView::refreshCenterCells()
     m_centerCells.clear();
     m_centerItems = ContentRules::centerItems(width, height);
     for (const CenterItem& item : std::as_const(m_centerItems)) {
-        CellButton* cell = nullptr;
+        ScreenThumb* cell = nullptr;
         switch (item.kind) {
         case CenterItem::Kind::fill:
-            cell = new CellButton(
-                makeScreenThumb(ContentRules::arrangementRegion(WindowArrangement::fill),
-                                ContentRules::arrangementCaption(WindowArrangement::fill), false,
-                                {}),
-                help(WindowArrangement::fill), help(WindowArrangement::fill));
-            connect(cell, &CellButton::clicked, this,
+            cell = makeCell(ContentRules::arrangementRegion(WindowArrangement::fill),
+                            ContentRules::arrangementCaption(WindowArrangement::fill), false,
+                            std::nullopt, help(WindowArrangement::fill));
+            connect(cell, &ScreenThumb::clicked, this,
                     [this] { m_model.arrangeSelected(WindowArrangement::fill); });
             break;
         case CenterItem::Kind::size: {
             const QSizeF size = item.size;
-            cell = new CellButton(makeScreenThumb(ContentRules::sizeRegion(size, width, height),
-                                                  ContentRules::sizeCaption(size), false, {}),
-                                  ContentRules::sizeTooltip(size), ContentRules::sizeTooltip(size));
-            connect(cell, &CellButton::clicked, this,
+            cell = makeCell(ContentRules::sizeRegion(size, width, height),
+                            ContentRules::sizeCaption(size), false, std::nullopt,
+                            ContentRules::sizeTooltip(size));
+            connect(cell, &ScreenThumb::clicked, this,
                     [this, size] { m_model.resizeSelected(size); });
             break;
         }
         case CenterItem::Kind::custom:
-            cell = new CellButton(
-                makeScreenThumb(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), true, {}),
-                QStringLiteral("Resize to a custom size and center"),
-                QStringLiteral("Resize to a custom size and center"));
-            connect(cell, &CellButton::clicked, this, [this, cell] { openCustomPopover(cell); });
+            cell = makeCell(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), true,
+                            std::nullopt, QStringLiteral("Resize to a custom size and center"));
+            connect(cell, &ScreenThumb::clicked, this, [this, cell] { openCustomPopover(cell); });
             break;
         }
         m_centerCells.append(cell);
@@ -451,12 +392,14 @@ void ContentView::refreshBanners()
     const QList<MenuBarBanner> wanted = ContentRules::menuBarBanners(
         m_model.menuBarCover(), m_model.canCloneBar(), m_model.canNameItems());
     if (m_banners.isEmpty()) {
-        m_banners.insert(MenuBarBanner::screenRecording,
-                         makeBanner(ContentRules::bannerText(MenuBarBanner::screenRecording), this,
-                                    [this] { m_model.requestScreenCapture(); }));
-        m_banners.insert(MenuBarBanner::itemNames,
-                         makeBanner(ContentRules::bannerText(MenuBarBanner::itemNames), this,
-                                    [this] { m_model.requestAccessibility(); }));
+        auto* capture = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
+        connect(capture, &PermissionBanner::grantRequested, this,
+                [this] { m_model.requestScreenCapture(); });
+        auto* names = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::itemNames));
+        connect(names, &PermissionBanner::grantRequested, this,
+                [this] { m_model.requestAccessibility(); });
+        m_banners.insert(MenuBarBanner::screenRecording, capture);
+        m_banners.insert(MenuBarBanner::itemNames, names);
         // Laid out once in the order they are shown; hidden ones take no room.
         m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::screenRecording));
         m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::itemNames));
@@ -505,8 +448,9 @@ QWidget* ContentView::buildDesktopCard()
 
     const auto addThumb = [this](QHBoxLayout* row, const QString& group, const QString& label,
                                  std::function<void()> action) {
-        QAbstractButton* thumb = makePickThumb(label);
-        connect(thumb, &QAbstractButton::clicked, this, std::move(action));
+        auto* thumb = new PickThumb(label, false, new MiniScreen(MiniScreen::Background::wallpaper(),
+                                                                 MiniScreen::Bar::items, false));
+        connect(thumb, &PickThumb::clicked, this, std::move(action));
         row->addWidget(thumb);
         m_thumbs.insert(groupKey(group, label), thumb);
     };
@@ -526,38 +470,35 @@ QWidget* ContentView::buildDesktopCard()
         m_model.setBackground(DesktopBackground::image);
         m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
     });
-    return makeCard(QStringLiteral("Desktop"), nullptr, content);
+    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"), false,
+                           false, nullptr, content);
 }
 
 void ContentView::refreshDesktop()
 {
+    const auto show = [this](const QString& group, const QString& label, bool selected,
+                             const MiniScreen::Background& background, bool icons) {
+        PickThumb* thumb = m_thumbs.value(groupKey(group, label));
+        thumb->setSelected(selected);
+        auto* preview = static_cast<MiniScreen*>(thumb->preview());
+        preview->setBackground(background);
+        preview->setIcons(icons);
+    };
+    const QString icons = QStringLiteral("Icons");
+    const QString background = QStringLiteral("Background");
     const bool hidden = m_model.desktopIconsHidden();
-    setPickThumbSelected(pickThumb(QStringLiteral("Icons"), QStringLiteral("Show")), !hidden);
-    setPickThumbSelected(pickThumb(QStringLiteral("Icons"), QStringLiteral("Hide")), hidden);
-    const DesktopBackground background = m_model.background();
-    setPickThumbSelected(pickThumb(QStringLiteral("Background"), QStringLiteral("Keep")),
-                         background == DesktopBackground::keep);
-    setPickThumbSelected(pickThumb(QStringLiteral("Background"), QStringLiteral("Color")),
-                         background == DesktopBackground::color);
-    setPickThumbSelected(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")),
-                         background == DesktopBackground::image);
+    const DesktopBackground choice = m_model.background();
+    const MiniScreen::Background wallpaper = MiniScreen::Background::wallpaper();
+    show(icons, QStringLiteral("Show"), !hidden, wallpaper, true);
+    show(icons, QStringLiteral("Hide"), hidden, wallpaper, false);
+    show(background, QStringLiteral("Keep"), choice == DesktopBackground::keep, wallpaper, false);
+    show(background, QStringLiteral("Color"), choice == DesktopBackground::color,
+         MiniScreen::Background::solid(m_model.backgroundColor()), false);
+    show(background, QStringLiteral("Image"), choice == DesktopBackground::image,
+         MiniScreen::Background::image(m_model.lightWallpaperURL()), false);
 
-    // The two wells show the chosen pictures.
-    while (QLayoutItem* item = m_wellsRow->takeAt(0)) {
-        if (QWidget* widget = item->widget()) {
-            widget->hide();
-            widget->deleteLater();
-        }
-        delete item;
-    }
-    m_wellsRow->addWidget(makeWell(
-        QStringLiteral("Light"), m_model.lightWallpaperURL(), this,
-        [this](const QString& path) { m_model.setLightWallpaperURL(path); },
-        [this] { m_model.setLightWallpaperURL(std::nullopt); }));
-    m_wellsRow->addWidget(makeWell(
-        QStringLiteral("Dark"), m_model.darkWallpaperURL(), this,
-        [this](const QString& path) { m_model.setDarkWallpaperURL(path); },
-        [this] { m_model.setDarkWallpaperURL(std::nullopt); }));
+    m_lightWell->setPath(m_model.lightWallpaperURL());
+    m_darkWell->setPath(m_model.darkWallpaperURL());
 }
 
 // --- Menu Bar --------------------------------------------------------------------------------
@@ -575,8 +516,12 @@ QWidget* ContentView::buildMenuBarCard()
     m_coverRow->setSpacing(12);
     group->addLayout(m_coverRow);
     for (MenuBarCover cover : allMenuBarCovers) {
-        QAbstractButton* thumb = makePickThumb(title(cover));
-        connect(thumb, &QAbstractButton::clicked, this, [this, cover, thumb] {
+        const MiniScreen::Bar bar = cover == MenuBarCover::keep     ? MiniScreen::Bar::items
+                                    : cover == MenuBarCover::entire ? MiniScreen::Bar::empty
+                                                                    : MiniScreen::Bar::gap;
+        auto* thumb = new PickThumb(title(cover), false,
+                                    new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
+        connect(thumb, &PickThumb::clicked, this, [this, cover, thumb] {
             m_model.setMenuBarCover(cover);
             if (cover == MenuBarCover::items)
                 m_itemsPopover->open(thumb);
@@ -584,37 +529,44 @@ QWidget* ContentView::buildMenuBarCard()
         m_coverRow->addWidget(thumb);
         m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
     }
-    return makeCard(QStringLiteral("Menu Bar"), nullptr, content);
+    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false, false,
+                           nullptr, content);
 }
 
 void ContentView::refreshCover()
 {
     for (MenuBarCover cover : allMenuBarCovers)
-        setPickThumbSelected(pickThumb(QStringLiteral("Cover"), title(cover)),
-                             m_model.menuBarCover() == cover);
+        m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)))
+            ->setSelected(m_model.menuBarCover() == cover);
 }
 
 void ContentView::refreshItems()
 {
-    for (QCheckBox* toggle : std::as_const(m_itemToggles)) {
-        toggle->hide();
-        toggle->deleteLater();
-    }
-    m_itemToggles.clear();
     const QList<MenuBarItem>& items = m_model.menuBarItems();
-    m_noItems->setVisible(items.isEmpty());
-    for (const MenuBarItem& item : items) {
-        auto* toggle = new QCheckBox(item.label, m_itemsPopover);
-        toggle->setAccessibleName(item.label);
-        toggle->setObjectName(item.label);
-        toggle->setChecked(m_model.selectedItemIDs().contains(item.id));
-        const quint32 id = item.id;
-        connect(toggle, &QCheckBox::clicked, this, [this, id] { m_model.toggleItem(id); });
-        m_itemsLayout->addWidget(toggle);
-        m_itemToggles.append(toggle);
+    if (items != m_toggledItems) {
+        for (QCheckBox* toggle : std::as_const(m_itemToggles)) {
+            toggle->hide();
+            toggle->deleteLater();
+        }
+        m_itemToggles.clear();
+        m_toggledItems = items;
+        m_noItems->setVisible(items.isEmpty());
+        for (const MenuBarItem& item : items) {
+            auto* toggle = new QCheckBox(item.label, m_itemsPopover);
+            toggle->setAccessibleName(item.label);
+            toggle->setObjectName(item.label);
+            const quint32 id = item.id;
+            connect(toggle, &QCheckBox::clicked, this, [this, id] { m_model.toggleItem(id); });
+            m_itemsLayout->addWidget(toggle);
+            m_itemToggles.append(toggle);
+        }
+        if (m_itemsPopover->isVisible())
+            m_itemsPopover->adjustSize();
     }
-    if (m_itemsPopover->isVisible())
-        m_itemsPopover->adjustSize();
+    for (qsizetype i = 0; i < m_itemToggles.size(); ++i) {
+        const QSignalBlocker block(m_itemToggles[i]);
+        m_itemToggles[i]->setChecked(m_model.selectedItemIDs().contains(m_toggledItems[i].id));
+    }
 }
 
 QAbstractButton* ContentView::pickThumb(const QString& group, const QString& label) const
@@ -644,6 +596,18 @@ void ContentView::buildPopovers()
     m_wellsRow->setContentsMargins(16, 16, 16, 16);
     m_wellsRow->setSpacing(14);
     m_wellsRow->setAlignment(Qt::AlignTop);
+    m_lightWell = new WallpaperWell(QStringLiteral("Light"), m_model.lightWallpaperURL());
+    connect(m_lightWell, &WallpaperWell::picked, this,
+            [this](const QString& path) { m_model.setLightWallpaperURL(path); });
+    connect(m_lightWell, &WallpaperWell::cleared, this,
+            [this] { m_model.setLightWallpaperURL(std::nullopt); });
+    m_darkWell = new WallpaperWell(QStringLiteral("Dark"), m_model.darkWallpaperURL());
+    connect(m_darkWell, &WallpaperWell::picked, this,
+            [this](const QString& path) { m_model.setDarkWallpaperURL(path); });
+    connect(m_darkWell, &WallpaperWell::cleared, this,
+            [this] { m_model.setDarkWallpaperURL(std::nullopt); });
+    m_wellsRow->addWidget(m_lightWell);
+    m_wellsRow->addWidget(m_darkWell);
 
     m_itemsPopover = new Popover(QStringLiteral("Detected items"), this);
     auto* itemsStack = new QVBoxLayout(m_itemsPopover);
@@ -656,10 +620,11 @@ void ContentView::buildPopovers()
     auto* rescan = new QToolButton(m_itemsPopover);
     rescan->setAutoRaise(true);
     rescan->setText(QStringLiteral("Rescan"));
-    rescan->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
+    rescan->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 12,
+                                       Look::secondary(palette()), devicePixelRatioF())));
     rescan->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     rescan->setIconSize(QSize(12, 12));
-    rescan->setFont(UiStyle::captionFont(rescan->font()));
+    rescan->setFont(Look::caption());
     rescan->setAccessibleName(QStringLiteral("Rescan"));
     rescan->setObjectName(QStringLiteral("Rescan"));
     connect(rescan, &QToolButton::clicked, this, [this] { m_model.refreshMenuBarItems(); });

@@ -11,6 +11,8 @@
 #include <QWidget>
 
 class CustomSizeForm;
+class PickThumb;
+class WallpaperWell;
 class Popover;
 class QAbstractButton;
 class QCheckBox;
@@ -115,7 +117,7 @@ private:
     QHBoxLayout* m_iconsRow = nullptr;
     QHBoxLayout* m_backgroundRow = nullptr;
     QHBoxLayout* m_coverRow = nullptr;
-    QHash<QString, QAbstractButton*> m_thumbs;
+    QHash<QString, PickThumb*> m_thumbs;
 
     Popover* m_customPopover = nullptr;
     CustomSizeForm* m_customForm = nullptr;
@@ -123,9 +125,13 @@ private:
     QWidget* m_colorPicker = nullptr;
     Popover* m_imagePopover = nullptr;
     QHBoxLayout* m_wellsRow = nullptr;
+    WallpaperWell* m_lightWell = nullptr;
+    WallpaperWell* m_darkWell = nullptr;
     Popover* m_itemsPopover = nullptr;
     QVBoxLayout* m_itemsLayout = nullptr;
     QLabel* m_noItems = nullptr;
     QAbstractButton* m_rescan = nullptr;
     QList<QCheckBox*> m_itemToggles;
+    QList<MenuBarItem> m_toggledItems;
+    QList<DisplayMode> m_tileModes;
 };

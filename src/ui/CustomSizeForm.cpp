@@ -2,6 +2,7 @@
 #include "CustomSizeForm.h"
 
 #include "UiStyle.h"
+#include "components/Look.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -18,7 +19,7 @@ CustomSizeForm::CustomSizeForm(QWidget* parent) : QWidget(parent)
     setFixedWidth(220);
 
     auto* title = new QLabel(QStringLiteral("Custom size"), this);
-    title->setFont(UiStyle::headlineFont(font()));
+    title->setFont(Look::headline());
     stack->addWidget(title);
 
     auto* fields = new QHBoxLayout;

@@ -26,6 +26,8 @@ ResolutionStrip::ResolutionStrip(QWidget* parent) : QScrollArea(parent)
     m_layout->setContentsMargins(1, 0, 1, 0);
     m_layout->setSpacing(8);
     setWidget(m_row);
+    // The scroll area fills its content by default; the card behind should show through.
+    m_row->setAutoFillBackground(false);
     m_row->installEventFilter(this);
 
     m_fade = new QGraphicsOpacityEffect(this);

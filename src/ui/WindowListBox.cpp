@@ -3,6 +3,7 @@
 
 #include "ContentRules.h"
 #include "UiStyle.h"
+#include "components/Look.h"
 #include "WindowRow.h"
 
 #include <QLabel>
@@ -35,6 +36,8 @@ WindowListBox::WindowListBox(QWidget* parent) : QWidget(parent)
     m_stack->addWidget(m_empty);
     m_stack->addStretch(1);
     m_scroll->setWidget(m_content);
+    // The scroll area fills its content by default; the rounded box behind should show through.
+    m_content->setAutoFillBackground(false);
 }
 
 void WindowListBox::setWindows(const QList<ManagedWindow>& windows,
@@ -75,9 +78,8 @@ void WindowListBox::paintEvent(QPaintEvent* event)
     Q_UNUSED(event);
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor border = UiStyle::secondaryColor(palette());
-    border.setAlphaF(0.3f);
-    painter.setPen(QPen(border, 1));
-    painter.setBrush(palette().color(QPalette::Base));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Look::textBackground(palette()));
+    painter.drawRoundedRect(QRectF(rect()), 8, 8);
+    Look::strokeInside(painter, rect(), 8, 1.0, Look::withOpacity(Look::secondary(palette()), 0.3));
 }

@@ -1,7 +1,7 @@
 // A selectable row of the window list.
 #include "WindowRow.h"
 
-#include "UiStyle.h"
+#include "components/Look.h"
 
 #include <QPainter>
 #include <QStyle>
@@ -17,7 +17,7 @@ WindowRow::WindowRow(const QString& label, QWidget* parent) : QAbstractButton(pa
     setText(label);
     setAccessibleName(label);
     setToolTip(label);
-    setFont(UiStyle::captionFont(font()));
+    setFont(Look::caption());
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
@@ -50,10 +50,10 @@ void WindowRow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor textColor = palette().color(QPalette::Text);
+    QColor textColor = Look::primary(palette());
     if (m_selected) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(palette().color(QPalette::Highlight));
+        painter.setBrush(Look::accent(palette()));
         painter.drawRoundedRect(QRectF(rect()), 5, 5);
         textColor = Qt::white;
     }

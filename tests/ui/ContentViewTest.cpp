@@ -328,12 +328,18 @@ TEST_F(PanelFixture, resolutionStripFadesTheEdgesItCanScrollPast)
     EXPECT_FALSE(stops[0].opaque);
     EXPECT_TRUE(stops[2].opaque && stops[3].opaque);
 
-    // The fade is drawn: the trailing edge shows the card behind the strip, as just right of it.
+    // The fade is drawn: the last column shows (almost only) the card behind the strip.
     bar->setValue(0);
     const QPoint origin = strip->mapTo(&view, QPoint());
     const QImage image = view.grab(QRect(origin, strip->size() + QSize(3, 0))).toImage();
-    const int y = image.height() / 2;
-    EXPECT_EQ(image.pixel(strip->width() - 1, y), image.pixel(strip->width() + 2, y));
+    for (int y = 0; y < image.height(); y += 4) {
+        const QColor edge = image.pixelColor(strip->width() - 1, y);
+        const QColor behind = image.pixelColor(strip->width() + 2, y);
+        EXPECT_LE(std::abs(edge.red() - behind.red()) + std::abs(edge.green() - behind.green()) +
+                      std::abs(edge.blue() - behind.blue()),
+                  3 * 16)
+            << "at y " << y;
+    }
 
     // The common scale: the 3840 × 2160 mode is drawn at most 168 × 108.
     EXPECT_DOUBLE_EQ(ContentRules::tileScale(model->modes()), std::min(168.0 / 3840, 108.0 / 2160));
@@ -372,6 +378,7 @@ TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
          QStringLiteral("A very long page title that cannot possibly fit in the list")}};
     view.refreshButton()->click();
     ASSERT_EQ(list->rows().size(), 1);
+    QApplication::processEvents();
     const QString shown = list->rows()[0]->shownText();
     EXPECT_TRUE(shown.startsWith(QStringLiteral("Browser"))) << shown.toStdString();
     EXPECT_TRUE(shown.endsWith(QStringLiteral("list"))) << shown.toStdString();
