@@ -7,6 +7,7 @@
 #include "X11DisplayModes.h"
 #include "X11Probes.h"
 #include "X11Screens.h"
+#include "X11WindowControl.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
 #include "platform/Platform.h"
@@ -21,22 +22,6 @@ public:
     // X11 has no permission prompt: access is whatever the server allows now.
     bool requestCaptureAccess() override { return X11::canReadRootWindow(); }
     QImage captureDisplay(quint32) override { return {}; }
-};
-
-class X11WindowControl final : public WindowControl {
-public:
-    bool canControlWindows() const override { return X11::hasEwmhWindowManager(); }
-    void requestWindowControl() override
-    {
-        if (!X11::hasEwmhWindowManager())
-            qWarning("Quillet: no window manager that follows the EWMH conventions is running; "
-                     "windows can be arranged once one runs");
-    }
-    QList<ClientWindow> windows() const override { return {}; }
-    std::optional<QRectF> frame(quint64) const override { return {}; }
-    void setPosition(quint64, QPointF) override {}
-    void setSize(quint64, QSizeF) override {}
-    void minimize(quint64) override {}
 };
 
 } // namespace
