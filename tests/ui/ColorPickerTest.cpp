@@ -181,6 +181,10 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     EXPECT_NEAR(picker.sat(), 0.5, 1e-9);
     EXPECT_NEAR(picker.bri(), 0.5, 1e-9);
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("804040"));
+    QTest::keyClick(pad, Qt::Key_Up, Qt::ShiftModifier);
+    QTest::keyClick(pad, Qt::Key_Left);
+    EXPECT_NEAR(picker.sat(), 0.49, 1e-9);
+    EXPECT_NEAR(picker.bri(), 0.6, 1e-9);
 
     // The strip's right end, and beyond it, stop short of a full turn.
     const QPoint stripEnd = HueStrip::stripRect().topRight().toPoint() + QPoint(0, 7);
@@ -190,6 +194,11 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     QTest::mouseRelease(strip, Qt::LeftButton, {}, stripEnd + QPoint(40, 0));
     EXPECT_EQ(picker.hue(), 0.9999);
     EXPECT_EQ(HueStrip::hueAt(220, 220), 0.9999);
+    // The keyboard reaches the same limits.
+    QTest::keyClick(strip, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(picker.hue(), 0.9999);
+    QTest::keyClick(strip, Qt::Key_Left);
+    EXPECT_NEAR(picker.hue(), 0.9899, 1e-12);
 
     // The pad shows the hue at its top-right and black along its bottom.
     nextTurn();
@@ -200,8 +209,12 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     const QColor bottom = image.pixelColor((padOrigin + QPointF(60, 139)).toPoint());
     EXPECT_LT(bottom.value(), 10);
     // The white ring of the marker sits at (sat × width, (1 − bri) × height).
-    const QPointF marker = padOrigin + SatBriPad::markerCentre(0.5, 0.5, {220, 140});
-    EXPECT_GT(image.pixelColor((marker + QPointF(7, 0)).toPoint()).lightness(), 230);
+    const QPointF marker =
+        padOrigin + SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140});
+    const QPoint ring(int(marker.x() + 6.5), int(marker.y()));
+    EXPECT_GT(image.pixelColor(ring).lightness(), 230);
+    // Inside the ring the pad shows through.
+    EXPECT_LT(image.pixelColor(ring - QPoint(4, 0)).lightness(), 200);
 }
 
 TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
