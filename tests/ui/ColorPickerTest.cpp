@@ -5,6 +5,7 @@
 #include "ui/components/HueStrip.h"
 #include "ui/components/SatBriPad.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
 #include <QTest>
@@ -304,6 +305,28 @@ TEST(ColorPickerPopover, changesDoNotEcho)
     EXPECT_EQ(picker.hexText(), QStringLiteral("808080"));
     EXPECT_EQ(picker.hueStrip()->hue(), 0.0);
     EXPECT_EQ(bound.writes, 1);
+}
+
+TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    picker.show();
+    int controls = 0;
+    for (QWidget* widget : picker.findChildren<QWidget*>()) {
+        if (widget->focusPolicy() == Qt::NoFocus)
+            continue;
+        ++controls;
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
+        ASSERT_NE(accessible, nullptr);
+        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
+            << widget->metaObject()->className();
+    }
+    // The pad, the strip, 55 swatches and the field.
+    EXPECT_EQ(controls, 58);
+    EXPECT_EQ(
+        QAccessible::queryAccessibleInterface(picker.swatches().first())->text(QAccessible::Name),
+        QStringLiteral("#FF1744"));
 }
 
 int main(int argc, char** argv)

@@ -338,6 +338,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     hover(wellArea.center());
     EXPECT_TRUE(well.clearButton()->isVisible());
     EXPECT_EQ(well.clearButton()->toolTip(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.clearButton()->accessibleName(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.accessibleName(), QStringLiteral("Dark"));
     EXPECT_EQ(well.clearButton()->geometry(), QRect(int(wellArea.right()) - 2 - 13, 2, 13, 13));
     // The picture fills the well.
     EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
