@@ -1,5 +1,11 @@
 // The colour picker: reading typed colours, the HSB round trip, the controls driven with the
 // mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "StoredKeys.h"
+#include "TestDirs.h"
 #include "ui/components/ColorPickerPopover.h"
 #include "ui/components/ColorSwatch.h"
 #include "ui/components/HueStrip.h"
@@ -8,6 +14,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -327,6 +334,40 @@ TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
     EXPECT_EQ(
         QAccessible::queryAccessibleInterface(picker.swatches().first())->text(QAccessible::Name),
         QStringLiteral("#FF1744"));
+}
+
+TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
+{
+    TestDirs dirs;
+    FakePlatform fake;
+    fake.addStandardMonitor();
+    FakeScheduler scheduler;
+    DefaultsStore store(dirs.defaultsPath());
+    AppModel model(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, nullptr});
+    model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
+
+    ColorPickerPopover picker({[&] { return model.backgroundColor(); },
+                               [&](const RgbColor& color) { model.setBackgroundColor(color); }});
+    QObject::connect(&model, &AppModel::published, &picker, [&](AppModel::Field field) {
+        if (field == AppModel::Field::backgroundColor)
+            picker.boundColorChanged(model.backgroundColor());
+    });
+    QSignalSpy published(&model, &AppModel::published);
+    picker.show();
+    nextTurn();
+    EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
+
+    QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
+    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
+    EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
+    nextTurn();
+
+    // Another part of the program changes the colour: the picker follows without writing.
+    published.clear();
+    model.setBackgroundColor({0.0, 0.5, 0.0, 1.0});
+    EXPECT_EQ(published.count(), 1);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
+    EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
 }
 
 int main(int argc, char** argv)
