@@ -221,6 +221,26 @@ TEST(MiniScreen, barsIconsAndBackgrounds)
     EXPECT_NE(placeholder.pixelColor(2, 2), placeholder.pixelColor(29, 19));
 }
 
+TEST(MiniScreen, picturesReadSmallAndAgainWhenReplaced)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("big.png"));
+    QImage big(2000, 1000, QImage::Format_RGB32);
+    big.fill(Qt::red);
+    ASSERT_TRUE(big.save(file));
+    const QImage first = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(first.size(), QSize(512, 256));
+    EXPECT_EQ(first.pixelColor(10, 10), QColor(Qt::red));
+
+    QImage replaced(1000, 1000, QImage::Format_RGB32);
+    replaced.fill(Qt::blue);
+    ASSERT_TRUE(replaced.save(file));
+    const QImage second = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(second.size(), QSize(512, 512));
+    EXPECT_EQ(second.pixelColor(10, 10), QColor(Qt::blue));
+    EXPECT_TRUE(MiniScreen::readThumbnail(dir.filePath(QStringLiteral("none.png"))).isNull());
+}
+
 TEST(PickThumb, frameFollowsSelectionAndClicksCallBack)
 {
     auto* preview =
