@@ -372,6 +372,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     EXPECT_EQ(picks.count(), 0) << "clearing does not open the chooser";
     leave();
     EXPECT_FALSE(well.clearButton()->isVisible());
+    QTest::keyClick(&well, Qt::Key_Delete);
+    EXPECT_EQ(clears.count(), 2) << "the keyboard clears a well holding a picture";
 
     // An unreadable file keeps the button (there is a picture setting) but shows the placeholder.
     well.setPath(dir.filePath(QStringLiteral("gone.png")));
