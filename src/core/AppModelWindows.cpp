@@ -1,20 +1,33 @@
 // The model's window operations: the list of other applications' windows and the selection.
 #include "AppModel.h"
-
 #include "WindowMover.h"
 #include "platform/Platform.h"
+
+QList<QSizeF> AppModel::windowSizesFitting(qint64 width, qint64 height)
+{
+    if (width < 1 || height < 1)
+        return windowSizes();
+    QList<QSizeF> result;
+    for (const QSizeF& size : windowSizes()) {
+        if (qint64(size.width()) <= width && qint64(size.height()) <= height)
+            result.append(size);
+    }
+    return result;
+}
 
 void AppModel::refreshWindows()
 {
     assign(m_windows, WindowMover::windows(m_platform), Field::windows);
     // Identities are fresh on every enumeration, so in practice the first window is selected.
-    const bool kept = m_selectedWindowID &&
-                      std::any_of(m_windows.cbegin(), m_windows.cend(),
-                                  [this](const ManagedWindow& w) { return w.id == *m_selectedWindowID; });
+    const bool kept = m_selectedWindowID && std::any_of(m_windows.cbegin(), m_windows.cend(),
+                                                        [this](const ManagedWindow& w) {
+                                                            return w.id == *m_selectedWindowID;
+                                                        });
     if (kept)
         return;
     assign(m_selectedWindowID,
-           m_windows.isEmpty() ? std::optional<QUuid>() : std::optional<QUuid>(m_windows.first().id),
+           m_windows.isEmpty() ? std::optional<QUuid>()
+                               : std::optional<QUuid>(m_windows.first().id),
            Field::selectedWindowID);
 }
 

@@ -1,28 +1,177 @@
-// Panel reflow on QImage.
+// Panel reflow on QImage. The capture has row 0 at the top of the monitor and is in device
+// pixels; items and screens are in points.
 #include "BarReflow.h"
 
+#include <QHash>
+#include <QPainter>
+#include <algorithm>
+
 namespace BarReflow {
+
+namespace {
+
+// Points to pixels: scaled, then truncated towards zero.
+int toPixels(double scale, double points)
+{
+    return static_cast<int>(scale * points);
+}
+
+double scaleOf(const QImage& full, const ScreenInfo& screen)
+{
+    return full.width() / screen.frame.width();
+}
+
+double leftOffset(const MenuBarItem& item, const ScreenInfo& screen)
+{
+    return item.cocoaRect.x() - screen.frame.x();
+}
+
+double rightOffset(const MenuBarItem& item, const ScreenInfo& screen)
+{
+    return item.cocoaRect.x() + item.cocoaRect.width() - screen.frame.x();
+}
+
+// A crop reaching past the image is cut at its edges; nothing when nothing is left.
+std::optional<QRect> clippedCrop(const QImage& image, const QRect& rect)
+{
+    const QRect clipped = rect & image.rect();
+    if (clipped.isEmpty())
+        return std::nullopt;
+    return clipped;
+}
+
+// The spacing of the rebuilt panel: the median of the gaps between neighbours, the upper
+// middle one for an even count. Overlapping neighbours give no gap; touching ones a gap of 0.
+double medianGap(const QList<MenuBarItem>& sorted, const ScreenInfo& screen)
+{
+    QList<double> gaps;
+    for (qsizetype i = 1; i < sorted.size(); ++i) {
+        const double gap = leftOffset(sorted[i], screen) - rightOffset(sorted[i - 1], screen);
+        if (gap >= 0.0)
+            gaps.append(gap);
+    }
+    if (gaps.isEmpty())
+        return 6.0;
+    std::sort(gaps.begin(), gaps.end());
+    return gaps[gaps.size() / 2];
+}
+
+} // namespace
+
+QList<MenuBarItem> onScreen(const QList<MenuBarItem>& items, const ScreenInfo& screen)
+{
+    QList<MenuBarItem> result;
+    for (const MenuBarItem& item : items) {
+        if (item.cocoaRect.intersects(screen.frame))
+            result.append(item);
+    }
+    std::stable_sort(result.begin(), result.end(), [](const MenuBarItem& a, const MenuBarItem& b) {
+        return a.cocoaRect.x() < b.cocoaRect.x();
+    });
+    return result;
+}
 
 std::optional<QImage> emptyColumn(const QImage& full, const ScreenInfo& screen,
                                   const QList<MenuBarItem>& items, double barHeightPt)
 {
-    Q_UNUSED(full);
-    Q_UNUSED(screen);
-    Q_UNUSED(items);
-    Q_UNUSED(barHeightPt);
-    return std::nullopt;
+    const double scale = scaleOf(full, screen);
+    const QList<MenuBarItem> sorted = onScreen(items, screen);
+
+    const double reference =
+        sorted.isEmpty() ? screen.frame.width() - 200.0 : leftOffset(sorted.first(), screen);
+    // 40 points left of the leftmost item, but never within 300 points of the left edge,
+    // where the panel's launcher and task buttons sit.
+    const double columnX = std::max(reference - 40.0, 300.0);
+
+    const int x = toPixels(scale, columnX);
+    const int w = std::max(toPixels(scale, 2.0), 2);
+    const int h = toPixels(scale, barHeightPt);
+    if (x < 0 || x + w > full.width() || h < 1)
+        return std::nullopt;
+    const auto crop = clippedCrop(full, QRect(x, 0, w, h));
+    if (!crop)
+        return std::nullopt;
+    return full.copy(*crop);
 }
 
 std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
                             const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs,
                             double barHeightPt)
 {
-    Q_UNUSED(full);
-    Q_UNUSED(screen);
-    Q_UNUSED(items);
-    Q_UNUSED(hiddenIDs);
-    Q_UNUSED(barHeightPt);
-    return std::nullopt;
+    const QList<MenuBarItem> sorted = onScreen(items, screen);
+    if (sorted.isEmpty())
+        return std::nullopt;
+    const double scale = scaleOf(full, screen);
+
+    // The extent counts hidden items too, so the piece covers every item's old place.
+    double minLeft = leftOffset(sorted.first(), screen);
+    double maxRight = rightOffset(sorted.first(), screen);
+    for (const MenuBarItem& item : sorted) {
+        minLeft = std::min(minLeft, leftOffset(item, screen));
+        maxRight = std::max(maxRight, rightOffset(item, screen));
+    }
+    const double tileLeft = std::max(minLeft - 8.0, 0.0);
+    const double tileW = screen.frame.width() - tileLeft;
+    const double spacing = medianGap(sorted, screen);
+
+    QList<MenuBarItem> visible;
+    for (const MenuBarItem& item : sorted) {
+        if (!hiddenIDs.contains(item.id))
+            visible.append(item);
+    }
+
+    // Packed against the right: the rightmost visible item ends where the rightmost item of
+    // the screen ended, even when that one is hidden; every item keeps its width.
+    QHash<quint32, double> newX;
+    double cursor = maxRight - tileLeft;
+    for (auto it = visible.crbegin(); it != visible.crend(); ++it) {
+        cursor -= it->cocoaRect.width();
+        newX.insert(it->id, cursor);
+        cursor -= spacing;
+    }
+
+    const int W = toPixels(scale, tileW);
+    const int H = toPixels(scale, barHeightPt);
+    if (W < 1 || H < 1)
+        return std::nullopt;
+    QImage piece(W, H, QImage::Format_RGBA8888_Premultiplied);
+    if (piece.isNull())
+        return std::nullopt;
+    piece.fill(Qt::transparent);
+
+    {
+        QPainter painter(&piece);
+        // Pixels are copied, never resampled.
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
+        painter.setRenderHint(QPainter::Antialiasing, false);
+
+        // Bare background from 40 points left of the leftmost item, stretched over the piece.
+        const int bx = toPixels(scale, std::max(minLeft - 40.0, 0.0));
+        if (bx + 2 <= full.width()) {
+            const int cw = std::max(toPixels(scale, 2.0), 2);
+            if (const auto column = clippedCrop(full, QRect(bx, 0, cw, H)))
+                painter.drawImage(QRectF(0, 0, W, H), full, QRectF(*column));
+        }
+
+        for (const MenuBarItem& item : std::as_const(visible)) {
+            const auto x = newX.constFind(item.id);
+            if (x == newX.constEnd())
+                continue;
+            const int sx = toPixels(scale, leftOffset(item, screen));
+            if (sx < 0 || sx >= full.width())
+                continue;
+            const int w = std::min(toPixels(scale, item.cocoaRect.width()), full.width() - sx);
+            if (w <= 0)
+                continue;
+            // The destination x stays fractional; the crop always spans the piece's height.
+            if (const auto source = clippedCrop(full, QRect(sx, 0, w, H)))
+                painter.drawImage(QRectF(scale * *x, 0, w, H), full, QRectF(*source));
+        }
+    }
+
+    const QRectF rect(screen.frame.x() + tileLeft,
+                      screen.frame.y() + screen.frame.height() - barHeightPt, tileW, barHeightPt);
+    return Piece{rect, piece};
 }
 
 } // namespace BarReflow

@@ -1,4 +1,5 @@
-// Rebuilds a captured panel image without the hidden items, and cuts the panel's background.
+// Rebuilds a captured panel image without the hidden items, and cuts a strip of the panel's
+// bare background. Works on images and rectangles only; it neither captures nor shows anything.
 #pragma once
 
 #include "MenuBarItem.h"
@@ -13,13 +14,21 @@
 namespace BarReflow {
 
 struct Piece {
-    // Global bottom-left coordinates, points.
+    // Where the piece is shown: global bottom-left coordinates, points.
     QRectF rect;
+    // RGBA, premultiplied, at the monitor's pixel density; row 0 is the top of the panel.
     QImage image;
 };
 
+// The items that lie on the screen, left to right (equal x keep their order).
+QList<MenuBarItem> onScreen(const QList<MenuBarItem>& items, const ScreenInfo& screen);
+
+// A strip two points wide of bare panel background, taken left of the leftmost item.
 std::optional<QImage> emptyColumn(const QImage& full, const ScreenInfo& screen,
                                   const QList<MenuBarItem>& items, double barHeightPt);
+
+// The panel from 8 points left of its leftmost item to the screen's right edge, with the
+// hidden items left out and the others packed against the right at the median gap.
 std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
                             const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs,
                             double barHeightPt);

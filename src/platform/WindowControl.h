@@ -8,10 +8,22 @@
 #include <QString>
 #include <optional>
 
+// What a top-level window is for, as the window manager sees it.
+enum class WindowRole { normal, dialog, utility, dock, desktop, other };
+
+// One top-level client window as the window manager lists it, before any filtering.
 struct ClientWindow {
     quint64 handle = 0;
+    // The owning application's name (its desktop entry name, else its window class); empty when
+    // the window says nothing about its application.
     QString app;
     QString title;
+    // The owner's process id; 0 when the window does not tell.
+    qint64 pid = 0;
+    WindowRole role = WindowRole::normal;
+    // Kept out of the taskbar, as helper and agent windows are.
+    bool skipTaskbar = false;
+    bool minimized = false;
 };
 
 class WindowControl {
@@ -21,10 +33,15 @@ public:
     virtual bool canControlWindows() const = 0;
     // Tells the user what is missing; control may become possible later.
     virtual void requestWindowControl() = 0;
+    // Every managed top-level window in the window manager's order (oldest first).
     virtual QList<ClientWindow> windows() const = 0;
-    // Outer frame in global top-left coordinates.
+    // Outer frame (decorations included) in global top-left coordinates.
     virtual std::optional<QRectF> frame(quint64 handle) const = 0;
+    // Moves the outer frame's top-left corner (global top-left coordinates).
     virtual void setPosition(quint64 handle, QPointF topLeft) = 0;
+    // Resizes the outer frame, decorations included.
     virtual void setSize(quint64 handle, QSizeF size) = 0;
+    // Asks the window manager to minimise the window; returns once it is minimised or a short
+    // wait has passed.
     virtual void minimize(quint64 handle) = 0;
 };

@@ -64,7 +64,10 @@ public:
         pictures.insert(s.outputName, path);
         return true;
     }
-    QImage snapshotDesktopPicture(const ScreenInfo& s) override { return snapshots.value(s.outputName); }
+    QImage snapshotDesktopPicture(const ScreenInfo& s) override
+    {
+        return snapshots.value(s.outputName);
+    }
 };
 
 class FakeDisplayModes final : public DisplayModes {
@@ -89,7 +92,10 @@ public:
         }
         return std::nullopt;
     }
-    QList<PlatformDisplayMode> allModes(quint32 display) const override { return modes.value(display); }
+    QList<PlatformDisplayMode> allModes(quint32 display) const override
+    {
+        return modes.value(display);
+    }
     bool switchMode(quint32 display, qint32 modeId) override
     {
         switches.append({display, modeId});
@@ -106,12 +112,18 @@ public:
     QList<ClientWindow> list;
     QHash<quint64, QRectF> frames;
     int prompts = 0;
+    // How often the window list was read.
+    mutable int listings = 0;
     // "position <handle> x y", "size <handle> w h", "minimize <handle>".
     QStringList log;
 
     bool canControlWindows() const override { return trusted; }
     void requestWindowControl() override { ++prompts; }
-    QList<ClientWindow> windows() const override { return trusted ? list : QList<ClientWindow>(); }
+    QList<ClientWindow> windows() const override
+    {
+        ++listings;
+        return trusted ? list : QList<ClientWindow>();
+    }
     std::optional<QRectF> frame(quint64 handle) const override
     {
         if (!frames.contains(handle))
@@ -189,7 +201,10 @@ class FakeDesktopIcons final : public DesktopIconsBackend {
 public:
     // "hide", "show", "restart" in the order asked.
     QStringList log;
-    void writeIconsHidden(bool hidden) override { log << (hidden ? QStringLiteral("hide") : QStringLiteral("show")); }
+    void writeIconsHidden(bool hidden) override
+    {
+        log << (hidden ? QStringLiteral("hide") : QStringLiteral("show"));
+    }
     void restartDesktop() override { log << QStringLiteral("restart"); }
 };
 
@@ -197,7 +212,10 @@ class FakeProcesses final : public ProcessRunner {
 public:
     QList<QStringList> runs;
     QList<QStringList> detached;
-    void run(const QString& program, const QStringList& arguments) override { runs.append(QStringList{program} + arguments); }
+    void run(const QString& program, const QStringList& arguments) override
+    {
+        runs.append(QStringList{program} + arguments);
+    }
     void startDetached(const QString& program, const QStringList& arguments) override
     {
         detached.append(QStringList{program} + arguments);

@@ -3,42 +3,20 @@
 
 #include "RootWindowDesktopPictures.h"
 #include "X11Appearance.h"
+#include "X11Capture.h"
 #include "X11Connection.h"
-#include "X11OutputScreens.h"
+#include "X11DisplayModes.h"
+#include "X11ItemNames.h"
+#include "X11ManagerWatch.h"
 #include "X11Probes.h"
+#include "X11Screens.h"
+#include "X11WindowControl.h"
+#include "X11WindowList.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
 #include "platform/Platform.h"
 
 #include <QGuiApplication>
-
-namespace {
-
-class X11Capture final : public ScreenCapture {
-public:
-    bool canCaptureScreen() const override { return X11::canReadRootWindow(); }
-    // X11 has no permission prompt: access is whatever the server allows now.
-    bool requestCaptureAccess() override { return X11::canReadRootWindow(); }
-    QImage captureDisplay(quint32) override { return {}; }
-};
-
-class X11WindowControl final : public WindowControl {
-public:
-    bool canControlWindows() const override { return X11::hasEwmhWindowManager(); }
-    void requestWindowControl() override
-    {
-        if (!X11::hasEwmhWindowManager())
-            qWarning("Quillet: no window manager that follows the EWMH conventions is running; "
-                     "windows can be arranged once one runs");
-    }
-    QList<ClientWindow> windows() const override { return {}; }
-    std::optional<QRectF> frame(quint64) const override { return {}; }
-    void setPosition(quint64, QPointF) override {}
-    void setSize(quint64, QSizeF) override {}
-    void minimize(quint64) override {}
-};
-
-} // namespace
 
 namespace {
 // Under Wayland an X connection reaches only XWayland, whose root window is not the screen the
@@ -57,11 +35,14 @@ std::unique_ptr<Platform> createPlatform()
                      !isWaylandSession();
     if (x11) {
         parts.name = QStringLiteral("x11");
+        parts.screens = std::make_unique<X11Screens>();
+        parts.displayModes = std::make_unique<X11DisplayModes>();
         parts.capture = std::make_unique<X11Capture>();
+        parts.managerWatch = std::make_unique<X11ManagerWatch>();
         parts.windowControl = std::make_unique<X11WindowControl>();
+        parts.windowList = std::make_unique<X11WindowList>();
+        parts.itemNames = std::make_unique<X11ItemNames>();
         parts.processes = std::make_unique<QtProcessRunner>();
-        if (!parts.screens)
-            parts.screens = std::make_unique<X11OutputScreens>();
         parts.appearance = std::make_unique<X11Appearance>();
         // xfdesktop draws its own desktop window over the root: its settings are the pictures.
         if (XfceDesktopIcons::isRunning()) {

@@ -1,0 +1,260 @@
+// RandR mode listing and switching on Qt's X connection.
+#include "X11DisplayModes.h"
+
+#include "X11Connection.h"
+
+#include <QSize>
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <xcb/randr.h>
+
+namespace {
+
+struct FreeDeleter {
+    void operator()(void* p) const { std::free(p); }
+};
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+
+using Resources = Reply<xcb_randr_get_screen_resources_current_reply_t>;
+using OutputInfo = Reply<xcb_randr_get_output_info_reply_t>;
+using CrtcInfo = Reply<xcb_randr_get_crtc_info_reply_t>;
+
+Resources screenResources(xcb_connection_t* c)
+{
+    return Resources(xcb_randr_get_screen_resources_current_reply(
+        c, xcb_randr_get_screen_resources_current(c, X11::rootWindow()), nullptr));
+}
+
+OutputInfo outputInfo(xcb_connection_t* c, xcb_randr_output_t output, xcb_timestamp_t config)
+{
+    return OutputInfo(
+        xcb_randr_get_output_info_reply(c, xcb_randr_get_output_info(c, output, config), nullptr));
+}
+
+CrtcInfo crtcInfo(xcb_connection_t* c, xcb_randr_crtc_t crtc, xcb_timestamp_t config)
+{
+    return CrtcInfo(
+        xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, crtc, config), nullptr));
+}
+
+PlatformDisplayMode toMode(const xcb_randr_mode_info_t& info)
+{
+    PlatformDisplayMode mode;
+    mode.id = qint32(info.id);
+    // X has no logical size of its own: a mode's points are its pixels.
+    mode.width = mode.pixelWidth = info.width;
+    mode.height = mode.pixelHeight = info.height;
+    const double dots = double(info.htotal) * double(info.vtotal);
+    mode.refresh = dots > 0 ? double(info.dot_clock) / dots : 0.0;
+    mode.usableForDesktop =
+        (info.mode_flags & (XCB_RANDR_MODE_FLAG_INTERLACE | XCB_RANDR_MODE_FLAG_DOUBLE_SCAN)) == 0;
+    return mode;
+}
+
+const xcb_randr_mode_info_t* findMode(const xcb_randr_get_screen_resources_current_reply_t* res,
+                                      xcb_randr_mode_t id)
+{
+    const xcb_randr_mode_info_t* modes = xcb_randr_get_screen_resources_current_modes(res);
+    const int count = xcb_randr_get_screen_resources_current_modes_length(res);
+    for (int i = 0; i < count; ++i) {
+        if (modes[i].id == id)
+            return &modes[i];
+    }
+    return nullptr;
+}
+
+// The CRTC's size on the screen: a quarter turn swaps width and height.
+QSize rotatedSize(int width, int height, uint16_t rotation)
+{
+    if (rotation & (XCB_RANDR_ROTATION_ROTATE_90 | XCB_RANDR_ROTATION_ROTATE_270))
+        return QSize(height, width);
+    return QSize(width, height);
+}
+
+// Holds the server for the length of one switch, so that no other client sees or changes the
+// configuration half-way.
+class ServerGrab final {
+public:
+    explicit ServerGrab(xcb_connection_t* c) : m_c(c) { xcb_grab_server(m_c); }
+    ~ServerGrab()
+    {
+        xcb_ungrab_server(m_c);
+        xcb_flush(m_c);
+    }
+    ServerGrab(const ServerGrab&) = delete;
+    ServerGrab& operator=(const ServerGrab&) = delete;
+
+private:
+    xcb_connection_t* m_c;
+};
+
+bool setScreenSize(xcb_connection_t* c, QSize size, QSize current, QSize currentMm)
+{
+    // The physical size follows the pixels at the present density.
+    const auto mm = [](int pixels, int currentPixels, int currentMm) {
+        return currentPixels > 0 && currentMm > 0
+                   ? quint32(qint64(pixels) * currentMm / currentPixels)
+                   : quint32(pixels * 254 / 960);
+    };
+    const xcb_void_cookie_t cookie = xcb_randr_set_screen_size_checked(
+        c, X11::rootWindow(), quint16(size.width()), quint16(size.height()),
+        mm(size.width(), current.width(), currentMm.width()),
+        mm(size.height(), current.height(), currentMm.height()));
+    xcb_generic_error_t* error = xcb_request_check(c, cookie);
+    std::free(error);
+    return error == nullptr;
+}
+
+} // namespace
+
+QList<quint32> X11DisplayModes::onlineDisplays() const
+{
+    QList<quint32> result;
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return result;
+    const Resources res = screenResources(c);
+    if (!res)
+        return result;
+    const xcb_randr_output_t* outputs = xcb_randr_get_screen_resources_current_outputs(res.get());
+    const int count = xcb_randr_get_screen_resources_current_outputs_length(res.get());
+    QList<xcb_randr_get_output_info_cookie_t> cookies;
+    for (int i = 0; i < count; ++i)
+        cookies.append(xcb_randr_get_output_info(c, outputs[i], res->config_timestamp));
+    for (int i = 0; i < count; ++i) {
+        const OutputInfo info(xcb_randr_get_output_info_reply(c, cookies[i], nullptr));
+        if (info && info->connection == XCB_RANDR_CONNECTION_CONNECTED && info->crtc != XCB_NONE)
+            result.append(outputs[i]);
+    }
+    return result;
+}
+
+quint32 X11DisplayModes::mainDisplay() const
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return 0;
+    Reply<xcb_randr_get_output_primary_reply_t> primary(xcb_randr_get_output_primary_reply(
+        c, xcb_randr_get_output_primary(c, X11::rootWindow()), nullptr));
+    if (primary && primary->output != XCB_NONE)
+        return primary->output;
+    // No primary output set: the first lit output is what desktops treat as the main one.
+    const QList<quint32> online = onlineDisplays();
+    return online.isEmpty() ? 0 : online.first();
+}
+
+std::optional<PlatformDisplayMode> X11DisplayModes::currentMode(quint32 display) const
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return std::nullopt;
+    const Resources res = screenResources(c);
+    if (!res)
+        return std::nullopt;
+    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
+    if (!output || output->crtc == XCB_NONE)
+        return std::nullopt;
+    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
+    if (!crtc || crtc->mode == XCB_NONE)
+        return std::nullopt;
+    const xcb_randr_mode_info_t* mode = findMode(res.get(), crtc->mode);
+    if (!mode)
+        return std::nullopt;
+    return toMode(*mode);
+}
+
+QList<PlatformDisplayMode> X11DisplayModes::allModes(quint32 display) const
+{
+    QList<PlatformDisplayMode> result;
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return result;
+    const Resources res = screenResources(c);
+    if (!res)
+        return result;
+    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
+    if (!output)
+        return result;
+    const xcb_randr_mode_t* ids = xcb_randr_get_output_info_modes(output.get());
+    const int count = xcb_randr_get_output_info_modes_length(output.get());
+    for (int i = 0; i < count; ++i) {
+        if (const xcb_randr_mode_info_t* mode = findMode(res.get(), ids[i]))
+            result.append(toMode(*mode));
+    }
+    return result;
+}
+
+bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return false;
+    // Only the CRTC and the screen size change, through the server: nothing goes to the
+    // desktop's stored display configuration, so the next login starts as before.
+    const ServerGrab grab(c);
+    const Resources res = screenResources(c);
+    if (!res)
+        return false;
+    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
+    if (!output || output->crtc == XCB_NONE)
+        return false;
+    const xcb_randr_mode_t* offered = xcb_randr_get_output_info_modes(output.get());
+    const int offeredCount = xcb_randr_get_output_info_modes_length(output.get());
+    const xcb_randr_mode_t mode = xcb_randr_mode_t(modeId);
+    const xcb_randr_mode_info_t* info = findMode(res.get(), mode);
+    if (!info || std::find(offered, offered + offeredCount, mode) == offered + offeredCount)
+        return false;
+    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
+    if (!crtc)
+        return false;
+
+    // The screen becomes the bounding box of every lit CRTC, the switched one at its new size;
+    // the other monitors stay where they are.
+    const QSize switched = rotatedSize(info->width, info->height, crtc->rotation);
+    QSize needed(crtc->x + switched.width(), crtc->y + switched.height());
+    const xcb_randr_crtc_t* crtcs = xcb_randr_get_screen_resources_current_crtcs(res.get());
+    const int crtcCount = xcb_randr_get_screen_resources_current_crtcs_length(res.get());
+    for (int i = 0; i < crtcCount; ++i) {
+        if (crtcs[i] == output->crtc)
+            continue;
+        const CrtcInfo other = crtcInfo(c, crtcs[i], res->config_timestamp);
+        if (!other || other->mode == XCB_NONE)
+            continue;
+        needed = needed.expandedTo(QSize(other->x + other->width, other->y + other->height));
+    }
+    Reply<xcb_randr_get_screen_size_range_reply_t> range(xcb_randr_get_screen_size_range_reply(
+        c, xcb_randr_get_screen_size_range(c, X11::rootWindow()), nullptr));
+    if (range) {
+        needed = needed.expandedTo(QSize(range->min_width, range->min_height));
+        if (needed.width() > range->max_width || needed.height() > range->max_height)
+            return false;
+    }
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    Reply<xcb_get_geometry_reply_t> root(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, X11::rootWindow()), nullptr));
+    const QSize current = root ? QSize(root->width, root->height)
+                               : QSize(screen->width_in_pixels, screen->height_in_pixels);
+    const QSize currentMm(screen->width_in_millimeters, screen->height_in_millimeters);
+
+    // A CRTC must fit the screen at every step: grow first, shrink after.
+    const QSize grown = current.expandedTo(needed);
+    if (grown != current && !setScreenSize(c, grown, current, currentMm))
+        return false;
+    const xcb_randr_output_t* crtcOutputs = xcb_randr_get_crtc_info_outputs(crtc.get());
+    Reply<xcb_randr_set_crtc_config_reply_t> set(xcb_randr_set_crtc_config_reply(
+        c,
+        xcb_randr_set_crtc_config(c, output->crtc, XCB_CURRENT_TIME, res->config_timestamp, crtc->x,
+                                  crtc->y, mode, crtc->rotation,
+                                  xcb_randr_get_crtc_info_outputs_length(crtc.get()), crtcOutputs),
+        nullptr));
+    const bool ok = set && set->status == XCB_RANDR_SET_CONFIG_SUCCESS;
+    if (!ok) {
+        if (grown != current)
+            setScreenSize(c, current, current, currentMm);
+        return false;
+    }
+    if (needed != grown)
+        setScreenSize(c, needed, current, currentMm);
+    return true;
+}

@@ -1,0 +1,41 @@
+// A banner saying that a desktop capability is missing, with a button asking for it.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+
+class PermissionBanner final : public QWidget {
+    Q_OBJECT
+public:
+    static constexpr int padding = 10;
+    static constexpr int spacing = 8;
+    static constexpr double cornerRadius = 8.0;
+    static constexpr double fillOpacity = 0.12;
+
+    explicit PermissionBanner(const QString& text, QWidget* parent = nullptr);
+
+    QString text() const { return m_text; }
+    QPushButton* grantButton() const { return m_grant; }
+
+    // The label of the button: "Grant…" with a real ellipsis.
+    static QString grantTitle();
+
+signals:
+    // The user pressed "Grant…".
+    void grantRequested();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void updateColours();
+
+    QString m_text;
+    QLabel* m_symbol = nullptr;
+    QLabel* m_label = nullptr;
+    QPushButton* m_grant = nullptr;
+};

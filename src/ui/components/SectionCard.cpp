@@ -1,0 +1,69 @@
+// The section card.
+#include "SectionCard.h"
+
+#include "Look.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+SectionCard::SectionCard(const QString& title, const QString& systemImage, bool fill, bool stretch,
+                         QWidget* accessory, QWidget* content, QWidget* parent)
+    : QWidget(parent), m_title(title), m_systemImage(systemImage), m_accessory(accessory),
+      m_content(content)
+{
+    setAccessibleName(title);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(padding, padding, padding, padding);
+    column->setSpacing(spacing);
+
+    auto* header = new QHBoxLayout;
+    header->setSpacing(headerSpacing);
+    m_symbolLabel = new QLabel(this);
+    m_titleLabel = new QLabel(title, this);
+    m_titleLabel->setFont(Look::headline());
+    header->addWidget(m_symbolLabel, 0, Qt::AlignVCenter);
+    header->addWidget(m_titleLabel, 0, Qt::AlignVCenter);
+    header->addStretch(1);
+    if (accessory)
+        header->addWidget(accessory, 0, Qt::AlignVCenter);
+    column->addLayout(header);
+    if (content)
+        column->addWidget(content);
+    // A stretching card keeps its content at the top and grows below it.
+    if (stretch)
+        column->addStretch(1);
+
+    setSizePolicy(fill ? QSizePolicy::Expanding : QSizePolicy::Fixed,
+                  stretch ? QSizePolicy::Expanding : QSizePolicy::Fixed);
+    updateSymbol();
+}
+
+void SectionCard::updateSymbol()
+{
+    const int size = QFontMetrics(Look::headline()).height();
+    m_symbolLabel->setPixmap(
+        Look::symbol(m_systemImage, size, Look::accent(palette()), devicePixelRatioF()));
+    m_symbolLabel->setFixedSize(size, size);
+}
+
+void SectionCard::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange)
+        updateSymbol();
+    QWidget::changeEvent(event);
+}
+
+void SectionCard::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF shape = rect();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Look::controlBackground(palette()));
+    painter.drawRoundedRect(shape, cornerRadius, cornerRadius);
+    Look::strokeInside(painter, shape, cornerRadius, 1.0,
+                       Look::withOpacity(Look::primary(palette()), strokeOpacity));
+}

@@ -1,0 +1,522 @@
+// The preview components: their geometry rules, what they draw, and how they take clicks, drops
+// and the pointer.
+#include "ui/components/ColorPickerPopover.h"
+#include "ui/components/Look.h"
+#include "ui/components/MiniScreen.h"
+#include "ui/components/PermissionBanner.h"
+#include "ui/components/PickThumb.h"
+#include "ui/components/ResolutionTile.h"
+#include "ui/components/ScreenThumb.h"
+#include "ui/components/SectionCard.h"
+#include "ui/components/WallpaperWell.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QDropEvent>
+#include <QEnterEvent>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <gtest/gtest.h>
+
+namespace {
+
+DisplayMode mode(qint64 width, qint64 height, qint64 scale = 1)
+{
+    DisplayMode m;
+    m.id = int(width);
+    m.width = width;
+    m.height = height;
+    m.pixelWidth = width * scale;
+    m.pixelHeight = height * scale;
+    return m;
+}
+
+void expectRect(const QRectF& actual, double x, double y, double w, double h)
+{
+    EXPECT_NEAR(actual.x(), x, 1e-9);
+    EXPECT_NEAR(actual.y(), y, 1e-9);
+    EXPECT_NEAR(actual.width(), w, 1e-9);
+    EXPECT_NEAR(actual.height(), h, 1e-9);
+}
+
+// Pixels of an image that clearly differ from `background`.
+int countDiffering(const QImage& image, const QRect& area, const QColor& background)
+{
+    int count = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QColor c = image.pixelColor(x, y);
+            if (std::abs(c.red() - background.red()) + std::abs(c.green() - background.green()) +
+                    std::abs(c.blue() - background.blue()) >
+                60)
+                ++count;
+        }
+    }
+    return count;
+}
+
+// A small landscape picture for the sheet.
+QString sheetPicture()
+{
+    static QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("dusk.png"));
+    QImage image(160, 100, QImage::Format_RGB32);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 0, 100);
+    sky.setColorAt(0, QColor(40, 30, 90));
+    sky.setColorAt(1, QColor(230, 120, 80));
+    painter.fillRect(image.rect(), sky);
+    painter.setBrush(QColor(30, 40, 30));
+    painter.setPen(Qt::NoPen);
+    painter.drawEllipse(QRect(-40, 70, 260, 80));
+    painter.end();
+    image.save(file);
+    return file;
+}
+
+} // namespace
+
+TEST(ResolutionTile, windowLayoutCapsAndMinimums)
+{
+    // On 1920 × 1080 both windows reach their caps.
+    const auto windows = ResolutionTile::windowRects(mode(1920, 1080));
+    expectRect(windows[0], 256, 156, 640, 440);
+    expectRect(windows[1], 556, 264.8, 1000, 680);
+
+    // On a small mode the proportional sizes apply and the large window stays on screen.
+    const auto small = ResolutionTile::windowRects(mode(800, 600));
+    expectRect(small[1], 0.05 * 800 + (400 - 240), 0.05 * 576 + (576 - 576 * 0.66) / 2 + 24, 480,
+               576 * 0.66);
+    EXPECT_LE(small[1].right(), 800.0);
+    EXPECT_LE(small[1].bottom(), 600.0);
+
+    EXPECT_EQ(ResolutionTile::canvasSize(mode(800, 600), 0.05), QSizeF(64, 42));
+    EXPECT_EQ(ResolutionTile::canvasSize(mode(1920, 1080), 0.0875), QSizeF(168, 94.5));
+    EXPECT_EQ(ResolutionTile::tileWidth(64), 70.0);
+    EXPECT_EQ(ResolutionTile::tileWidth(168), 168.0);
+}
+
+TEST(ResolutionTile, labelsAndCurrentFrame)
+{
+    ResolutionTile tile(mode(1440, 900, 2), true, 0.1);
+    EXPECT_EQ(ResolutionTile::sizeLabel(tile.mode()), QString::fromUtf8("1440 \u00d7 900"));
+    EXPECT_EQ(ResolutionTile::pixelLabel(tile.mode()), QString::fromUtf8("2880 \u00d7 1800 px"));
+    EXPECT_EQ(tile.accessibleName(), QString::fromUtf8("1440 \u00d7 900"));
+    tile.resize(tile.sizeHint());
+    EXPECT_GE(tile.width(), 144);
+
+    // The current tile is outlined in the accent colour, another one is not.
+    QPalette palette = tile.palette();
+    palette.setColor(QPalette::Highlight, QColor(255, 0, 0));
+    tile.setPalette(palette);
+    const QRectF canvas = tile.canvasRect();
+    const QPoint edge(int(canvas.center().x()), int(canvas.bottom()) - 1);
+    QImage image = tile.grab().toImage();
+    EXPECT_EQ(image.pixelColor(edge), QColor(255, 0, 0));
+    tile.setCurrent(false);
+    image = tile.grab().toImage();
+    EXPECT_NE(image.pixelColor(edge), QColor(255, 0, 0));
+
+    QSignalSpy clicks(&tile, &QAbstractButton::clicked);
+    QTest::mouseClick(&tile, Qt::LeftButton, {}, canvas.center().toPoint());
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_FALSE(tile.isCurrent()) << "only the caller marks a tile current";
+}
+
+TEST(ScreenThumb, regionInsetAndMinimum)
+{
+    expectRect(ScreenThumb::regionRect(QRectF(0, 0, 1, 1), 46, 30, 3), 1.5, 4.5, 43, 24);
+    // The left half of the area below the strip.
+    expectRect(ScreenThumb::regionRect(QRectF(0, 0, 0.5, 1), 46, 30, 3), 1.5, 4.5, 20, 24);
+    // A sliver never draws smaller than 2 × 2.
+    expectRect(ScreenThumb::regionRect(QRectF(0.5, 0.5, 0.01, 0.01), 46, 30, 3), 24.5, 18, 2, 2);
+}
+
+TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
+{
+    const QColor accent(255, 0, 0);
+    auto render = [&](bool dashed) {
+        ScreenThumb thumb(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), dashed,
+                          std::nullopt, 46, 30, 3);
+        QPalette palette = thumb.palette();
+        palette.setColor(QPalette::Highlight, accent);
+        palette.setColor(QPalette::Window, Qt::white);
+        thumb.setPalette(palette);
+        thumb.resize(thumb.sizeHint());
+        return std::make_pair(thumb.grab().toImage(),
+                              ScreenThumb::regionRect(thumb.region(), 46, 30, 3)
+                                  .translated(thumb.screenRect().topLeft()));
+    };
+    const auto [solid, area] = render(false);
+    const auto [dashed, sameArea] = render(true);
+    const QRect inside = area.adjusted(2, 2, -2, -2).toAlignedRect();
+    EXPECT_EQ(countDiffering(solid, inside, accent), 0) << "a solid region is filled";
+    EXPECT_EQ(countDiffering(dashed, inside, Qt::white), 0) << "a dashed region is hollow";
+    // Along the dashed top edge, drawn and skipped runs alternate.
+    int runs = 0;
+    bool previous = false;
+    for (int x = int(area.left()) + 2; x < int(area.right()) - 2; ++x) {
+        const bool drawn = dashed.pixelColor(x, int(area.top())).red() > 200 &&
+                           dashed.pixelColor(x, int(area.top())).green() < 150;
+        if (drawn != previous)
+            ++runs;
+        previous = drawn;
+    }
+    EXPECT_GE(runs, 4);
+
+    ScreenThumb hide(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"), 46, 30,
+                     3);
+    EXPECT_EQ(hide.accessibleName(), QStringLiteral("Hide"));
+    ScreenThumb uncaptioned(QRectF(0, 0, 0.5, 1), std::nullopt, false, std::nullopt, 46, 30, 3);
+    uncaptioned.setToolTip(QStringLiteral("Left half"));
+    EXPECT_EQ(uncaptioned.accessibleName(), QStringLiteral("Left half"));
+    // The caption is never cut off.
+    ScreenThumb wide(QRectF(0, 0, 1, 1), QStringLiteral("A much longer caption"), false,
+                     std::nullopt, 46, 30, 3);
+    EXPECT_GE(wide.sizeHint().width(),
+              QFontMetrics(Look::systemFont(9)).horizontalAdvance(*wide.caption()));
+}
+
+TEST(MiniScreen, barsIconsAndBackgrounds)
+{
+    EXPECT_EQ(MiniScreen::statusCircles(MiniScreen::Bar::items, 58).size(), 5);
+    EXPECT_EQ(MiniScreen::statusCircles(MiniScreen::Bar::empty, 58).size(), 0);
+    EXPECT_EQ(MiniScreen::statusCircles(MiniScreen::Bar::none, 58).size(), 0);
+    const QList<QRectF> gap = MiniScreen::statusCircles(MiniScreen::Bar::gap, 58);
+    ASSERT_EQ(gap.size(), 3);
+    EXPECT_EQ(gap[0].x(), 58 - 6.5);
+    EXPECT_EQ(gap[1].x(), 58 - 21.5);
+    EXPECT_EQ(gap[2].x(), 58 - 26.5);
+    EXPECT_EQ(MiniScreen::iconRects(58).at(2), QRectF(48, 28, 6, 5));
+
+    // A wide picture in a 58 × 38 frame loses its sides, not its top and bottom.
+    const QRectF source = MiniScreen::fillSource(QSizeF(400, 100), QSizeF(58, 38));
+    EXPECT_NEAR(source.height(), 100, 1e-9);
+    EXPECT_NEAR(source.center().x(), 200, 1e-9);
+
+    MiniScreen screen(MiniScreen::Background::solid({1, 0, 0, 1}), MiniScreen::Bar::items, true);
+    screen.resize(58, 38);
+    const QImage image = screen.grab().toImage();
+    EXPECT_EQ(image.pixelColor(5, 30), QColor(255, 0, 0));
+    // The white bar across the top, a grey status circle in it, an icon at the right edge.
+    EXPECT_GT(image.pixelColor(2, 2).green(), 200);
+    EXPECT_LT(image.pixelColor(53, 2).green(), 200);
+    EXPECT_GT(image.pixelColor(51, 12).green(), 200);
+
+    // A missing picture shows the placeholder instead.
+    MiniScreen missing(MiniScreen::Background::image(QStringLiteral("/nonexistent/picture.png")),
+                       MiniScreen::Bar::none, false);
+    missing.resize(58, 38);
+    const QImage placeholder = missing.grab().toImage();
+    EXPECT_NE(placeholder.pixelColor(2, 2), placeholder.pixelColor(29, 19));
+}
+
+TEST(PickThumb, frameFollowsSelectionAndClicksCallBack)
+{
+    auto* preview =
+        new MiniScreen(MiniScreen::Background::solid({1, 1, 1, 1}), MiniScreen::Bar::none, false);
+    PickThumb thumb(QStringLiteral("Color"), false, preview);
+    QPalette palette = thumb.palette();
+    palette.setColor(QPalette::Highlight, QColor(0, 0, 255));
+    thumb.setPalette(palette);
+    thumb.resize(thumb.sizeHint());
+    EXPECT_EQ(preview->geometry(), PickThumb::previewRect(thumb.width()).toRect());
+    EXPECT_EQ(thumb.accessibleName(), QStringLiteral("Color"));
+
+    const QPoint leftEdge =
+        PickThumb::previewRect(thumb.width()).topLeft().toPoint() + QPoint(0, 19);
+    EXPECT_NE(thumb.grab().toImage().pixelColor(leftEdge), QColor(0, 0, 255));
+    thumb.setSelected(true);
+    const QImage selected = thumb.grab().toImage();
+    EXPECT_EQ(selected.pixelColor(leftEdge), QColor(0, 0, 255));
+    EXPECT_EQ(selected.pixelColor(leftEdge + QPoint(1, 0)), QColor(0, 0, 255)) << "2 wide";
+    EXPECT_EQ(selected.pixelColor(leftEdge + QPoint(3, 0)), QColor(255, 255, 255));
+
+    QSignalSpy clicks(&thumb, &QAbstractButton::clicked);
+    QTest::mouseClick(&thumb, Qt::LeftButton, {}, QPoint(thumb.width() / 2, 19));
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_TRUE(thumb.isSelected());
+}
+
+TEST(SectionCardAndBanner, structureAndTexts)
+{
+    auto* accessory = new QPushButton(QStringLiteral("Restore Original"));
+    auto* content = new QLabel(QStringLiteral("content"));
+    SectionCard card(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"), true,
+                     false, accessory, content);
+    card.resize(400, card.sizeHint().height());
+    card.show();
+    EXPECT_EQ(card.accessibleName(), QStringLiteral("Resolution"));
+    EXPECT_EQ(accessory->parentWidget(), &card);
+    // The accessory sits at the right of the header, the content below it, both inside the padding.
+    EXPECT_EQ(accessory->geometry().right(), 400 - 1 - SectionCard::padding);
+    EXPECT_GE(content->y(), accessory->geometry().bottom() + SectionCard::spacing);
+    EXPECT_EQ(content->x(), SectionCard::padding);
+    EXPECT_EQ(card.sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
+
+    PermissionBanner banner(
+        QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    EXPECT_EQ(banner.grantButton()->text(), QString::fromUtf8("Grant\u2026"));
+    EXPECT_EQ(banner.grantButton()->accessibleName(), QString::fromUtf8("Grant\u2026"));
+    QSignalSpy grants(&banner, &PermissionBanner::grantRequested);
+    banner.show();
+    QTest::mouseClick(banner.grantButton(), Qt::LeftButton);
+    EXPECT_EQ(grants.count(), 1);
+    // A narrow banner wraps its text instead of cutting it.
+    banner.resize(260, banner.heightForWidth(260));
+    EXPECT_GT(banner.heightForWidth(260), banner.heightForWidth(800));
+}
+
+TEST(WallpaperWell, dropsTakeTheFirstFileOnly)
+{
+    WallpaperWell well(QStringLiteral("Light"), std::nullopt);
+    well.show();
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    const QPointF centre = WallpaperWell::wellRect(well.width()).center();
+
+    QMimeData two;
+    two.setUrls({QUrl::fromLocalFile(QStringLiteral("/pictures/first.png")),
+                 QUrl::fromLocalFile(QStringLiteral("/pictures/second.png"))});
+    QDragEnterEvent enter(centre.toPoint(), Qt::CopyAction, &two, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(centre, Qt::CopyAction, &two, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &drop);
+    ASSERT_EQ(picks.count(), 1);
+    EXPECT_EQ(picks.at(0).at(0).toString(), QStringLiteral("/pictures/first.png"));
+
+    // An empty drop, or one of web addresses, is refused and changes nothing.
+    QMimeData empty;
+    QDragEnterEvent emptyEnter(centre.toPoint(), Qt::CopyAction, &empty, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &emptyEnter);
+    EXPECT_FALSE(emptyEnter.isAccepted());
+    QDropEvent emptyDrop(centre, Qt::CopyAction, &empty, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &emptyDrop);
+    QMimeData web;
+    web.setUrls({QUrl(QStringLiteral("https://example.org/a.png"))});
+    QDropEvent webDrop(centre, Qt::CopyAction, &web, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &webDrop);
+    EXPECT_EQ(picks.count(), 1);
+}
+
+TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("red.png"));
+    QImage red(120, 40, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    ASSERT_TRUE(red.save(file));
+
+    WallpaperWell well(QStringLiteral("Dark"), std::nullopt);
+    well.show();
+    const QRectF wellArea = WallpaperWell::wellRect(well.width());
+    auto hover = [&](QPointF at) {
+        QEnterEvent enter(at, well.mapToGlobal(at), well.mapToGlobal(at));
+        QApplication::sendEvent(&well, &enter);
+    };
+    auto leave = [&] {
+        QEvent event(QEvent::Leave);
+        QApplication::sendEvent(&well, &event);
+    };
+    hover(wellArea.center());
+    EXPECT_TRUE(well.isHovering());
+    EXPECT_FALSE(well.clearButton()->isVisible()) << "no picture, no clear button";
+    leave();
+
+    well.setPath(file);
+    EXPECT_FALSE(well.clearButton()->isVisible());
+    hover(wellArea.center());
+    EXPECT_TRUE(well.clearButton()->isVisible());
+    EXPECT_EQ(well.clearButton()->toolTip(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.clearButton()->geometry(), QRect(int(wellArea.right()) - 2 - 13, 2, 13, 13));
+    // The picture fills the well.
+    EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
+              QColor(Qt::red));
+
+    QSignalSpy clears(&well, &WallpaperWell::cleared);
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    QTest::mouseClick(well.clearButton(), Qt::LeftButton);
+    EXPECT_EQ(clears.count(), 1);
+    EXPECT_EQ(picks.count(), 0) << "clearing does not open the chooser";
+    leave();
+    EXPECT_FALSE(well.clearButton()->isVisible());
+
+    // An unreadable file keeps the button (there is a picture setting) but shows the placeholder.
+    well.setPath(dir.filePath(QStringLiteral("gone.png")));
+    hover(wellArea.center());
+    EXPECT_TRUE(well.clearButton()->isVisible());
+    EXPECT_NE(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
+              QColor(Qt::red));
+}
+
+TEST(WallpaperWell, chooserOffersPicturesAndReportsTheChosenFile)
+{
+    const QString filter = WallpaperWell::pictureFilter();
+    for (const char* pattern : {"*.png", "*.jpg", "*.jpeg", "*.tif", "*.tiff", "*.bmp"})
+        EXPECT_TRUE(filter.contains(QLatin1String(pattern))) << pattern;
+
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("chosen.png"));
+    QImage(8, 8, QImage::Format_RGB32).save(file);
+    WallpaperWell well(QStringLiteral("Light"), std::nullopt);
+    well.show();
+    QSignalSpy picks(&well, &WallpaperWell::picked);
+    auto answer = [&](bool confirm) {
+        QTimer::singleShot(0, [&, confirm] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_NE(dialog, nullptr);
+            EXPECT_EQ(dialog->fileMode(), QFileDialog::ExistingFile);
+            if (confirm) {
+                dialog->selectFile(file);
+                QMetaObject::invokeMethod(dialog, "accept");
+            } else {
+                dialog->reject();
+            }
+        });
+    };
+    answer(false);
+    QTest::mouseClick(&well, Qt::LeftButton, {},
+                      WallpaperWell::wellRect(well.width()).center().toPoint());
+    EXPECT_EQ(picks.count(), 0);
+    answer(true);
+    well.pick();
+    ASSERT_EQ(picks.count(), 1);
+    EXPECT_EQ(picks.at(0).at(0).toString(), file);
+}
+
+// Every component in its states on one sheet, left beside the test binary for a person to look at.
+TEST(ContactSheet, rendersEveryComponent)
+{
+    QWidget sheet;
+    sheet.setAutoFillBackground(true);
+    auto* grid = new QGridLayout(&sheet);
+    grid->setSpacing(14);
+    int row = 0;
+    using Bar = MiniScreen::Bar;
+    using Background = MiniScreen::Background;
+    const std::pair<const char*, Bar> bars[] = {
+        {"None", Bar::none}, {"Items", Bar::items}, {"Empty", Bar::empty}, {"Gap", Bar::gap}};
+    int column = 0;
+    for (const auto& [label, bar] : bars) {
+        grid->addWidget(new PickThumb(QString::fromLatin1(label), column == 1,
+                                      new MiniScreen(Background::wallpaper(), bar, column == 3)),
+                        row, column);
+        ++column;
+    }
+    grid->addWidget(
+        new PickThumb(QStringLiteral("Color"), false,
+                      new MiniScreen(Background::solid({0.98, 0.45, 0.09, 1}), Bar::none, false)),
+        row, column++);
+    grid->addWidget(
+        new PickThumb(QStringLiteral("Image"), false,
+                      new MiniScreen(Background::image(std::nullopt), Bar::none, false)),
+        row, column++);
+    ++row;
+    column = 0;
+    grid->addWidget(
+        new ScreenThumb(QRectF(0, 0, 1, 1), QStringLiteral("Fill"), false, std::nullopt, 46, 30, 3),
+        row, column++);
+    grid->addWidget(new ScreenThumb(QRectF(0, 0, 0.5, 1), QStringLiteral("Left"), false,
+                                    std::nullopt, 46, 30, 3),
+                    row, column++);
+    grid->addWidget(
+        new ScreenThumb(QRectF(0.5, 0.5, 0.5, 0.5), std::nullopt, false, std::nullopt, 46, 30, 3),
+        row, column++);
+    grid->addWidget(new ScreenThumb(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), true,
+                                    std::nullopt, 46, 30, 3),
+                    row, column++);
+    grid->addWidget(new ScreenThumb(QRectF(), QStringLiteral("Hide"), false,
+                                    QStringLiteral("eye.slash"), 46, 30, 3),
+                    row, column++);
+    auto* disabled = new ScreenThumb(QRectF(0, 0, 1, 1), QStringLiteral("Disabled"), false,
+                                     std::nullopt, 46, 30, 3);
+    disabled->setEnabled(false);
+    grid->addWidget(disabled, row, column++);
+    auto* wells = new QHBoxLayout;
+    wells->setSpacing(14);
+    wells->addWidget(new WallpaperWell(QStringLiteral("Light"), std::nullopt));
+    auto* hovered = new WallpaperWell(QStringLiteral("Dark"), sheetPicture());
+    wells->addWidget(hovered);
+    grid->addLayout(wells, row, column, 1, 2);
+    ++row;
+    auto* tiles = new QHBoxLayout;
+    const DisplayMode modes[] = {mode(1280, 800), mode(1920, 1080, 2), mode(2560, 1440),
+                                 mode(800, 600)};
+    const double scale = std::min(168.0 / 2560, 108.0 / 1440);
+    for (const DisplayMode& m : modes)
+        tiles->addWidget(new ResolutionTile(m, m.width == 1920, scale), 0, Qt::AlignBottom);
+    grid->addLayout(tiles, row++, 0, 1, 6);
+    grid->addWidget(new PermissionBanner(QStringLiteral(
+                        "Grant Accessibility to pick and move other apps' windows.")),
+                    row++, 0, 1, 6);
+    grid->addWidget(new SectionCard(QStringLiteral("Resolution"),
+                                    QStringLiteral("rectangle.on.rectangle"), true, false,
+                                    new QPushButton(QStringLiteral("Restore Original")),
+                                    new QLabel(QStringLiteral("Card content"))),
+                    row++, 0, 1, 6);
+    // The symbols, drawn by us and from an installed icon theme.
+    auto* symbols = new QHBoxLayout;
+    const QString themeBefore = QIcon::themeName();
+    // The offscreen platform knows no icon folders; the desktop's platform theme adds these.
+    const QStringList searchBefore = QIcon::themeSearchPaths();
+    QIcon::setThemeSearchPaths(searchBefore + QStringList{QStringLiteral("/usr/share/icons")});
+    for (const QString& theme : {QString(), QStringLiteral("Adwaita")}) {
+        QIcon::setThemeName(theme);
+        for (const char* name :
+             {"photo", "lock.shield", "rectangle.on.rectangle", "macwindow",
+              "menubar.dock.rectangle", "menubar.rectangle", "eye.slash", "arrow.clockwise"}) {
+            auto* label = new QLabel;
+            label->setPixmap(
+                Look::symbol(QString::fromLatin1(name), 16, QColor(0x3d, 0x8e, 0xe0), 1));
+            symbols->addWidget(label);
+        }
+        symbols->addSpacing(16);
+    }
+    QIcon::setThemeName(themeBefore);
+    QIcon::setThemeSearchPaths(searchBefore);
+    grid->addLayout(symbols, row++, 0, 1, 6);
+    RgbColor pickerColor{0.23, 0.51, 0.96, 1.0};
+    auto* picker = new ColorPickerPopover(
+        {[&] { return pickerColor; }, [&](const RgbColor& color) { pickerColor = color; }});
+    grid->addWidget(picker, 0, 8, row, 1, Qt::AlignTop);
+    sheet.resize(sheet.sizeHint());
+    sheet.show();
+    // The dark well as it looks under the pointer, with its clear button.
+    const QPointF over = WallpaperWell::wellRect(hovered->width()).center();
+    QEnterEvent enter(over, hovered->mapToGlobal(over), hovered->mapToGlobal(over));
+    QApplication::sendEvent(hovered, &enter);
+    const QImage image = sheet.grab().toImage();
+    EXPECT_TRUE(
+        image.save(QDir::current().filePath(QStringLiteral("components-contact-sheet.png"))));
+
+    // The same sheet on a dark theme: every colour comes from the palette's roles.
+    QPalette dark;
+    dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+    dark.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    dark.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Button, QColor(0x36, 0x36, 0x36));
+    dark.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xe0));
+    dark.setColor(QPalette::PlaceholderText, QColor(0xee, 0xee, 0xee, 0x80));
+    sheet.setPalette(dark);
+    EXPECT_TRUE(sheet.grab().toImage().save(
+        QDir::current().filePath(QStringLiteral("components-contact-sheet-dark.png"))));
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,290 @@
+// The display list, the resolutions offered for a display, the start-up modes put back, the
+// model's display operations, and the monitor name read from an EDID.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "DisplayController.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "TestDirs.h"
+#include "platform/x11/X11RandR.h"
+#include "platform/x11/X11Struts.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Switches = QList<QPair<quint32, qint32>>;
+
+PlatformDisplayMode mode(qint32 id, qint64 w, qint64 h, double refresh, qint64 pw = 0,
+                         qint64 ph = 0, bool usable = true)
+{
+    return {id, w, h, pw ? pw : w, ph ? ph : h, refresh, usable};
+}
+
+QList<qint32> ids(const QList<DisplayMode>& modes)
+{
+    QList<qint32> result;
+    for (const DisplayMode& m : modes)
+        result.append(m.id);
+    return result;
+}
+
+struct ControllerFixture : ::testing::Test {
+    FakeScreens screens;
+    FakeDisplayModes platform;
+
+    ControllerFixture()
+    {
+        platform.displays = {5, 7};
+        platform.main = 5;
+    }
+    QList<qint32> offered(const QList<PlatformDisplayMode>& modes)
+    {
+        platform.modes.insert(5, modes);
+        return ids(DisplayController(platform, screens).availableModes(5));
+    }
+};
+
+} // namespace
+
+TEST_F(ControllerFixture, oneModePerSizeAtItsBestRefreshLargestFirst)
+{
+    // 50 Hz listed before 60 Hz must not win; 1280x720 after both 1920x1080 modes.
+    EXPECT_EQ(offered({mode(1, 1920, 1080, 50), mode(2, 1280, 720, 60), mode(3, 1920, 1080, 60)}),
+              QList<qint32>({3, 2}));
+    // Equal refresh rates: the one listed first stays.
+    EXPECT_EQ(offered({mode(1, 1920, 1080, 60), mode(2, 1920, 1080, 60)}), QList<qint32>({1}));
+    // Equal areas (1600x900 and 1440x1000): the higher refresh rate first, whatever the order.
+    EXPECT_EQ(offered({mode(1, 1600, 900, 60), mode(2, 1440, 1000, 75)}), QList<qint32>({2, 1}));
+    EXPECT_EQ(offered({mode(1, 1440, 1000, 75), mode(2, 1600, 900, 60)}), QList<qint32>({1, 2}));
+}
+
+TEST_F(ControllerFixture, scaledModesHideUnscaledOnesAndUnusableModesAreDropped)
+{
+    // One mode denser than its point size (only in height) leaves out every plain mode.
+    EXPECT_EQ(offered({mode(1, 2560, 1440, 60), mode(2, 1280, 720, 60, 1280, 1440),
+                       mode(3, 1920, 1080, 60)}),
+              QList<qint32>({2}));
+    // An interlaced mode counts for nothing, not even for the scaled preference.
+    EXPECT_EQ(offered({mode(1, 1920, 1080, 60), mode(2, 1920, 1080, 120, 3840, 2160, false),
+                       mode(3, 1024, 768, 60)}),
+              QList<qint32>({1, 3}));
+    EXPECT_TRUE(offered({}).isEmpty());
+    EXPECT_TRUE(offered({mode(1, 1920, 1080, 60, 0, 0, false)}).isEmpty());
+}
+
+TEST_F(ControllerFixture, namesComeFromTheMatchingScreenElseAFallback)
+{
+    ScreenInfo unmatched;
+    unmatched.name = QStringLiteral("Projector");
+    ScreenInfo named;
+    named.displayId = 7;
+    named.name = QStringLiteral("Studio 27");
+    screens.list = {unmatched, named};
+    platform.displays = {5, 7, 12};
+
+    const DisplayController controller(platform, screens);
+    EXPECT_EQ(controller.onlineDisplays(),
+              QList<DisplayInfo>({{5, QStringLiteral("Main Display"), true},
+                                  {7, QStringLiteral("Studio 27"), false},
+                                  {12, QStringLiteral("Display 12"), false}}));
+    platform.displays.clear();
+    EXPECT_TRUE(controller.onlineDisplays().isEmpty());
+}
+
+TEST_F(ControllerFixture, startUpModesAreWhatRestoreGoesBackTo)
+{
+    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
+    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+    platform.current = {{5, 50}, {7, 70}};
+    DisplayController controller(platform, screens);
+
+    // Changed by us or by anyone else later: restore still goes back to the start-up mode.
+    platform.current = {{5, 51}, {7, 71}};
+    // A display attached after start-up has nothing to go back to.
+    platform.displays.append(9);
+    platform.modes.insert(9, {mode(90, 800, 600, 60)});
+    platform.current.insert(9, 90);
+
+    controller.restore(9);
+    EXPECT_TRUE(platform.switches.isEmpty());
+    controller.restore(7);
+    EXPECT_EQ(platform.switches, Switches({{7u, 70}}));
+
+    // Each display on its own, a refusal does not stop the others.
+    platform.switches.clear();
+    platform.refuse = true;
+    controller.restoreAll();
+    EXPECT_EQ(platform.switches, Switches({{5u, 50}, {7u, 70}}));
+}
+
+namespace {
+
+struct DisplayModelFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    DefaultsStore store{dirs.defaultsPath()};
+    std::unique_ptr<AppModel> model;
+
+    DisplayModelFixture() { fake.addStandardMonitor(); }
+    AppModel& make()
+    {
+        model = std::make_unique<AppModel>(
+            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}});
+        return *model;
+    }
+};
+
+} // namespace
+
+TEST_F(DisplayModelFixture, selectionFallsBackToTheMainThenTheFirstDisplay)
+{
+    fake.displayModes->displays = {3, 1};
+    fake.displayModes->modes.insert(3, {mode(30, 800, 600, 60)});
+    AppModel& m = make();
+    EXPECT_EQ(m.selectedDisplayID(), 1u);
+    EXPECT_EQ(ids(m.modes()), QList<qint32>({10, 11}));
+
+    // The main display is gone: the first one listed is taken.
+    fake.displayModes->displays = {3};
+    m.reloadDisplays();
+    EXPECT_EQ(m.selectedDisplayID(), 3u);
+    EXPECT_EQ(ids(m.modes()), QList<qint32>({30}));
+    // No current mode: the size shown stays as it was.
+    EXPECT_EQ(m.currentWidth(), 1440);
+
+    // A selection that is still there is kept even when it is not the main display.
+    fake.displayModes->displays = {1, 3};
+    m.reloadDisplays();
+    EXPECT_EQ(m.selectedDisplayID(), 3u);
+
+    // Nothing listed: the platform's main display.
+    fake.displayModes->displays.clear();
+    fake.displayModes->main = 8;
+    m.reloadDisplays();
+    EXPECT_EQ(m.selectedDisplayID(), 8u);
+    EXPECT_TRUE(m.modes().isEmpty());
+}
+
+TEST_F(DisplayModelFixture, applyShowsTheSizeAndRecapturesOnlyAfterASwitch)
+{
+    fake.capture->images.insert(1, QImage(1440, 900, QImage::Format_RGB32));
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    const int capturesBefore = fake.capture->captures;
+
+    const DisplayMode small{11, 1280, 800, 1280, 800, 60.0};
+    m.apply(small);
+    EXPECT_EQ(fake.displayModes->switches, Switches({{1u, 11}}));
+    // The cached capture of the old size is dropped and the panel read again.
+    EXPECT_GT(fake.capture->captures, capturesBefore);
+
+    // Refused: nothing is reported, the chosen size is still shown, nothing recaptured.
+    fake.displayModes->refuse = true;
+    const int capturesAfterSwitch = fake.capture->captures;
+    const DisplayMode large{10, 1440, 900, 1440, 900, 60.0};
+    m.apply(large);
+    EXPECT_EQ(m.currentWidth(), 1440);
+    EXPECT_EQ(m.lastAppliedMode()->id, 10);
+    EXPECT_EQ(fake.capture->captures, capturesAfterSwitch);
+}
+
+TEST_F(DisplayModelFixture, switchingOnReappliesWithoutTouchingTheShownSize)
+{
+    AppModel& m = make();
+    m.setEnabled(false);
+    fake.displayModes->switches.clear();
+    m.apply({11, 1280, 800, 1280, 800, 60.0});
+    EXPECT_TRUE(fake.displayModes->switches.isEmpty());
+    EXPECT_EQ(m.currentWidth(), 1280);
+    // Someone reads the real size in between.
+    m.reloadModes();
+    EXPECT_EQ(m.currentWidth(), 1440);
+
+    m.setEnabled(true);
+    EXPECT_EQ(fake.displayModes->switches, Switches({{1u, 11}}));
+    EXPECT_EQ(m.currentWidth(), 1440);
+    // Turning off puts the start-up mode back but keeps the remembered one.
+    m.setEnabled(false);
+    EXPECT_EQ(m.lastAppliedMode()->id, 11);
+}
+
+TEST_F(DisplayModelFixture, aMonitorChangeDropsCapturesButKeepsTheDisplayList)
+{
+    fake.capture->images.insert(1, QImage(1440, 900, QImage::Format_RGB32));
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    const int captures = fake.capture->captures;
+    fake.displayModes->displays.append(2);
+
+    fake.screens->announceChange();
+    EXPECT_GT(fake.capture->captures, captures);
+    EXPECT_EQ(m.displays().size(), 1);
+}
+
+TEST(Edid, productNameFromTheMonitorDescriptor)
+{
+    QByteArray edid(128, '\0');
+    edid.replace(0, 8, QByteArray("\x00\xff\xff\xff\xff\xff\xff\x00", 8));
+    // First descriptor: a detailed timing (non-zero pixel clock) that happens to hold 0xFC.
+    edid[54] = 0x3a;
+    edid[57] = char(0xFC);
+    // Second: serial number text; third: the product name, line-feed ended, space padded.
+    edid.replace(72, 18,
+                 QByteArray("\x00\x00\x00\xff\x00"
+                            "ABC123\n      ",
+                            18));
+    edid.replace(90, 18,
+                 QByteArray("\x00\x00\x00\xfc\x00"
+                            "Studio 27\n   ",
+                            18));
+    EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("Studio 27"));
+    // Thirteen characters fill the descriptor without a line feed.
+    edid.replace(90, 18,
+                 QByteArray("\x00\x00\x00\xfc\x00"
+                            "ABCDEFGHIJKLM",
+                            18));
+    EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("ABCDEFGHIJKLM"));
+
+    QByteArray noName = edid;
+    noName[93] = char(0xFE);
+    EXPECT_TRUE(X11::parseEdidProductName(noName).isEmpty());
+    EXPECT_TRUE(X11::parseEdidProductName(edid.left(127)).isEmpty());
+    QByteArray badHeader = edid;
+    badHeader[1] = 0;
+    EXPECT_TRUE(X11::parseEdidProductName(badHeader).isEmpty());
+}
+
+TEST(Struts, eachMonitorLosesOnlyWhatReachesIntoIt)
+{
+    // Two monitors side by side on a 3840x1200 root: 1920x1080 at the left, 1920x1200 right.
+    const QSize root(3840, 1200);
+    const QRect left(0, 0, 1920, 1080);
+    const QRect right(1920, 0, 1920, 1200);
+
+    // A 33-pixel top panel across the left monitor only.
+    const auto top = X11::strutsFromProperty({0, 0, 33, 0, 0, 0, 0, 0, 0, 1919, 0, 0}, root);
+    EXPECT_EQ(X11::visibleArea(left, top), QRect(0, 33, 1920, 1047));
+    EXPECT_EQ(X11::visibleArea(right, top), right);
+
+    // A bottom panel on the taller right monitor is counted from the root's bottom edge, which
+    // is that monitor's bottom; it does not reach the shorter left monitor.
+    const auto bottom = X11::strutsFromProperty({0, 0, 0, 40, 0, 0, 0, 0, 0, 0, 1920, 3839}, root);
+    EXPECT_EQ(X11::visibleArea(right, bottom), QRect(1920, 0, 1920, 1160));
+    EXPECT_EQ(X11::visibleArea(left, bottom), left);
+
+    // A left dock and a right dock for the right monitor's rows only.
+    const auto sides = X11::strutsFromProperty({64, 48, 0, 0, 0, 1079, 0, 1199, 0, 0, 0, 0}, root);
+    EXPECT_EQ(X11::visibleArea(left, sides), QRect(64, 0, 1856, 1080));
+    EXPECT_EQ(X11::visibleArea(right, sides), QRect(1920, 0, 1872, 1200));
+
+    // The older four-value form reserves the whole edge, on every monitor it touches.
+    const auto legacy = X11::strutsFromProperty({0, 0, 24, 0}, root);
+    EXPECT_EQ(X11::visibleArea(left, legacy), QRect(0, 24, 1920, 1056));
+    EXPECT_EQ(X11::visibleArea(right, legacy), QRect(1920, 24, 1920, 1176));
+
+    // Struts add up; a malformed property reserves nothing.
+    EXPECT_EQ(X11::visibleArea(left, top + sides), QRect(64, 33, 1856, 1047));
+    EXPECT_TRUE(X11::strutsFromProperty({0, 0, 33}, root).isEmpty());
+}

@@ -1,0 +1,366 @@
+// Other applications' windows: the enumeration filters and grouping, region geometry and the two
+// coordinate systems, clamped resizing, the preset sizes, and the model's selection rules.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
+#include "TestDirs.h"
+#include "WindowMover.h"
+#include "platform/DesktopEntryNames.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+namespace {
+
+ScreenInfo screen(quint32 id, QRectF frame, QRectF visible)
+{
+    ScreenInfo info;
+    info.displayId = id;
+    info.name = info.outputName = QStringLiteral("OUT-%1").arg(id);
+    info.frame = frame;
+    info.visibleFrame = visible;
+    return info;
+}
+
+// A 1440 × 900 primary screen whose visible frame is (0, 25, 1440, 875), and a 1920 × 1080
+// screen to its right, bottoms aligned, with nothing taken off.
+void twoScreens(FakePlatform& fake, quint32 main = 1)
+{
+    fake.screens->list = {screen(1, {0, 0, 1440, 900}, {0, 25, 1440, 875}),
+                          screen(2, {1440, 0, 1920, 1080}, {1440, 0, 1920, 1080})};
+    fake.displayModes->main = main;
+}
+
+ClientWindow client(quint64 handle, qint64 pid, QString app, QString title = {})
+{
+    ClientWindow w;
+    w.handle = handle;
+    w.pid = pid;
+    w.app = std::move(app);
+    w.title = std::move(title);
+    return w;
+}
+
+QStringList labels(const QList<ManagedWindow>& windows)
+{
+    QStringList result;
+    for (const ManagedWindow& w : windows)
+        result << w.menuLabel();
+    return result;
+}
+
+} // namespace
+
+TEST(WindowGeometry, regionsOfTheVisibleFrame)
+{
+    const QRectF v(0, 25, 1440, 875);
+    const QSizeF size(800, 600);
+    using A = WindowArrangement;
+    const QList<QPair<A, QRectF>> expected{
+        {A::center, {320, 162.5, 800, 600}},   {A::fill, {0, 25, 1440, 875}},
+        {A::leftHalf, {0, 25, 720, 875}},      {A::rightHalf, {720, 25, 720, 875}},
+        {A::topHalf, {0, 462.5, 1440, 437.5}}, {A::bottomHalf, {0, 25, 1440, 437.5}},
+        {A::topLeft, {0, 462.5, 720, 437.5}},  {A::topRight, {720, 462.5, 720, 437.5}},
+        {A::bottomLeft, {0, 25, 720, 437.5}},  {A::bottomRight, {720, 25, 720, 437.5}},
+    };
+    ASSERT_EQ(expected.size(), qsizetype(allWindowArrangements.size()));
+    for (const auto& [arrangement, rect] : expected)
+        EXPECT_EQ(WindowMover::targetFrame(arrangement, v, size), rect)
+            << rawValue(arrangement).toStdString();
+
+    // Odd sizes keep their half pixels, and centring neither clamps nor rounds.
+    EXPECT_EQ(WindowMover::targetFrame(A::rightHalf, {0, 0, 1441, 875}, size),
+              QRectF(720.5, 0, 720.5, 875));
+    EXPECT_EQ(WindowMover::targetFrame(A::center, v, {2000, 1200}),
+              QRectF(-280, -137.5, 2000, 1200));
+}
+
+TEST(WindowGeometry, conversionBothWays)
+{
+    EXPECT_EQ(WindowMover::flipped({100, 50, 800, 600}, 1080), QRectF(100, 430, 800, 600));
+    EXPECT_EQ(WindowMover::flipped({100, 430, 800, 600}, 1080), QRectF(100, 50, 800, 600));
+    EXPECT_EQ(WindowMover::flipped({0, 462.5, 720, 437.5}, 900), QRectF(0, 0, 720, 437.5));
+}
+
+TEST(WindowGeometry, primaryHeightAndScreenOfAWindow)
+{
+    FakePlatform fake;
+    EXPECT_EQ(WindowMover::primaryHeight(fake), 0);
+    EXPECT_FALSE(WindowMover::screenForAXFrame(fake, {0, 0, 10, 10}));
+
+    // The screen at the origin decides, wherever it is in the list.
+    fake.screens->list = {screen(2, {1440, 0, 1920, 1080}, {1440, 0, 1920, 1080}),
+                          screen(1, {0, 0, 1440, 900}, {0, 25, 1440, 875})};
+    fake.displayModes->main = 2;
+    EXPECT_EQ(WindowMover::primaryHeight(fake), 900);
+
+    // A window straddling both screens belongs to the one that holds its centre.
+    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {1000, 100, 1000, 400})->displayId, 2u);
+    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {900, 100, 1000, 400})->displayId, 1u);
+    // The maximum edge is outside: a centre on x = 1440 is on the right screen.
+    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {1340, 100, 200, 200})->displayId, 2u);
+    // A centre on no screen: the main screen, not the first.
+    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
+    fake.displayModes->main = 99;
+    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
+
+    // Without a screen at the origin the main screen's height counts.
+    fake.screens->list = {screen(3, {10, 0, 800, 600}, {10, 0, 800, 600}),
+                          screen(4, {810, 0, 1024, 768}, {810, 0, 1024, 768})};
+    fake.displayModes->main = 4;
+    EXPECT_EQ(WindowMover::primaryHeight(fake), 768);
+}
+
+TEST(WindowGeometry, arrangeUsesTheScreenOfTheCentreAndSetsSizePositionSize)
+{
+    FakePlatform fake;
+    twoScreens(fake);
+    // Top-left (1500, 100) on the right-hand screen; the primary is 900 high, so that screen's
+    // top edge is at y = -180 in top-left coordinates.
+    fake.windowControl->frames.insert(7, QRectF(1500, 100, 600, 400));
+    WindowMover::arrange(fake, 7, WindowArrangement::topRight);
+    EXPECT_EQ(fake.windowControl->log,
+              QStringList({"size 7 960 540", "position 7 2400 -180", "size 7 960 540"}));
+
+    fake.windowControl->log.clear();
+    fake.windowControl->frames.insert(8, QRectF(100, 100, 600, 400));
+    WindowMover::arrange(fake, 8, WindowArrangement::topLeft);
+    EXPECT_EQ(fake.windowControl->frames.value(8), QRectF(0, 0, 720, 437.5));
+
+    // A window whose centre is on no screen goes to the main screen.
+    fake.windowControl->frames.insert(9, QRectF(-3000, 100, 600, 400));
+    twoScreens(fake, 2);
+    WindowMover::arrange(fake, 9, WindowArrangement::fill);
+    EXPECT_EQ(fake.windowControl->frames.value(9), QRectF(1440, -180, 1920, 1080));
+
+    // A window whose frame cannot be read is left alone.
+    fake.windowControl->log.clear();
+    WindowMover::arrange(fake, 404, WindowArrangement::fill);
+    WindowMover::resize(fake, 404, {800, 600});
+    EXPECT_TRUE(fake.windowControl->log.isEmpty());
+}
+
+TEST(WindowGeometry, resizeClampsEachDimensionAndCentres)
+{
+    FakePlatform fake;
+    twoScreens(fake);
+    fake.windowControl->frames.insert(1, QRectF(10, 10, 300, 200));
+    WindowMover::resize(fake, 1, {5000, 5000});
+    EXPECT_EQ(fake.windowControl->frames.value(1), QRectF(0, 0, 1440, 875));
+    WindowMover::resize(fake, 1, {1920, 1080});
+    EXPECT_EQ(fake.windowControl->frames.value(1), QRectF(0, 0, 1440, 875));
+    // Only the height is clamped; the width stays and the window is centred across.
+    WindowMover::resize(fake, 1, {1000.5, 2000});
+    EXPECT_EQ(fake.windowControl->frames.value(1), QRectF(219.75, 0, 1000.5, 875));
+    WindowMover::resize(fake, 1, {800, 600});
+    EXPECT_EQ(fake.windowControl->frames.value(1), QRectF(320, 137.5, 800, 600));
+}
+
+TEST(WindowList, filtersAndGroupsByApplication)
+{
+    FakePlatform fake;
+    const qint64 own = QCoreApplication::applicationPid();
+    ClientWindow dialog = client(3, 30, "Files", "Copying");
+    dialog.role = WindowRole::dialog;
+    ClientWindow utility = client(4, 30, "Files", "Tools");
+    utility.role = WindowRole::utility;
+    ClientWindow dock = client(5, 40, "Panel");
+    dock.role = WindowRole::dock;
+    ClientWindow desktop = client(6, 41, "Desktop");
+    desktop.role = WindowRole::desktop;
+    ClientWindow agent = client(7, 50, "Agent", "Status");
+    agent.skipTaskbar = true;
+    ClientWindow minimised = client(8, 30, "Files", "Downloads");
+    minimised.minimized = true;
+    fake.windowControl->list = {client(1, 30, "Files", "Home"),
+                                client(2, 20, "Editor", "notes.txt"),
+                                dialog,
+                                utility,
+                                dock,
+                                desktop,
+                                agent,
+                                minimised,
+                                client(9, own, "Quillet", "Quillet"),
+                                client(10, 30, "Files", "Pictures"),
+                                client(11, 0, "", ""),
+                                client(12, 20, "Editor", ""),
+                                client(13, 0, "xterm", "bash"),
+                                client(14, 0, "", "orphan")};
+
+    const QList<ManagedWindow> windows = WindowMover::windows(fake);
+    // Applications in the order of their first window, each one's windows together.
+    EXPECT_EQ(labels(windows),
+              QStringList({"Files \u2014 Home", "Files \u2014 Pictures", "Editor \u2014 notes.txt",
+                           "Editor \u2014 Untitled", "App \u2014 Untitled", "App \u2014 orphan",
+                           "xterm \u2014 bash"}));
+    QList<quint64> elements;
+    for (const ManagedWindow& w : windows)
+        elements << w.element;
+    EXPECT_EQ(elements, QList<quint64>({1, 10, 2, 12, 11, 14, 13}));
+
+    // Every enumeration gives every window a new identity.
+    const QList<ManagedWindow> again = WindowMover::windows(fake);
+    ASSERT_EQ(again.size(), windows.size());
+    for (qsizetype i = 0; i < windows.size(); ++i) {
+        EXPECT_NE(again[i].id, windows[i].id);
+        EXPECT_EQ(again[i].element, windows[i].element);
+    }
+}
+
+TEST(WindowList, withoutControlNothingIsAsked)
+{
+    FakePlatform fake;
+    fake.windowControl->list = {client(1, 30, "Files", "Home")};
+    fake.windowControl->trusted = false;
+    EXPECT_TRUE(WindowMover::windows(fake).isEmpty());
+    EXPECT_EQ(fake.windowControl->listings, 0);
+}
+
+TEST(WindowSizes, presetsThatFitTheCurrentMode)
+{
+    const QList<QSizeF> all = AppModel::windowSizes();
+    EXPECT_EQ(all,
+              QList<QSizeF>(
+                  {{1280, 800}, {1440, 900}, {1600, 1000}, {1920, 1080}, {1024, 768}, {800, 600}}));
+    EXPECT_EQ(AppModel::windowSizesFitting(1440, 900),
+              QList<QSizeF>({{1280, 800}, {1440, 900}, {1024, 768}, {800, 600}}));
+    EXPECT_EQ(AppModel::windowSizesFitting(0, 900), all);
+    EXPECT_EQ(AppModel::windowSizesFitting(1440, 0), all);
+    EXPECT_EQ(AppModel::windowSizesFitting(1919, 1080),
+              QList<QSizeF>({{1280, 800}, {1440, 900}, {1600, 1000}, {1024, 768}, {800, 600}}));
+    EXPECT_TRUE(AppModel::windowSizesFitting(799, 600).isEmpty());
+}
+
+namespace {
+
+struct WindowModelFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
+    std::unique_ptr<Preferences> preferences;
+    std::unique_ptr<AppModel> model;
+
+    WindowModelFixture()
+    {
+        fake.addStandardMonitor();
+        twoScreens(fake);
+        fake.windowControl->list = {client(1, 30, "Files", "Home"),
+                                    client(2, 20, "Editor", "a.txt"),
+                                    client(3, 20, "Editor", "b.txt")};
+        for (quint64 handle : {1, 2, 3})
+            fake.windowControl->frames.insert(handle, QRectF(100, 100, 400, 300));
+    }
+
+    AppModel& make()
+    {
+        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
+        model = std::make_unique<AppModel>(AppModel::Dependencies{
+            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        return *model;
+    }
+};
+
+} // namespace
+
+TEST_F(WindowModelFixture, refreshSelectsTheFirstWindowEveryTime)
+{
+    AppModel& m = make();
+    ASSERT_EQ(m.windows().size(), 3);
+    EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
+
+    m.setSelectedWindowID(m.windows().at(2).id);
+    m.refreshWindows();
+    // Fresh identities: the old selection is never found again.
+    EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
+
+    fake.windowControl->list.clear();
+    m.refreshWindows();
+    EXPECT_FALSE(m.selectedWindowID());
+}
+
+TEST_F(WindowModelFixture, withoutAMatchingSelectionNothingHappens)
+{
+    AppModel& m = make();
+    QSignalSpy spy(&m, &AppModel::published);
+    for (const std::optional<QUuid>& selection :
+         {std::optional<QUuid>(), std::optional<QUuid>(QUuid::createUuid())}) {
+        m.setSelectedWindowID(selection);
+        spy.clear();
+        m.arrangeSelected(WindowArrangement::fill);
+        m.resizeSelected({800, 600});
+        m.hideSelectedWindow();
+        EXPECT_TRUE(fake.windowControl->log.isEmpty());
+        // No refresh either.
+        EXPECT_EQ(spy.count(), 0);
+        EXPECT_EQ(m.windows().size(), 3);
+    }
+}
+
+TEST_F(WindowModelFixture, operationsActOnTheSelectedEntry)
+{
+    AppModel& m = make();
+    m.setSelectedWindowID(m.windows().at(1).id);
+    m.arrangeSelected(WindowArrangement::leftHalf);
+    EXPECT_EQ(fake.windowControl->frames.value(2), QRectF(0, 0, 720, 875));
+    m.resizeSelected({1920, 1080});
+    EXPECT_EQ(fake.windowControl->frames.value(2), QRectF(0, 0, 1440, 875));
+    EXPECT_EQ(fake.windowControl->frames.value(1), QRectF(100, 100, 400, 300));
+
+    // The stored element is used as it is, even when the window has left the list since.
+    fake.windowControl->list.removeAt(1);
+    m.resizeSelected({800, 600});
+    EXPECT_EQ(fake.windowControl->frames.value(2), QRectF(320, 137.5, 800, 600));
+}
+
+TEST_F(WindowModelFixture, hidingMinimisesAndSelectsTheFirstRemainingWindow)
+{
+    AppModel& m = make();
+    m.setSelectedWindowID(m.windows().first().id);
+    m.hideSelectedWindow();
+    EXPECT_EQ(fake.windowControl->log, QStringList({"minimize 1"}));
+    EXPECT_EQ(labels(m.windows()), QStringList({"Editor \u2014 a.txt", "Editor \u2014 b.txt"}));
+    EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
+}
+
+namespace {
+
+void writeEntry(const QString& dir, const QString& id, const QString& body)
+{
+    QDir().mkpath(dir);
+    QFile file(dir + QLatin1Char('/') + id + QStringLiteral(".desktop"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(body.toUtf8());
+}
+
+} // namespace
+
+TEST(DesktopEntryNames, findsTheEntryByIdClassOrStartupClass)
+{
+    TestDirs dirs;
+    const QString user = dirs.root() + QStringLiteral("/user/applications");
+    const QString system = dirs.root() + QStringLiteral("/system/applications");
+    writeEntry(system, "org.example.Notes",
+               "[Desktop Entry]\nType=Application\nName=Notes\nName[xx]=Notizen\n");
+    writeEntry(system, "gimp",
+               "[Desktop Entry]\nName=Image\\sEditor\n[Desktop Action new]\nName=New\n");
+    writeEntry(system, "term-emulator", "[Desktop Entry]\nName=Terminal\nStartupWMClass=XTerm\n");
+    // The user's hidden entry shadows the system one.
+    writeEntry(system, "mail", "[Desktop Entry]\nName=Mail\n");
+    writeEntry(user, "mail", "[Desktop Entry]\nName=Mail\nHidden=true\n");
+    writeEntry(user, "org.example.Notes", "[Desktop Entry]\nName=My Notes\n");
+
+    DesktopEntryNames names({user, system});
+    EXPECT_EQ(names.name("org.example.Notes", "notes", "Notes"), "My Notes");
+    // Class, then instance, also in lower case; escapes undone; other groups ignored.
+    EXPECT_EQ(names.name("", "gimp-2.10", "Gimp"), "Image Editor");
+    EXPECT_EQ(names.name("", "xterm", "XTerm"), "Terminal");
+    EXPECT_EQ(names.name("", "mail", "Mail"), std::nullopt);
+    EXPECT_EQ(names.name("", "", ""), std::nullopt);
+    EXPECT_EQ(names.name("../system/applications/gimp", "", ""), std::nullopt);
+}
