@@ -97,7 +97,8 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     outer->addWidget(m_panel, 0, Qt::AlignLeft | Qt::AlignTop);
 
     m_panelLayout->addWidget(buildResolutionCard());
-    m_panelLayout->addWidget(buildWindowCard());
+    m_windowCard = buildWindowCard();
+    m_panelLayout->addWidget(m_windowCard);
 
     m_bannerBox = new QWidget(m_panel);
     m_bannerLayout = new QVBoxLayout(m_bannerBox);
@@ -165,8 +166,8 @@ QWidget* ContentView::buildResolutionCard()
     connect(restore, &QPushButton::clicked, this, [this] { m_model.restoreSelectedDisplay(); });
     m_restore = restore;
 
-    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"), true,
-                           false, restore, content);
+    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"),
+                           true, false, restore, content);
 }
 
 void ContentView::refreshDisplays()
@@ -219,8 +220,8 @@ QWidget* ContentView::buildWindowCard()
     stack->setContentsMargins(0, 0, 0, 0);
     stack->setSpacing(12);
 
-    auto* windowBanner =
-        new PermissionBanner(QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    auto* windowBanner = new PermissionBanner(
+        QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
     connect(windowBanner, &PermissionBanner::grantRequested, this,
             [this] { m_model.requestAccessibility(); });
     m_windowBanner = windowBanner;
@@ -302,8 +303,8 @@ QWidget* ContentView::buildWindowCard()
     UiStyle::makeSecondaryCaption(caption);
     stack->addWidget(caption);
 
-    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false, nullptr,
-                           content);
+    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false,
+                           nullptr, content);
 }
 
 void ContentView::refreshWindowList()
@@ -392,7 +393,8 @@ void ContentView::refreshBanners()
     const QList<MenuBarBanner> wanted = ContentRules::menuBarBanners(
         m_model.menuBarCover(), m_model.canCloneBar(), m_model.canNameItems());
     if (m_banners.isEmpty()) {
-        auto* capture = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
+        auto* capture =
+            new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
         connect(capture, &PermissionBanner::grantRequested, this,
                 [this] { m_model.requestScreenCapture(); });
         auto* names = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::itemNames));
@@ -448,8 +450,9 @@ QWidget* ContentView::buildDesktopCard()
 
     const auto addThumb = [this](QHBoxLayout* row, const QString& group, const QString& label,
                                  std::function<void()> action) {
-        auto* thumb = new PickThumb(label, false, new MiniScreen(MiniScreen::Background::wallpaper(),
-                                                                 MiniScreen::Bar::items, false));
+        auto* thumb = new PickThumb(
+            label, false,
+            new MiniScreen(MiniScreen::Background::wallpaper(), MiniScreen::Bar::items, false));
         connect(thumb, &PickThumb::clicked, this, std::move(action));
         row->addWidget(thumb);
         m_thumbs.insert(groupKey(group, label), thumb);
@@ -470,8 +473,8 @@ QWidget* ContentView::buildDesktopCard()
         m_model.setBackground(DesktopBackground::image);
         m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
     });
-    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"), false,
-                           false, nullptr, content);
+    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"),
+                           false, false, nullptr, content);
 }
 
 void ContentView::refreshDesktop()
@@ -519,8 +522,8 @@ QWidget* ContentView::buildMenuBarCard()
         const MiniScreen::Bar bar = cover == MenuBarCover::keep     ? MiniScreen::Bar::items
                                     : cover == MenuBarCover::entire ? MiniScreen::Bar::empty
                                                                     : MiniScreen::Bar::gap;
-        auto* thumb = new PickThumb(title(cover), false,
-                                    new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
+        auto* thumb = new PickThumb(
+            title(cover), false, new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
         connect(thumb, &PickThumb::clicked, this, [this, cover, thumb] {
             m_model.setMenuBarCover(cover);
             if (cover == MenuBarCover::items)
@@ -529,8 +532,8 @@ QWidget* ContentView::buildMenuBarCard()
         m_coverRow->addWidget(thumb);
         m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
     }
-    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false, false,
-                           nullptr, content);
+    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false,
+                           false, nullptr, content);
 }
 
 void ContentView::refreshCover()
@@ -715,9 +718,12 @@ void ContentView::onPublished(AppModel::Field field)
 void ContentView::updatePanelWidth()
 {
     // The panel is as wide as the natural width of the Desktop and Menu Bar row; the cards above
-    // stretch to it.
-    const int natural = m_bottomRow->sizeHint().width();
-    if (natural > 1)
-        m_panelWidth = natural;
+    // stretch to it. The window card also reports the least width its columns need: with the
+    // wider fonts common on Linux desktops the size captions would otherwise be squeezed, so the
+    // larger of the two wins.
+    const int reported =
+        std::max(m_bottomRow->sizeHint().width(), m_windowCard->minimumSizeHint().width());
+    if (reported > 1)
+        m_panelWidth = reported;
     m_panel->setFixedWidth(int(m_panelWidth));
 }

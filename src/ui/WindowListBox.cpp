@@ -3,8 +3,8 @@
 
 #include "ContentRules.h"
 #include "UiStyle.h"
-#include "components/Look.h"
 #include "WindowRow.h"
+#include "components/Look.h"
 
 #include <QLabel>
 #include <QPainter>
