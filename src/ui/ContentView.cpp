@@ -48,6 +48,15 @@ ScreenThumb* makeCell(const QRectF& region, const QString& caption, bool dashed,
     return cell;
 }
 
+// Runs `action` when the button is clicked, and also when an assistive tool toggles it: the
+// "Toggle" action of a checkable button flips its state without a click. The panel sets the
+// checked state of its choices with their signals blocked, so only such toggles arrive here.
+template <typename Action> void onChoose(QAbstractButton* button, QObject* context, Action action)
+{
+    QObject::connect(button, &QAbstractButton::clicked, context, action);
+    QObject::connect(button, &QAbstractButton::toggled, context, action);
+}
+
 QLabel* groupLabel(const QString& text, QWidget* parent)
 {
     auto* label = new QLabel(text, parent);
@@ -198,7 +207,7 @@ void ContentView::refreshTiles()
         QList<QWidget*> tiles;
         for (const DisplayMode& mode : modes) {
             auto* tile = new ResolutionTile(mode, false, scale);
-            connect(tile, &ResolutionTile::clicked, this, [this, mode] { m_model.apply(mode); });
+            onChoose(tile, this, [this, mode] { m_model.apply(mode); });
             tiles.append(tile);
         }
         m_strip->setTiles(tiles);
@@ -206,6 +215,7 @@ void ContentView::refreshTiles()
     // The current mode is marked in place, so a tile keeps the keyboard focus it was chosen with.
     for (QWidget* widget : m_strip->tiles()) {
         auto* tile = static_cast<ResolutionTile*>(widget);
+        const QSignalBlocker block(tile);
         tile->setCurrent(tile->mode().width == m_model.currentWidth() &&
                          tile->mode().height == m_model.currentHeight());
     }
@@ -453,7 +463,7 @@ QWidget* ContentView::buildDesktopCard()
         auto* thumb = new PickThumb(
             label, false,
             new MiniScreen(MiniScreen::Background::wallpaper(), MiniScreen::Bar::items, false));
-        connect(thumb, &PickThumb::clicked, this, std::move(action));
+        onChoose(thumb, this, std::move(action));
         row->addWidget(thumb);
         m_thumbs.insert(groupKey(group, label), thumb);
     };
@@ -482,7 +492,10 @@ void ContentView::refreshDesktop()
     const auto show = [this](const QString& group, const QString& label, bool selected,
                              const MiniScreen::Background& background, bool icons) {
         PickThumb* thumb = m_thumbs.value(groupKey(group, label));
-        thumb->setSelected(selected);
+        {
+            const QSignalBlocker block(thumb);
+            thumb->setSelected(selected);
+        }
         auto* preview = static_cast<MiniScreen*>(thumb->preview());
         preview->setBackground(background);
         preview->setIcons(icons);
@@ -524,7 +537,7 @@ QWidget* ContentView::buildMenuBarCard()
                                                                     : MiniScreen::Bar::gap;
         auto* thumb = new PickThumb(
             title(cover), false, new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
-        connect(thumb, &PickThumb::clicked, this, [this, cover, thumb] {
+        onChoose(thumb, this, [this, cover, thumb] {
             m_model.setMenuBarCover(cover);
             if (cover == MenuBarCover::items)
                 m_itemsPopover->open(thumb);
@@ -538,9 +551,11 @@ QWidget* ContentView::buildMenuBarCard()
 
 void ContentView::refreshCover()
 {
-    for (MenuBarCover cover : allMenuBarCovers)
-        m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)))
-            ->setSelected(m_model.menuBarCover() == cover);
+    for (MenuBarCover cover : allMenuBarCovers) {
+        PickThumb* thumb = m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)));
+        const QSignalBlocker block(thumb);
+        thumb->setSelected(m_model.menuBarCover() == cover);
+    }
 }
 
 void ContentView::refreshItems()
@@ -559,7 +574,8 @@ void ContentView::refreshItems()
             toggle->setAccessibleName(item.label);
             toggle->setObjectName(item.label);
             const quint32 id = item.id;
-            connect(toggle, &QCheckBox::clicked, this, [this, id] { m_model.toggleItem(id); });
+            // Clicks and assistive tools' toggles both come as `toggled`.
+            connect(toggle, &QCheckBox::toggled, this, [this, id] { m_model.toggleItem(id); });
             m_itemsLayout->addWidget(toggle);
             m_itemToggles.append(toggle);
         }
