@@ -8,6 +8,7 @@
 #include "platform/x11/PlatformFactory.h"
 #include "platform/x11/X11WindowState.h"
 #include "ui/MainWindow.h"
+#include "ui/MaskWindowPresenter.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 #include "ui/WindowAccess.h"
@@ -42,6 +43,8 @@ QuilletApp::QuilletApp(QObject* parent) : QObject(parent), m_platform(createPlat
 
 QuilletApp::~QuilletApp()
 {
+    if (m_masks)
+        AppModel::shared().overlays().setPresenter(nullptr);
     ShellHooks::setShared(nullptr);
 }
 
@@ -60,6 +63,8 @@ bool QuilletApp::becomeTheRunningInstance()
 
 void QuilletApp::start()
 {
+    m_masks = std::make_unique<MaskWindowPresenter>();
+    AppModel::shared().overlays().setPresenter(m_masks.get());
     m_mainWindow = std::make_unique<MainWindow>(AppModel::shared(), Preferences::shared());
     // The desktop hints go on every native window the main window gets.
     connect(m_mainWindow.get(), &MainWindow::windowShown, this,

@@ -8,6 +8,7 @@
 #include <memory>
 
 class MainWindow;
+class MaskWindowPresenter;
 class Platform;
 class SingleInstance;
 class QSocketNotifier;
@@ -35,6 +36,7 @@ private:
 
     std::unique_ptr<Platform> m_platform;
     std::unique_ptr<MainWindow> m_mainWindow;
+    std::unique_ptr<MaskWindowPresenter> m_masks;
     SingleInstance* m_instance = nullptr;
     QSocketNotifier* m_signalNotifier = nullptr;
     bool m_showInTaskbar = true;

@@ -20,7 +20,8 @@ AppModel::AppModel(Dependencies deps)
       m_desktopIcons(deps.platform.desktopIcons())
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens());
-    m_overlays = std::make_unique<OverlayController>(m_platform.screens());
+    m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
+                                                     m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
 
     m_selectedDisplayID = m_platform.displayModes().mainDisplay();

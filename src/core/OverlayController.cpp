@@ -1,14 +1,22 @@
-// Mask bookkeeping: every assignment tears the windows down and builds them again.
+// Mask bookkeeping: every assignment tears the windows down and builds them again; windows are
+// never moved or reused.
 #include "OverlayController.h"
 
 #include "platform/Screens.h"
+#include "platform/WindowManagerWatch.h"
 
-OverlayController::OverlayController(Screens& screens, QObject* parent) : QObject(parent)
+OverlayController::OverlayController(Screens& screens, WindowManagerWatch& managerWatch,
+                                     QObject* parent)
+    : QObject(parent)
 {
     connect(&screens, &Screens::screensChanged, this, [this] {
         if (onScreenChange)
             onScreenChange();
     });
+    // A new window manager or compositor may stop drawing the old override-redirect windows;
+    // fresh ones are drawn, so the masks never vanish.
+    connect(&managerWatch, &WindowManagerWatch::managerReplaced, this,
+            &OverlayController::rebuildMenuBar);
 }
 
 void OverlayController::setMenuBarHidden(bool hidden)
@@ -32,7 +40,7 @@ void OverlayController::clearMenuBarWindows()
 void OverlayController::rebuildMenuBar()
 {
     clearMenuBarWindows();
-    if (!m_menuBarHidden || !m_presenter)
+    if (!m_menuBarHidden || m_barTiles.isEmpty() || !m_presenter)
         return;
     m_presenter->showMasks(m_barTiles, m_fallbackColor);
 }

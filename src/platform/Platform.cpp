@@ -149,5 +149,7 @@ Platform::Parts withDegradedDefaults(Platform::Parts parts)
         parts.desktopIcons = std::make_unique<NoDesktopIcons>();
     if (!parts.processes)
         parts.processes = std::make_unique<QtProcessRunner>();
+    if (!parts.managerWatch)
+        parts.managerWatch = std::make_unique<WindowManagerWatch>();
     return parts;
 }

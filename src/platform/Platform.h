@@ -13,6 +13,7 @@
 #include "Screens.h"
 #include "WindowControl.h"
 #include "WindowList.h"
+#include "WindowManagerWatch.h"
 
 #include <QObject>
 #include <memory>
@@ -33,6 +34,7 @@ public:
         std::unique_ptr<LoginItems> loginItems;
         std::unique_ptr<DesktopIconsBackend> desktopIcons;
         std::unique_ptr<ProcessRunner> processes;
+        std::unique_ptr<WindowManagerWatch> managerWatch;
     };
 
     explicit Platform(Parts parts);
@@ -51,6 +53,7 @@ public:
     LoginItems& loginItems() const { return *m_parts.loginItems; }
     DesktopIconsBackend& desktopIcons() const { return *m_parts.desktopIcons; }
     ProcessRunner& processes() const { return *m_parts.processes; }
+    WindowManagerWatch& managerWatch() const { return *m_parts.managerWatch; }
 
     // The platform of the running program, set once by main().
     static Platform& shared();

@@ -3,9 +3,11 @@
 
 #include "RootWindowDesktopPictures.h"
 #include "X11Appearance.h"
+#include "X11Capture.h"
 #include "X11Connection.h"
 #include "X11DisplayModes.h"
 #include "X11ItemNames.h"
+#include "X11ManagerWatch.h"
 #include "X11Probes.h"
 #include "X11Screens.h"
 #include "X11WindowControl.h"
@@ -15,18 +17,6 @@
 #include "platform/Platform.h"
 
 #include <QGuiApplication>
-
-namespace {
-
-class X11Capture final : public ScreenCapture {
-public:
-    bool canCaptureScreen() const override { return X11::canReadRootWindow(); }
-    // X11 has no permission prompt: access is whatever the server allows now.
-    bool requestCaptureAccess() override { return X11::canReadRootWindow(); }
-    QImage captureDisplay(quint32) override { return {}; }
-};
-
-} // namespace
 
 namespace {
 // Under Wayland an X connection reaches only XWayland, whose root window is not the screen the
@@ -48,6 +38,7 @@ std::unique_ptr<Platform> createPlatform()
         parts.screens = std::make_unique<X11Screens>();
         parts.displayModes = std::make_unique<X11DisplayModes>();
         parts.capture = std::make_unique<X11Capture>();
+        parts.managerWatch = std::make_unique<X11ManagerWatch>();
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.windowList = std::make_unique<X11WindowList>();
         parts.itemNames = std::make_unique<X11ItemNames>();

@@ -1,0 +1,201 @@
+// Monitor captures over xcb. Pixels are copied row by row into the QImage with the fourth byte
+// set to 0xff: drivers may leave anything there, and the panel pictures are composited.
+#include "X11Capture.h"
+
+#include "X11Connection.h"
+#include "X11Probes.h"
+#include "X11RandR.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <xcb/shm.h>
+
+namespace {
+
+struct FreeDeleter {
+    void operator()(void* p) const { std::free(p); }
+};
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+
+// The root window's pixels are 32 bits, little-endian, red in the third byte: the layout of
+// QImage::Format_RGB32. Every X server for a desktop today uses it at depth 24 or 32.
+bool rootHasRgb32Layout(xcb_connection_t* c)
+{
+    const xcb_setup_t* setup = xcb_get_setup(c);
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(setup).data;
+    if (!screen || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+        return false;
+    bool thirtyTwoBits = false;
+    for (auto f = xcb_setup_pixmap_formats_iterator(setup); f.rem; xcb_format_next(&f)) {
+        if (f.data->depth == screen->root_depth)
+            thirtyTwoBits = f.data->bits_per_pixel == 32;
+    }
+    if (!thirtyTwoBits)
+        return false;
+    for (auto d = xcb_screen_allowed_depths_iterator(screen); d.rem; xcb_depth_next(&d)) {
+        for (auto v = xcb_depth_visuals_iterator(d.data); v.rem; xcb_visualtype_next(&v)) {
+            if (v.data->visual_id == screen->root_visual)
+                return v.data->red_mask == 0xff0000 && v.data->green_mask == 0xff00 &&
+                       v.data->blue_mask == 0xff;
+        }
+    }
+    return false;
+}
+
+// Copies 32-bit rows into an opaque RGB32 image.
+QImage toOpaqueImage(const std::uint8_t* data, std::size_t length, int width, int height)
+{
+    const std::size_t rowBytes = std::size_t(width) * 4;
+    if (length < rowBytes * std::size_t(height))
+        return {};
+    QImage image(width, height, QImage::Format_RGB32);
+    if (image.isNull())
+        return {};
+    for (int y = 0; y < height; ++y) {
+        const auto* src = reinterpret_cast<const quint32*>(data + rowBytes * std::size_t(y));
+        auto* dst = reinterpret_cast<quint32*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x)
+            dst[x] = src[x] | 0xff000000u;
+    }
+    return image;
+}
+
+} // namespace
+
+X11Capture::X11Capture()
+{
+    m_connection = X11::connection();
+    if (!m_connection)
+        return;
+    const xcb_query_extension_reply_t* shm = xcb_get_extension_data(m_connection, &xcb_shm_id);
+    if (!shm || !shm->present)
+        return;
+    Reply<xcb_shm_query_version_reply_t> version(
+        xcb_shm_query_version_reply(m_connection, xcb_shm_query_version(m_connection), nullptr));
+    m_shmUsable = version != nullptr;
+}
+
+X11Capture::~X11Capture()
+{
+    releaseSegment();
+}
+
+bool X11Capture::canCaptureScreen() const
+{
+    return X11::canReadRootWindow();
+}
+
+bool X11Capture::requestCaptureAccess()
+{
+    return X11::canReadRootWindow();
+}
+
+QRect X11Capture::monitorRect(quint32 output)
+{
+    // The monitor that lists the output first, as the screen list assigns display ids.
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors()) {
+        if (!monitor.outputs.isEmpty() && monitor.outputs.first() == output)
+            return monitor.rect;
+    }
+    return {};
+}
+
+QImage X11Capture::captureDisplay(quint32 displayId)
+{
+    const QRect rect = monitorRect(displayId);
+    if (rect.isEmpty())
+        return {};
+    return captureRootRect(rect);
+}
+
+QImage X11Capture::captureRootRect(const QRect& requested)
+{
+    xcb_connection_t* c = m_connection;
+    if (!c || !rootHasRgb32Layout(c))
+        return {};
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    // GetImage fails for any part outside the root window.
+    const QRect rect = requested & QRect(0, 0, screen->width_in_pixels, screen->height_in_pixels);
+    if (rect.isEmpty())
+        return {};
+    const std::size_t bytes = std::size_t(rect.width()) * std::size_t(rect.height()) * 4;
+
+    if (m_shmUsable && ensureSegment(bytes)) {
+        Reply<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(
+            c,
+            xcb_shm_get_image(c, screen->root, std::int16_t(rect.x()), std::int16_t(rect.y()),
+                              std::uint16_t(rect.width()), std::uint16_t(rect.height()), ~0u,
+                              XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment, 0),
+            nullptr));
+        if (reply)
+            return toOpaqueImage(static_cast<const std::uint8_t*>(m_shmAddress), reply->size,
+                                 rect.width(), rect.height());
+    }
+
+    Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+        c,
+        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, screen->root, std::int16_t(rect.x()),
+                      std::int16_t(rect.y()), std::uint16_t(rect.width()),
+                      std::uint16_t(rect.height()), ~0u),
+        nullptr));
+    if (!reply)
+        return {};
+    return toOpaqueImage(xcb_get_image_data(reply.get()),
+                         std::size_t(xcb_get_image_data_length(reply.get())), rect.width(),
+                         rect.height());
+}
+
+bool X11Capture::ensureSegment(std::size_t bytes)
+{
+    if (m_shmAddress && m_shmSize >= bytes)
+        return true;
+    releaseSegment();
+    m_shmId = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
+    if (m_shmId < 0) {
+        m_shmUsable = false;
+        return false;
+    }
+    void* address = shmat(m_shmId, nullptr, 0);
+    if (address == reinterpret_cast<void*>(-1)) {
+        shmctl(m_shmId, IPC_RMID, nullptr);
+        m_shmId = -1;
+        m_shmUsable = false;
+        return false;
+    }
+    m_shmAddress = address;
+    m_shmSize = bytes;
+    m_segment = xcb_generate_id(m_connection);
+    // A server on another machine cannot attach our memory: fall back to plain GetImage.
+    const bool attached = !std::unique_ptr<xcb_generic_error_t, FreeDeleter>(xcb_request_check(
+        m_connection, xcb_shm_attach_checked(m_connection, m_segment, std::uint32_t(m_shmId), 0)));
+    // Marked for removal now, so the segment goes away with the last detach even after a crash.
+    shmctl(m_shmId, IPC_RMID, nullptr);
+    if (!attached) {
+        shmdt(m_shmAddress);
+        m_shmAddress = nullptr;
+        m_shmSize = 0;
+        m_shmId = -1;
+        m_shmUsable = false;
+        return false;
+    }
+    return true;
+}
+
+void X11Capture::releaseSegment()
+{
+    if (!m_shmAddress)
+        return;
+    // The connection is Qt's; it may already be closed when the platform goes last.
+    if (xcb_connection_t* c = X11::connection(); c && c == m_connection) {
+        xcb_shm_detach(c, m_segment);
+        xcb_flush(c);
+    }
+    shmdt(m_shmAddress);
+    m_shmAddress = nullptr;
+    m_shmSize = 0;
+    m_shmId = -1;
+}

@@ -1,0 +1,42 @@
+// Reading the monitors' pixels from the X server: GetImage of the monitor's rectangle on the
+// root window, through a shared-memory segment when the server offers MIT-SHM.
+#pragma once
+
+#include "platform/ScreenCapture.h"
+
+#include <QRect>
+#include <cstddef>
+#include <cstdint>
+#include <xcb/xcb.h>
+
+class X11Capture final : public ScreenCapture {
+public:
+    X11Capture();
+    ~X11Capture() override;
+    X11Capture(const X11Capture&) = delete;
+    X11Capture& operator=(const X11Capture&) = delete;
+
+    bool canCaptureScreen() const override;
+    // X11 has no permission prompt: access is whatever the server allows now.
+    bool requestCaptureAccess() override;
+    QImage captureDisplay(quint32 displayId) override;
+
+    // A rectangle of the root window (device pixels) as an opaque RGB32 image, row 0 at the
+    // top; null when the server refuses or the pixel layout is not 32-bit true colour.
+    QImage captureRootRect(const QRect& rect);
+    // The monitor of the RandR output in root coordinates; empty when it has none.
+    static QRect monitorRect(quint32 output);
+    // Whether the shared-memory path is in use (false after it failed once).
+    bool usesSharedMemory() const { return m_shmUsable; }
+
+private:
+    bool ensureSegment(std::size_t bytes);
+    void releaseSegment();
+
+    bool m_shmUsable = false;
+    xcb_connection_t* m_connection = nullptr;
+    std::uint32_t m_segment = 0;
+    int m_shmId = -1;
+    void* m_shmAddress = nullptr;
+    std::size_t m_shmSize = 0;
+};

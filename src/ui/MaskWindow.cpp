@@ -1,0 +1,51 @@
+// The mask window's fixed setup.
+#include "MaskWindow.h"
+
+#include "SliceView.h"
+
+#include <QPainter>
+#include <QVBoxLayout>
+
+MaskWindow::MaskWindow(const QRect& geometry, const std::optional<QImage>& image,
+                       const QColor& fill)
+    : QWidget(nullptr,
+              // Bypassing the window manager is what lets the window cover the panel: a managed
+              // window is kept out of the panel's strut, and on X11 an override-redirect window
+              // is on every workspace, outside the taskbar, without frame or shadow.
+              Qt::Window | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint |
+                  Qt::WindowStaysOnTopHint | Qt::WindowTransparentForInput |
+                  Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+      m_fill(fill)
+{
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_X11DoNotAcceptFocus);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setFocusPolicy(Qt::NoFocus);
+    setGeometry(geometry);
+
+    if (image) {
+        setAttribute(Qt::WA_TranslucentBackground);
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+        m_view = new SliceView(*image, this);
+        layout->addWidget(m_view);
+    } else if (fill.alpha() < 255) {
+        setAttribute(Qt::WA_TranslucentBackground);
+    }
+}
+
+void MaskWindow::orderFrontRegardless()
+{
+    show();
+    raise();
+}
+
+void MaskWindow::paintEvent(QPaintEvent*)
+{
+    if (m_view)
+        return;
+    QPainter painter(this);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.fillRect(rect(), m_fill);
+}

@@ -1,0 +1,30 @@
+// The widget side of the overlay controller: one MaskWindow per tile, placed on the tile's
+// rectangle.
+#pragma once
+
+#include "core/OverlayController.h"
+
+#include <QList>
+#include <QRect>
+#include <memory>
+
+class MaskWindow;
+
+class MaskWindowPresenter final : public MaskPresenter {
+public:
+    MaskWindowPresenter();
+    ~MaskWindowPresenter() override;
+
+    void showMasks(const QList<MaskTile>& tiles, const RgbColor& fallbackColor) override;
+    void clearMasks() override;
+
+    // The windows shown now, in tile order.
+    QList<MaskWindow*> menuBarWindows() const;
+
+    // A rectangle in global bottom-left points as the screen's logical pixels (root
+    // coordinates), with edges rounded to whole pixels.
+    static QRect toScreenGeometry(const QRectF& bottomLeft, const QRect& primaryGeometry);
+
+private:
+    std::vector<std::unique_ptr<MaskWindow>> m_windows;
+};

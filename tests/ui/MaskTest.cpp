@@ -1,0 +1,139 @@
+// The mask windows and their pictures: unsmoothed pixels, window setup, placement and
+// teardown.
+#include "ui/MaskWindow.h"
+#include "ui/MaskWindowPresenter.h"
+#include "ui/SliceView.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Every pixel a different colour, so a shift or a blend shows.
+QImage patterned(int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGBA8888_Premultiplied);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x)
+            image.setPixelColor(x, y, QColor(x * 20 % 256, y * 40 % 256, (x * 7 + y * 13) % 256));
+    }
+    return image;
+}
+
+QImage rendered(QWidget& widget, qreal dpr)
+{
+    QImage out(widget.size() * dpr, QImage::Format_ARGB32_Premultiplied);
+    out.setDevicePixelRatio(dpr);
+    out.fill(Qt::transparent);
+    widget.render(&out);
+    return out;
+}
+
+void expectSamePixels(const QImage& actual, const QImage& expected)
+{
+    ASSERT_EQ(actual.size(), expected.size());
+    for (int y = 0; y < expected.height(); ++y) {
+        for (int x = 0; x < expected.width(); ++x)
+            ASSERT_EQ(actual.pixelColor(x, y), expected.pixelColor(x, y)) << x << "," << y;
+    }
+}
+
+} // namespace
+
+TEST(SliceView, drawsPixelForPixelOnDevicePixels)
+{
+    const QImage picture = patterned(12, 6);
+    SliceView view(picture);
+    view.resize(12, 6);
+    expectSamePixels(rendered(view, 1), picture);
+
+    // At two device pixels per point a picture of twice the view's size is copied one to one.
+    view.resize(6, 3);
+    expectSamePixels(rendered(view, 2), picture);
+}
+
+TEST(SliceView, stretchesAStripWithoutBlending)
+{
+    QImage strip(2, 4, QImage::Format_RGB32);
+    strip.setPixelColor(0, 0, Qt::red);
+    strip.setPixelColor(1, 0, Qt::blue);
+    QPainter(&strip).fillRect(0, 1, 2, 3, Qt::darkGreen);
+    SliceView view(strip);
+    view.resize(100, 8);
+    const QImage out = rendered(view, 1);
+    // Only the strip's own colours appear: no mix of red and blue at the middle.
+    for (int x = 0; x < 100; ++x) {
+        const QColor top = out.pixelColor(x, 0);
+        ASSERT_TRUE(top == QColor(Qt::red) || top == QColor(Qt::blue)) << x;
+        ASSERT_EQ(out.pixelColor(x, 7), QColor(Qt::darkGreen)) << x;
+    }
+    EXPECT_EQ(out.pixelColor(0, 1), QColor(Qt::red));
+    EXPECT_EQ(out.pixelColor(99, 1), QColor(Qt::blue));
+}
+
+TEST(MaskWindow, clickThroughOverrideRedirectWithoutFocus)
+{
+    MaskWindow window(QRect(10, 0, 300, 24), std::nullopt, Qt::black);
+    const Qt::WindowFlags flags = window.windowFlags();
+    for (const Qt::WindowType flag :
+         {Qt::FramelessWindowHint, Qt::X11BypassWindowManagerHint, Qt::WindowStaysOnTopHint,
+          Qt::WindowTransparentForInput, Qt::WindowDoesNotAcceptFocus})
+        EXPECT_TRUE(flags.testFlag(flag)) << flag;
+    EXPECT_TRUE(window.testAttribute(Qt::WA_ShowWithoutActivating));
+    EXPECT_EQ(window.geometry(), QRect(10, 0, 300, 24));
+}
+
+TEST(MaskWindow, pictureOrFallbackFill)
+{
+    // Opaque black without a picture.
+    MaskWindow black(QRect(0, 0, 40, 10), std::nullopt, QColor(0, 0, 0));
+    EXPECT_FALSE(black.testAttribute(Qt::WA_TranslucentBackground));
+    EXPECT_EQ(black.grab().toImage().pixelColor(20, 5), QColor(Qt::black));
+
+    // A translucent fill makes a window that is not opaque.
+    MaskWindow tinted(QRect(0, 0, 40, 10), std::nullopt, QColor(255, 0, 0, 128));
+    EXPECT_TRUE(tinted.testAttribute(Qt::WA_TranslucentBackground));
+
+    // A picture fills the whole window.
+    const QImage picture = patterned(40, 10);
+    MaskWindow pictured(QRect(0, 0, 40, 10), picture, Qt::black);
+    pictured.show();
+    ASSERT_NE(pictured.sliceView(), nullptr);
+    EXPECT_EQ(pictured.sliceView()->geometry(), QRect(0, 0, 40, 10));
+    expectSamePixels(rendered(pictured, 1), picture);
+}
+
+TEST(MaskWindowPresenter, onePlacedWindowPerTileAndTeardown)
+{
+    // The primary monitor at root (1920, 0), 1440 × 900; another one left of it, 1920 × 1080.
+    const QRect primary(1920, 0, 1440, 900);
+    EXPECT_EQ(MaskWindowPresenter::toScreenGeometry(QRectF(0, 876, 1440, 24), primary),
+              QRect(1920, 0, 1440, 24));
+    EXPECT_EQ(MaskWindowPresenter::toScreenGeometry(QRectF(-1820, 876, 1820, 24), primary),
+              QRect(100, 0, 1820, 24));
+    EXPECT_EQ(MaskWindowPresenter::toScreenGeometry(QRectF(-1920, -180 + 1056, 1920, 24), primary),
+              QRect(0, 0, 1920, 24));
+
+    MaskWindowPresenter presenter;
+    presenter.showMasks(
+        {{QRectF(0, 600, 200, 24), patterned(200, 24)}, {QRectF(200, 600, 100, 24), std::nullopt}},
+        {0, 0, 0, 1});
+    const QList<MaskWindow*> windows = presenter.menuBarWindows();
+    ASSERT_EQ(windows.size(), 2);
+    EXPECT_TRUE(windows[0]->isVisible());
+    EXPECT_NE(windows[0]->sliceView(), nullptr);
+    EXPECT_EQ(windows[1]->sliceView(), nullptr);
+    EXPECT_EQ(windows[1]->fill(), QColor(Qt::black));
+
+    presenter.clearMasks();
+    EXPECT_TRUE(presenter.menuBarWindows().isEmpty());
+    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,85 @@
+// The overlay controller's rebuild rules, with a presenter that records the windows.
+#include "FakeMaskPresenter.h"
+#include "FakePlatform.h"
+#include "OverlayController.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct OverlayFixture : ::testing::Test {
+    FakePlatform fake;
+    FakeMaskPresenter presenter;
+    OverlayController overlay{fake.platform().screens(), fake.platform().managerWatch()};
+    const QList<MaskTile> twoTiles{{QRectF(0, 876, 1440, 24), QImage(4, 4, QImage::Format_RGB32)},
+                                   {QRectF(1440, 876, 1920, 24), std::nullopt}};
+
+    OverlayFixture() { overlay.setPresenter(&presenter); }
+};
+
+} // namespace
+
+TEST_F(OverlayFixture, everyAssignmentTearsDownAndRebuilds)
+{
+    // Tiles while masks are off: the old windows go, none come.
+    overlay.setBarTiles(twoTiles);
+    EXPECT_EQ(presenter.teardowns, 1);
+    EXPECT_EQ(presenter.builds, 0);
+
+    overlay.setMenuBarHidden(true);
+    EXPECT_EQ(presenter.shown.size(), 2);
+    EXPECT_EQ(presenter.shown[1].rect, QRectF(1440, 876, 1920, 24));
+
+    // Equal values rebuild too, from nothing.
+    overlay.setMenuBarHidden(true);
+    overlay.setBarTiles(twoTiles);
+    EXPECT_EQ(presenter.teardowns, 4);
+    EXPECT_EQ(presenter.builds, 3);
+    EXPECT_EQ(presenter.shown.size(), 2);
+
+    // Hidden with no tiles: no window.
+    overlay.setBarTiles({});
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_EQ(presenter.builds, 3);
+
+    overlay.setBarTiles(twoTiles);
+    overlay.clearMenuBarWindows();
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    // The tiles are kept: the next switch brings the same masks back.
+    overlay.setMenuBarHidden(true);
+    EXPECT_EQ(presenter.shown.size(), 2);
+}
+
+TEST_F(OverlayFixture, fallbackColorReachesThePresenter)
+{
+    EXPECT_EQ(overlay.fallbackColor(), (RgbColor{0, 0, 0, 1}));
+    overlay.setFallbackColor({1, 0, 0, 0.5});
+    overlay.setBarTiles(twoTiles);
+    overlay.setMenuBarHidden(true);
+    EXPECT_EQ(presenter.fill, (RgbColor{1, 0, 0, 0.5}));
+}
+
+TEST_F(OverlayFixture, screenChangesCallBackOncePerNotification)
+{
+    fake.screens->announceChange(); // no callback installed: nothing happens
+    int calls = 0;
+    overlay.onScreenChange = [&] { ++calls; };
+    fake.screens->announceChange();
+    fake.screens->announceChange();
+    EXPECT_EQ(calls, 2);
+}
+
+TEST_F(OverlayFixture, aReplacedWindowManagerGetsFreshMasks)
+{
+    overlay.setMenuBarHidden(true);
+    overlay.setBarTiles(twoTiles);
+    const int builds = presenter.builds;
+    emit fake.platform().managerWatch().managerReplaced();
+    EXPECT_EQ(presenter.builds, builds + 1);
+    EXPECT_EQ(presenter.shown.size(), 2);
+
+    // With the masks off, a new window manager brings none.
+    overlay.setMenuBarHidden(false);
+    emit fake.platform().managerWatch().managerReplaced();
+    EXPECT_TRUE(presenter.shown.isEmpty());
+}
