@@ -343,6 +343,6 @@ image_follows_the_appearance
 tinted_strip_under_covered_panel
 qd_stop_desktop
 
-qd_start_desktop --no-xfdesktop
+qd_start_desktop --no-xfdesktop --monitors "$monitors"
 root_window_colour_and_restore
 qd_finish
