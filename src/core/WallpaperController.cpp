@@ -14,6 +14,7 @@
 #include <QImageWriter>
 #include <QJsonObject>
 #include <QPainter>
+#include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
@@ -138,6 +139,11 @@ void WallpaperController::apply()
             pictures.setDesktopPicture(screen, *target);
         return;
     }
+    // Asking for the appearance may mean a bus call and a child process: once per apply, not
+    // once per monitor.
+    if (mode == DesktopBackground::image)
+        m_darkForThisApply = m_platform.appearance().isDark();
+    const auto forget = qScopeGuard([this] { m_darkForThisApply.reset(); });
     for (const ScreenInfo& screen : screens) {
         if (!screen.displayId)
             continue;
@@ -148,7 +154,8 @@ void WallpaperController::apply()
 
 std::optional<QString> WallpaperController::pictureForAppearance() const
 {
-    if (m_platform.appearance().isDark())
+    const bool dark = m_darkForThisApply ? *m_darkForThisApply : m_platform.appearance().isDark();
+    if (dark)
         return darkURL ? darkURL : lightURL;
     return lightURL ? lightURL : darkURL;
 }
