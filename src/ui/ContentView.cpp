@@ -48,6 +48,15 @@ ScreenThumb* makeCell(const QRectF& region, const QString& caption, bool dashed,
     return cell;
 }
 
+// Runs `action` when the button is clicked, and also when an assistive tool toggles it: the
+// "Toggle" action of a checkable button flips its state without a click. The panel sets the
+// checked state of its choices with their signals blocked, so only such toggles arrive here.
+template <typename Action> void onChoose(QAbstractButton* button, QObject* context, Action action)
+{
+    QObject::connect(button, &QAbstractButton::clicked, context, action);
+    QObject::connect(button, &QAbstractButton::toggled, context, action);
+}
+
 QLabel* groupLabel(const QString& text, QWidget* parent)
 {
     auto* label = new QLabel(text, parent);
@@ -97,7 +106,8 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     outer->addWidget(m_panel, 0, Qt::AlignLeft | Qt::AlignTop);
 
     m_panelLayout->addWidget(buildResolutionCard());
-    m_panelLayout->addWidget(buildWindowCard());
+    m_windowCard = buildWindowCard();
+    m_panelLayout->addWidget(m_windowCard);
 
     m_bannerBox = new QWidget(m_panel);
     m_bannerLayout = new QVBoxLayout(m_bannerBox);
@@ -165,8 +175,8 @@ QWidget* ContentView::buildResolutionCard()
     connect(restore, &QPushButton::clicked, this, [this] { m_model.restoreSelectedDisplay(); });
     m_restore = restore;
 
-    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"), true,
-                           false, restore, content);
+    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"),
+                           true, false, restore, content);
 }
 
 void ContentView::refreshDisplays()
@@ -197,7 +207,7 @@ void ContentView::refreshTiles()
         QList<QWidget*> tiles;
         for (const DisplayMode& mode : modes) {
             auto* tile = new ResolutionTile(mode, false, scale);
-            connect(tile, &ResolutionTile::clicked, this, [this, mode] { m_model.apply(mode); });
+            onChoose(tile, this, [this, mode] { m_model.apply(mode); });
             tiles.append(tile);
         }
         m_strip->setTiles(tiles);
@@ -205,6 +215,7 @@ void ContentView::refreshTiles()
     // The current mode is marked in place, so a tile keeps the keyboard focus it was chosen with.
     for (QWidget* widget : m_strip->tiles()) {
         auto* tile = static_cast<ResolutionTile*>(widget);
+        const QSignalBlocker block(tile);
         tile->setCurrent(tile->mode().width == m_model.currentWidth() &&
                          tile->mode().height == m_model.currentHeight());
     }
@@ -219,8 +230,8 @@ QWidget* ContentView::buildWindowCard()
     stack->setContentsMargins(0, 0, 0, 0);
     stack->setSpacing(12);
 
-    auto* windowBanner =
-        new PermissionBanner(QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    auto* windowBanner = new PermissionBanner(
+        QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
     connect(windowBanner, &PermissionBanner::grantRequested, this,
             [this] { m_model.requestAccessibility(); });
     m_windowBanner = windowBanner;
@@ -302,8 +313,8 @@ QWidget* ContentView::buildWindowCard()
     UiStyle::makeSecondaryCaption(caption);
     stack->addWidget(caption);
 
-    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false, nullptr,
-                           content);
+    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false,
+                           nullptr, content);
 }
 
 void ContentView::refreshWindowList()
@@ -392,7 +403,8 @@ void ContentView::refreshBanners()
     const QList<MenuBarBanner> wanted = ContentRules::menuBarBanners(
         m_model.menuBarCover(), m_model.canCloneBar(), m_model.canNameItems());
     if (m_banners.isEmpty()) {
-        auto* capture = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
+        auto* capture =
+            new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
         connect(capture, &PermissionBanner::grantRequested, this,
                 [this] { m_model.requestScreenCapture(); });
         auto* names = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::itemNames));
@@ -448,9 +460,10 @@ QWidget* ContentView::buildDesktopCard()
 
     const auto addThumb = [this](QHBoxLayout* row, const QString& group, const QString& label,
                                  std::function<void()> action) {
-        auto* thumb = new PickThumb(label, false, new MiniScreen(MiniScreen::Background::wallpaper(),
-                                                                 MiniScreen::Bar::items, false));
-        connect(thumb, &PickThumb::clicked, this, std::move(action));
+        auto* thumb = new PickThumb(
+            label, false,
+            new MiniScreen(MiniScreen::Background::wallpaper(), MiniScreen::Bar::items, false));
+        onChoose(thumb, this, std::move(action));
         row->addWidget(thumb);
         m_thumbs.insert(groupKey(group, label), thumb);
     };
@@ -470,8 +483,8 @@ QWidget* ContentView::buildDesktopCard()
         m_model.setBackground(DesktopBackground::image);
         m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
     });
-    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"), false,
-                           false, nullptr, content);
+    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"),
+                           false, false, nullptr, content);
 }
 
 void ContentView::refreshDesktop()
@@ -479,7 +492,10 @@ void ContentView::refreshDesktop()
     const auto show = [this](const QString& group, const QString& label, bool selected,
                              const MiniScreen::Background& background, bool icons) {
         PickThumb* thumb = m_thumbs.value(groupKey(group, label));
-        thumb->setSelected(selected);
+        {
+            const QSignalBlocker block(thumb);
+            thumb->setSelected(selected);
+        }
         auto* preview = static_cast<MiniScreen*>(thumb->preview());
         preview->setBackground(background);
         preview->setIcons(icons);
@@ -519,9 +535,9 @@ QWidget* ContentView::buildMenuBarCard()
         const MiniScreen::Bar bar = cover == MenuBarCover::keep     ? MiniScreen::Bar::items
                                     : cover == MenuBarCover::entire ? MiniScreen::Bar::empty
                                                                     : MiniScreen::Bar::gap;
-        auto* thumb = new PickThumb(title(cover), false,
-                                    new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
-        connect(thumb, &PickThumb::clicked, this, [this, cover, thumb] {
+        auto* thumb = new PickThumb(
+            title(cover), false, new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
+        onChoose(thumb, this, [this, cover, thumb] {
             m_model.setMenuBarCover(cover);
             if (cover == MenuBarCover::items)
                 m_itemsPopover->open(thumb);
@@ -529,15 +545,17 @@ QWidget* ContentView::buildMenuBarCard()
         m_coverRow->addWidget(thumb);
         m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
     }
-    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false, false,
-                           nullptr, content);
+    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false,
+                           false, nullptr, content);
 }
 
 void ContentView::refreshCover()
 {
-    for (MenuBarCover cover : allMenuBarCovers)
-        m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)))
-            ->setSelected(m_model.menuBarCover() == cover);
+    for (MenuBarCover cover : allMenuBarCovers) {
+        PickThumb* thumb = m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)));
+        const QSignalBlocker block(thumb);
+        thumb->setSelected(m_model.menuBarCover() == cover);
+    }
 }
 
 void ContentView::refreshItems()
@@ -556,7 +574,8 @@ void ContentView::refreshItems()
             toggle->setAccessibleName(item.label);
             toggle->setObjectName(item.label);
             const quint32 id = item.id;
-            connect(toggle, &QCheckBox::clicked, this, [this, id] { m_model.toggleItem(id); });
+            // Clicks and assistive tools' toggles both come as `toggled`.
+            connect(toggle, &QCheckBox::toggled, this, [this, id] { m_model.toggleItem(id); });
             m_itemsLayout->addWidget(toggle);
             m_itemToggles.append(toggle);
         }
@@ -715,9 +734,12 @@ void ContentView::onPublished(AppModel::Field field)
 void ContentView::updatePanelWidth()
 {
     // The panel is as wide as the natural width of the Desktop and Menu Bar row; the cards above
-    // stretch to it.
-    const int natural = m_bottomRow->sizeHint().width();
-    if (natural > 1)
-        m_panelWidth = natural;
+    // stretch to it. The window card also reports the least width its columns need: with the
+    // wider fonts common on Linux desktops the size captions would otherwise be squeezed, so the
+    // larger of the two wins.
+    const int reported =
+        std::max(m_bottomRow->sizeHint().width(), m_windowCard->minimumSizeHint().width());
+    if (reported > 1)
+        m_panelWidth = reported;
     m_panel->setFixedWidth(int(m_panelWidth));
 }

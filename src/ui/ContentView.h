@@ -91,6 +91,7 @@ private:
     QWidget* m_panel = nullptr;
     QVBoxLayout* m_panelLayout = nullptr;
     QWidget* m_bottomRow = nullptr;
+    QWidget* m_windowCard = nullptr;
 
     QWidget* m_displayRow = nullptr;
     QComboBox* m_displayPicker = nullptr;

@@ -1,10 +1,14 @@
 // Anchored popup panels of the main window.
 #include "Popover.h"
 
+#include <QEvent>
+#include <QKeyEvent>
 #include <QScreen>
 
-Popover::Popover(const QString& name, QWidget* parent) : QFrame(parent, Qt::Popup)
+Popover::Popover(const QString& name, QWidget* parent)
+    : QFrame(parent, Qt::Tool | Qt::FramelessWindowHint)
 {
+    setWindowTitle(name);
     setAccessibleName(name);
     setObjectName(name);
     setFrameShape(QFrame::StyledPanel);
@@ -41,6 +45,7 @@ void Popover::open(QWidget* anchor)
 void Popover::showEvent(QShowEvent* event)
 {
     QFrame::showEvent(event);
+    m_wasActive = false;
     emit opened();
 }
 
@@ -48,4 +53,25 @@ void Popover::hideEvent(QHideEvent* event)
 {
     QFrame::hideEvent(event);
     emit closed();
+}
+
+void Popover::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        hide();
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
+void Popover::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() != QEvent::ActivationChange)
+        return;
+    // A click anywhere else takes the focus away: the panel goes, as popovers do.
+    if (isActiveWindow())
+        m_wasActive = true;
+    else if (m_wasActive && isVisible())
+        hide();
 }

@@ -1,5 +1,6 @@
-// A small transient panel anchored below a control; it closes when the user clicks outside it
-// or presses Escape, as popups on the Linux desktop do.
+// A small transient panel anchored below a control. It closes when it loses the focus (the
+// user clicked elsewhere) or on Escape. It is a frameless tool window rather than a popup
+// menu, so assistive tools see it and its controls like those of any other window.
 #pragma once
 
 #include <QFrame>
@@ -22,7 +23,10 @@ signals:
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     QPointer<QWidget> m_anchor;
+    bool m_wasActive = false;
 };

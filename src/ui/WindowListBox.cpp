@@ -3,8 +3,8 @@
 
 #include "ContentRules.h"
 #include "UiStyle.h"
-#include "components/Look.h"
 #include "WindowRow.h"
+#include "components/Look.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -64,13 +64,17 @@ void WindowListBox::setWindows(const QList<ManagedWindow>& windows,
             auto* row = new WindowRow(windows[i].menuLabel(), m_content);
             const QUuid id = windows[i].id;
             connect(row, &WindowRow::clicked, this, [this, id] { emit picked(id); });
+            // An assistive tool's "Toggle" flips the row's state without a click.
+            connect(row, &WindowRow::toggled, this, [this, id] { emit picked(id); });
             m_stack->insertWidget(int(i), row);
             m_rows.append(row);
         }
         m_empty->setVisible(windows.isEmpty());
     }
-    for (qsizetype i = 0; i < m_rows.size(); ++i)
+    for (qsizetype i = 0; i < m_rows.size(); ++i) {
+        const QSignalBlocker block(m_rows[i]);
         m_rows[i]->setSelected(selected && m_windows[i].id == *selected);
+    }
 }
 
 void WindowListBox::paintEvent(QPaintEvent* event)

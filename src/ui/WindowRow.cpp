@@ -15,6 +15,7 @@ constexpr int kPadY = 4;
 WindowRow::WindowRow(const QString& label, QWidget* parent) : QAbstractButton(parent)
 {
     setText(label);
+    setCheckable(true);
     setAccessibleName(label);
     setToolTip(label);
     setFont(Look::caption());
@@ -25,7 +26,6 @@ WindowRow::WindowRow(const QString& label, QWidget* parent) : QAbstractButton(pa
 void WindowRow::setSelected(bool selected)
 {
     m_selected = selected;
-    setCheckable(true);
     setChecked(selected);
     update();
 }

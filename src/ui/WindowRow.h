@@ -19,6 +19,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    // The selection follows the model, never a click by itself.
+    void nextCheckState() override {}
 
 private:
     bool m_selected = false;
