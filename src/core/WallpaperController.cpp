@@ -3,6 +3,7 @@
 #include "WallpaperController.h"
 
 #include "DefaultsStore.h"
+#include "platform/PictureFile.h"
 #include "platform/Platform.h"
 
 #include <QBuffer>
@@ -326,13 +327,13 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     switch (mode) {
     case DesktopBackground::keep:
         if (const auto found = originals.constFind(id); found != originals.constEnd())
-            base.load(*found);
+            base = PictureFile::read(*found);
         break;
     case DesktopBackground::color:
         break;
     case DesktopBackground::image:
         if (const auto picture = pictureForAppearance())
-            base.load(*picture);
+            base = PictureFile::read(*picture);
         break;
     }
 

@@ -4,10 +4,20 @@
 #include <QList>
 #include <QRectF>
 #include <QString>
+#include <limits>
 #include <optional>
 
+// Window levels as the window list reports them.
+namespace WindowLayer {
+constexpr int normal = 0;
+constexpr int panel = 24;
+constexpr int trayIcon = 25;
+// Below every other level.
+constexpr int desktop = std::numeric_limits<int>::min() + 21;
+} // namespace WindowLayer
+
 struct WindowListEntry {
-    // Window level: panels 24, tray icons 25, ordinary windows 0.
+    // One of WindowLayer.
     int layer = 0;
     quint32 number = 0;
     // Global top-left coordinates (origin at the primary monitor's top-left, y down).

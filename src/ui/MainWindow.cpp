@@ -2,12 +2,12 @@
 #include "MainWindow.h"
 
 #include "AppIcon.h"
+#include "ContentView.h"
 #include "PreferencesView.h"
 #include "UpdaterController.h"
 #include "core/AppModel.h"
 
 #include <QApplication>
-#include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QVBoxLayout>
@@ -22,11 +22,12 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Quillet"));
     setWindowIcon(appIcon());
-    auto* placeholder = new QLabel(QStringLiteral("Quillet"), this);
-    placeholder->setAlignment(Qt::AlignCenter);
-    placeholder->setMinimumSize(632, 400);
-    setCentralWidget(placeholder);
+    m_content = new ContentView(model, this);
+    setCentralWidget(m_content);
     buildMenu();
+    // A fixed panel: the window is exactly as large as its content and follows it when banners
+    // come and go.
+    layout()->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 void MainWindow::buildMenu()
@@ -39,14 +40,17 @@ void MainWindow::buildMenu()
                                           "everything back afterwards.")
                                .arg(QStringLiteral(QUILLET_VERSION)));
     });
-    QAction* updates = m_appMenu->addAction(QStringLiteral("Check for Updates\u2026"), this,
-                                            [this] { UpdaterController::shared().checkForUpdates(this); });
+    QAction* updates =
+        m_appMenu->addAction(QStringLiteral("Check for Updates\u2026"), this,
+                             [this] { UpdaterController::shared().checkForUpdates(this); });
     updates->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
     m_appMenu->addSeparator();
-    QAction* settings = m_appMenu->addAction(QStringLiteral("Settings\u2026"), this, &MainWindow::openSettings);
+    QAction* settings =
+        m_appMenu->addAction(QStringLiteral("Settings\u2026"), this, &MainWindow::openSettings);
     settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     m_appMenu->addSeparator();
-    QAction* quit = m_appMenu->addAction(QStringLiteral("Quit Quillet"), qApp, &QCoreApplication::quit);
+    QAction* quit =
+        m_appMenu->addAction(QStringLiteral("Quit Quillet"), qApp, &QCoreApplication::quit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setShortcutContext(Qt::ApplicationShortcut);
 }

@@ -5,6 +5,7 @@
 #include <QPointer>
 
 class AppModel;
+class ContentView;
 class Preferences;
 class QMenu;
 
@@ -19,6 +20,7 @@ public:
     QWidget* settingsWindow();
     void openSettings();
     QMenu* applicationMenu() const { return m_appMenu; }
+    ContentView* content() const { return m_content; }
 
 signals:
     // Emitted when the native window exists or is recreated, so its desktop hints can be set.
@@ -33,5 +35,6 @@ private:
     AppModel& m_model;
     Preferences& m_preferences;
     QMenu* m_appMenu = nullptr;
+    ContentView* m_content = nullptr;
     QPointer<QWidget> m_settings;
 };

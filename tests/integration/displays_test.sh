@@ -14,11 +14,12 @@ driver=${2:?usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 qd_init displays
 
 # --- the driver: commands appended to a file, answers tagged in its log --------------------
-drv_start() { # NAME
+drv_start() { # NAME [NAME=VALUE...]
   drv_cmds=$QD_TMP/$1.cmds
   drv_log=$QD_TMP/$1.log
+  shift
   : >"$drv_cmds"
-  qd_launch drv_pid "$drv_log" env QT_QPA_PLATFORM=xcb "$driver" "$drv_cmds"
+  qd_launch drv_pid "$drv_log" env QT_QPA_PLATFORM=xcb "$@" "$driver" "$drv_cmds"
   qd_wait_for 15 "the displays driver" grep -qx ready "$drv_log"
 }
 # Runs COMMAND in the driver and prints its answer lines without the tag. The tag is the
@@ -67,11 +68,13 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   start_left=$(geometry DUMMY0)
   start_right=$(geometry DUMMY1)
   start_screen=$(screen_size)
+  start_settings=$(xfconf-query -c displays -lv 2>&1)
   qd_log "start: DUMMY0 $start_left ($left), DUMMY1 $start_right ($right), screen $start_screen"
 
   # The right monitor names itself in its EDID; the left one has none and goes by its output.
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "Studio 27"
   drv_start two
+  two_pid=$drv_pid
   qd_check_eq "displays: both outputs by XID, the primary one main, EDID name else output" \
     "display $left main=1 name=DUMMY0;display $right main=0 name=Studio 27;selected $left;" \
     "$(drv displays | tr '\n' ';')"
@@ -89,6 +92,37 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "modes: largest first, one per size" "mode 3840x2160" "$(echo "$modes" | head -n 1 | cut -d' ' -f1,2)"
   qd_check_eq "modes: no size twice" "" "$(echo "$modes" | cut -d' ' -f2 | sort | uniq -d)"
   qd_check "modes: 1280x720 offered" grep -q '^mode 1280x720 ' <<<"$modes"
+
+  qd_section "two monitors: a monitor switched off and on again"
+  changes=$(drv changes)
+  xrandr --output DUMMY1 --off
+  for _ in $(seq 50); do
+    [ "$(drv screens | wc -l)" = 1 ] && break
+    sleep 0.1
+  done
+  qd_check_eq "the screen list follows at once" "screen $left" "$(drv screens | cut -d' ' -f1,2 | tr '\n' ';' | sed 's/;$//')"
+  qd_check "the removal was reported" [ "$(drv changes)" != "$changes" ]
+  xrandr --output DUMMY1 --mode 1920x1080 --pos 1920x0
+  for _ in $(seq 50); do
+    [ "$(drv screens | wc -l)" = 2 ] && break
+    sleep 0.1
+  done
+  qd_check_eq "the monitor is back" "$start_right" "$(geometry DUMMY1)"
+  qd_check_eq "both screens listed again" 2 "$(drv screens | wc -l)"
+  # The model's display list is read once, at start-up.
+  qd_check_eq "the display list is kept" 2 "$(drv displays | grep -c '^display ')"
+
+  qd_section "two monitors at device pixel ratio 2: frames in Qt's logical coordinates"
+  drv_start scaled QT_SCALE_FACTOR=2
+  qd_check_eq "frames where Qt places windows, the strut halved" \
+    "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
+    "$(drv screens | cut -d' ' -f1-6 | tr '\n' ';')"
+  qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
+    "$(drv qtscreens | tr '\n' ';')"
+  drv_quit
+  drv_cmds=$QD_TMP/two.cmds
+  drv_log=$QD_TMP/two.log
+  drv_pid=$two_pid
 
   qd_section "two monitors: switching one keeps the other in place"
   drv apply 1280x720 >/dev/null
@@ -131,6 +165,8 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "quitting restores the left monitor" "$start_left" "$(geometry DUMMY0)"
   qd_check_eq "quitting restores the right monitor" "$start_right" "$(geometry DUMMY1)"
   qd_check_eq "quitting restores the screen size" "$start_screen" "$(screen_size)"
+  qd_check_eq "nothing was written to the desktop's display settings" "$start_settings" \
+    "$(xfconf-query -c displays -lv 2>&1)"
 
   qd_section "the program puts the start-up modes back when it quits"
   qd_launch quillet_pid "$QD_TMP/quillet.log" env QT_QPA_PLATFORM=xcb "$quillet"

@@ -1,5 +1,6 @@
 // The preview components: their geometry rules, what they draw, and how they take clicks, drops
 // and the pointer.
+#include "ui/components/ColorPickerPopover.h"
 #include "ui/components/Look.h"
 #include "ui/components/MiniScreen.h"
 #include "ui/components/PermissionBanner.h"
@@ -15,6 +16,7 @@
 #include <QEnterEvent>
 #include <QFileDialog>
 #include <QGridLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QMimeData>
 #include <QPainter>
@@ -175,6 +177,9 @@ TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
     ScreenThumb hide(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"), 46, 30,
                      3);
     EXPECT_EQ(hide.accessibleName(), QStringLiteral("Hide"));
+    ScreenThumb uncaptioned(QRectF(0, 0, 0.5, 1), std::nullopt, false, std::nullopt, 46, 30, 3);
+    uncaptioned.setToolTip(QStringLiteral("Left half"));
+    EXPECT_EQ(uncaptioned.accessibleName(), QStringLiteral("Left half"));
     // The caption is never cut off.
     ScreenThumb wide(QRectF(0, 0, 1, 1), QStringLiteral("A much longer caption"), false,
                      std::nullopt, 46, 30, 3);
@@ -214,6 +219,26 @@ TEST(MiniScreen, barsIconsAndBackgrounds)
     missing.resize(58, 38);
     const QImage placeholder = missing.grab().toImage();
     EXPECT_NE(placeholder.pixelColor(2, 2), placeholder.pixelColor(29, 19));
+}
+
+TEST(MiniScreen, picturesReadSmallAndAgainWhenReplaced)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("big.png"));
+    QImage big(2000, 1000, QImage::Format_RGB32);
+    big.fill(Qt::red);
+    ASSERT_TRUE(big.save(file));
+    const QImage first = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(first.size(), QSize(512, 256));
+    EXPECT_EQ(first.pixelColor(10, 10), QColor(Qt::red));
+
+    QImage replaced(1000, 1000, QImage::Format_RGB32);
+    replaced.fill(Qt::blue);
+    ASSERT_TRUE(replaced.save(file));
+    const QImage second = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(second.size(), QSize(512, 512));
+    EXPECT_EQ(second.pixelColor(10, 10), QColor(Qt::blue));
+    EXPECT_TRUE(MiniScreen::readThumbnail(dir.filePath(QStringLiteral("none.png"))).isNull());
 }
 
 TEST(PickThumb, frameFollowsSelectionAndClicksCallBack)
@@ -333,6 +358,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     hover(wellArea.center());
     EXPECT_TRUE(well.clearButton()->isVisible());
     EXPECT_EQ(well.clearButton()->toolTip(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.clearButton()->accessibleName(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.accessibleName(), QStringLiteral("Dark"));
     EXPECT_EQ(well.clearButton()->geometry(), QRect(int(wellArea.right()) - 2 - 13, 2, 13, 13));
     // The picture fills the well.
     EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
@@ -345,6 +372,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     EXPECT_EQ(picks.count(), 0) << "clearing does not open the chooser";
     leave();
     EXPECT_FALSE(well.clearButton()->isVisible());
+    QTest::keyClick(&well, Qt::Key_Delete);
+    EXPECT_EQ(clears.count(), 2) << "the keyboard clears a well holding a picture";
 
     // An unreadable file keeps the button (there is a picture setting) but shows the placeholder.
     well.setPath(dir.filePath(QStringLiteral("gone.png")));
@@ -440,7 +469,8 @@ TEST(ContactSheet, rendersEveryComponent)
     auto* wells = new QHBoxLayout;
     wells->setSpacing(14);
     wells->addWidget(new WallpaperWell(QStringLiteral("Light"), std::nullopt));
-    wells->addWidget(new WallpaperWell(QStringLiteral("Dark"), sheetPicture()));
+    auto* hovered = new WallpaperWell(QStringLiteral("Dark"), sheetPicture());
+    wells->addWidget(hovered);
     grid->addLayout(wells, row, column, 1, 2);
     ++row;
     auto* tiles = new QHBoxLayout;
@@ -458,11 +488,54 @@ TEST(ContactSheet, rendersEveryComponent)
                                     new QPushButton(QStringLiteral("Restore Original")),
                                     new QLabel(QStringLiteral("Card content"))),
                     row++, 0, 1, 6);
+    // The symbols, drawn by us and from an installed icon theme.
+    auto* symbols = new QHBoxLayout;
+    const QString themeBefore = QIcon::themeName();
+    // The offscreen platform knows no icon folders; the desktop's platform theme adds these.
+    const QStringList searchBefore = QIcon::themeSearchPaths();
+    QIcon::setThemeSearchPaths(searchBefore + QStringList{QStringLiteral("/usr/share/icons")});
+    for (const QString& theme : {QString(), QStringLiteral("Adwaita")}) {
+        QIcon::setThemeName(theme);
+        for (const char* name :
+             {"photo", "lock.shield", "rectangle.on.rectangle", "macwindow",
+              "menubar.dock.rectangle", "menubar.rectangle", "eye.slash", "arrow.clockwise"}) {
+            auto* label = new QLabel;
+            label->setPixmap(
+                Look::symbol(QString::fromLatin1(name), 16, QColor(0x3d, 0x8e, 0xe0), 1));
+            symbols->addWidget(label);
+        }
+        symbols->addSpacing(16);
+    }
+    QIcon::setThemeName(themeBefore);
+    QIcon::setThemeSearchPaths(searchBefore);
+    grid->addLayout(symbols, row++, 0, 1, 6);
+    RgbColor pickerColor{0.23, 0.51, 0.96, 1.0};
+    auto* picker = new ColorPickerPopover(
+        {[&] { return pickerColor; }, [&](const RgbColor& color) { pickerColor = color; }});
+    grid->addWidget(picker, 0, 8, row, 1, Qt::AlignTop);
     sheet.resize(sheet.sizeHint());
     sheet.show();
+    // The dark well as it looks under the pointer, with its clear button.
+    const QPointF over = WallpaperWell::wellRect(hovered->width()).center();
+    QEnterEvent enter(over, hovered->mapToGlobal(over), hovered->mapToGlobal(over));
+    QApplication::sendEvent(hovered, &enter);
     const QImage image = sheet.grab().toImage();
     EXPECT_TRUE(
         image.save(QDir::current().filePath(QStringLiteral("components-contact-sheet.png"))));
+
+    // The same sheet on a dark theme: every colour comes from the palette's roles.
+    QPalette dark;
+    dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
+    dark.setColor(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    dark.setColor(QPalette::Text, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Button, QColor(0x36, 0x36, 0x36));
+    dark.setColor(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
+    dark.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xe0));
+    dark.setColor(QPalette::PlaceholderText, QColor(0xee, 0xee, 0xee, 0x80));
+    sheet.setPalette(dark);
+    EXPECT_TRUE(sheet.grab().toImage().save(
+        QDir::current().filePath(QStringLiteral("components-contact-sheet-dark.png"))));
 }
 
 int main(int argc, char** argv)

@@ -1,9 +1,14 @@
 // Desktop pictures: the record of the user's own pictures, which files count as ours, the
 // solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
+#include "AppModel.h"
 #include "DefaultsStore.h"
 #include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
 #include "TestDirs.h"
 #include "WallpaperController.h"
+#include "platform/AppearanceRule.h"
+#include "platform/x11/XSettings.h"
 
 #include <QDir>
 #include <QFile>
@@ -507,4 +512,127 @@ TEST(WallpaperTint, averageTopRowsAndAlpha)
     // More rows than the picture has: all of them.
     EXPECT_NEAR(WallpaperController::averageTop(image, 24.0)->blue, 0.8, 1e-9);
     EXPECT_EQ(WallpaperController::averageTop(QImage(), 0.1), std::nullopt);
+}
+
+TEST(Appearance, sourcesInOrderOfAuthority)
+{
+    using AppearanceRule::isDark;
+    EXPECT_FALSE(isDark({}));
+    // A definite portal answer wins over everything after it.
+    EXPECT_TRUE(isDark({1u, QStringLiteral("Adwaita"), QStringLiteral("default")}));
+    EXPECT_FALSE(isDark({2u, QStringLiteral("Adwaita-dark"), QStringLiteral("prefer-dark")}));
+    // "No preference" (what the portal says on Xfce) falls through to the theme name.
+    EXPECT_TRUE(isDark({0u, QStringLiteral("Greybird-Dark"), std::nullopt}));
+    EXPECT_TRUE(isDark({std::nullopt, QStringLiteral("adwaita-DARK"), std::nullopt}));
+    // A light theme name leaves the decision to GNOME's setting.
+    EXPECT_TRUE(isDark({0u, QStringLiteral("Adwaita"), QStringLiteral("prefer-dark")}));
+    EXPECT_FALSE(isDark({0u, QStringLiteral("Adwaita"), QStringLiteral("prefer-light")}));
+    EXPECT_FALSE(isDark({std::nullopt, std::nullopt, QStringLiteral("default")}));
+}
+
+namespace {
+
+// Builds an XSETTINGS blob in the given byte order.
+class BlobWriter {
+public:
+    explicit BlobWriter(bool big) : m_big(big) {}
+    void u8(quint8 v) { m_data.append(char(v)); }
+    void u16(quint16 v) { number(v, 2); }
+    void u32(quint32 v) { number(v, 4); }
+    void padded(const QByteArray& bytes)
+    {
+        m_data.append(bytes);
+        while (m_data.size() % 4)
+            m_data.append('\0');
+    }
+    void header(quint32 count)
+    {
+        u8(m_big ? 1 : 0);
+        padded({});
+        u32(7);
+        u32(count);
+    }
+    void name(quint8 type, const QByteArray& n)
+    {
+        u8(type);
+        u8(0);
+        u16(quint16(n.size()));
+        padded(n);
+        u32(1);
+    }
+    void string(const QByteArray& n, const QByteArray& value)
+    {
+        name(1, n);
+        u32(quint32(value.size()));
+        padded(value);
+    }
+    QByteArray data() const { return m_data; }
+
+private:
+    void number(quint32 v, int size)
+    {
+        for (int i = 0; i < size; ++i) {
+            const int shift = 8 * (m_big ? size - 1 - i : i);
+            m_data.append(char((v >> shift) & 0xff));
+        }
+    }
+    bool m_big;
+    QByteArray m_data;
+};
+
+QByteArray settingsBlob(bool big)
+{
+    BlobWriter w(big);
+    w.header(4);
+    w.name(0, "Net/DoubleClickTime");
+    w.u32(400);
+    w.name(2, "Gtk/Color");
+    w.u32(0x11112222);
+    w.u32(0x33334444);
+    w.string("Gtk/FontName", "Sans 10");
+    w.string("Net/ThemeName", "Adwaita-dark");
+    return w.data();
+}
+
+} // namespace
+
+TEST(Appearance, readsTheThemeNameFromXSettings)
+{
+    for (bool big : {false, true}) {
+        const QByteArray blob = settingsBlob(big);
+        EXPECT_EQ(XSettings::stringSetting(blob, "Net/ThemeName"), QStringLiteral("Adwaita-dark"));
+        EXPECT_EQ(XSettings::stringSetting(blob, "Gtk/FontName"), QStringLiteral("Sans 10"));
+        // An integer setting is not a string; a missing one is nothing.
+        EXPECT_EQ(XSettings::stringSetting(blob, "Net/DoubleClickTime"), std::nullopt);
+        EXPECT_EQ(XSettings::stringSetting(blob, "Net/IconThemeName"), std::nullopt);
+        // Cut anywhere inside the last setting, the blob gives nothing rather than garbage.
+        for (qsizetype cut = blob.size() - 1; cut > blob.size() - 20; --cut)
+            EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
+    }
+    EXPECT_EQ(XSettings::stringSetting(QByteArray(), "Net/ThemeName"), std::nullopt);
+}
+
+TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
+{
+    FakeScheduler scheduler;
+    Preferences preferences(*store, *fake.loginItems, nullptr);
+    AppModel model({fake, *store, scheduler, {dirs.resourceDir()}, &preferences});
+    model.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
+    model.setBackground(DesktopBackground::color);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-1.png"));
+
+    // Switching off puts the user's picture back and forgets the record; on again re-renders.
+    model.setEnabled(false);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    EXPECT_TRUE(storedRecord().isUndefined());
+    model.setEnabled(true);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-2.png"));
+
+    // Covering the panel shows the tinted picture; uncovering the plain one again.
+    model.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_TRUE(model.wallpaper().barTintActive);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/tinted-1-1.jpg"));
+    model.setMenuBarCover(MenuBarCover::keep);
+    EXPECT_FALSE(model.wallpaper().barTintActive);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-3.png"));
 }

@@ -6,10 +6,12 @@
 #include "X11Capture.h"
 #include "X11Connection.h"
 #include "X11DisplayModes.h"
+#include "X11ItemNames.h"
 #include "X11ManagerWatch.h"
 #include "X11Probes.h"
 #include "X11Screens.h"
 #include "X11WindowControl.h"
+#include "X11WindowList.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
 #include "platform/Platform.h"
@@ -38,6 +40,8 @@ std::unique_ptr<Platform> createPlatform()
         parts.capture = std::make_unique<X11Capture>();
         parts.managerWatch = std::make_unique<X11ManagerWatch>();
         parts.windowControl = std::make_unique<X11WindowControl>();
+        parts.windowList = std::make_unique<X11WindowList>();
+        parts.itemNames = std::make_unique<X11ItemNames>();
         parts.processes = std::make_unique<QtProcessRunner>();
         parts.appearance = std::make_unique<X11Appearance>();
         // xfdesktop draws its own desktop window over the root: its settings are the pictures.

@@ -4,6 +4,7 @@
 #include "RootWindowDesktopPictures.h"
 
 #include "X11Connection.h"
+#include "platform/PictureFile.h"
 
 #include <QPainter>
 #include <QSysInfo>
@@ -132,7 +133,7 @@ void drawZoomed(QImage& canvas, const QRect& area, const QImage& picture)
 
 bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
 {
-    QImage picture(path);
+    const QImage picture = PictureFile::read(path);
     if (picture.isNull())
         return false;
     int screenNumber = 0;

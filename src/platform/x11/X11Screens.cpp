@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 #include "X11RandR.h"
+#include "X11Struts.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -26,36 +27,28 @@ struct RawScreen {
     bool primary = false;
 };
 
-// A strut reserved by a dock window: the edge of the root window it is attached to and the
-// rectangle it reserves, in root pixels.
-struct Strut {
-    enum class Edge { left, right, top, bottom };
-    Edge edge;
-    QRect rect;
-};
-
-QList<Strut> dockStruts(xcb_connection_t* c)
+QList<X11::Strut> dockStruts(xcb_connection_t* c)
 {
-    QList<Strut> struts;
+    QList<X11::Strut> struts;
     const xcb_window_t root = X11::rootWindow();
-    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-    if (!screen)
-        return struts;
-    const int rootW = screen->width_in_pixels;
-    const int rootH = screen->height_in_pixels;
-
     // Panels are top-level windows; a reparenting window manager may also list them, framed,
-    // in _NET_CLIENT_LIST, so both places are looked at.
+    // in _NET_CLIENT_LIST, so both places are looked at. The root's size is asked for as well:
+    // the one in the connection setup is stale after the first RandR change.
+    const xcb_get_geometry_cookie_t rootCookie = xcb_get_geometry(c, root);
+    const xcb_query_tree_cookie_t treeCookie = xcb_query_tree(c, root);
+    const xcb_get_property_cookie_t clientsCookie =
+        xcb_get_property(c, 0, root, X11::atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW, 0, 4096);
+    Reply<xcb_get_geometry_reply_t> rootGeometry(xcb_get_geometry_reply(c, rootCookie, nullptr));
+    const int rootW = rootGeometry ? rootGeometry->width : 0;
+    const int rootH = rootGeometry ? rootGeometry->height : 0;
     QList<xcb_window_t> candidates;
-    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, treeCookie, nullptr));
     if (tree) {
         const xcb_window_t* children = xcb_query_tree_children(tree.get());
         for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i)
             candidates.append(children[i]);
     }
-    Reply<xcb_get_property_reply_t> clients(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, root, X11::atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW, 0, 4096),
-        nullptr));
+    Reply<xcb_get_property_reply_t> clients(xcb_get_property_reply(c, clientsCookie, nullptr));
     if (clients && clients->format == 32) {
         const auto* ids = static_cast<const xcb_window_t*>(xcb_get_property_value(clients.get()));
         const int count = xcb_get_property_value_length(clients.get()) / 4;
@@ -97,63 +90,17 @@ QList<Strut> dockStruts(xcb_connection_t* c)
         if (std::find(types, types + typeCount, dockAtom) == types + typeCount)
             continue;
 
-        quint32 v[12] = {};
-        if (partial && partial->format == 32 &&
-            xcb_get_property_value_length(partial.get()) >= 48) {
-            std::copy_n(static_cast<const quint32*>(xcb_get_property_value(partial.get())), 12, v);
-        } else if (strut && strut->format == 32 &&
-                   xcb_get_property_value_length(strut.get()) >= 16) {
-            // The older form reserves the whole edge of the root window.
-            std::copy_n(static_cast<const quint32*>(xcb_get_property_value(strut.get())), 4, v);
-            v[4] = v[6] = v[8] = v[10] = 0;
-            v[5] = v[7] = quint32(rootH - 1);
-            v[9] = v[11] = quint32(rootW - 1);
-        } else {
-            continue;
+        QList<quint32> values;
+        for (const xcb_get_property_reply_t* r : {partial.get(), strut.get()}) {
+            if (!r || r->format != 32 || xcb_get_property_value_length(r) < 16)
+                continue;
+            const auto* data = static_cast<const quint32*>(xcb_get_property_value(r));
+            values = QList<quint32>(data, data + xcb_get_property_value_length(r) / 4);
+            break;
         }
-        const int left = int(v[0]), right = int(v[1]), top = int(v[2]), bottom = int(v[3]);
-        using Edge = Strut::Edge;
-        if (left > 0)
-            struts.append({Edge::left, QRect(QPoint(0, int(v[4])), QPoint(left - 1, int(v[5])))});
-        if (right > 0)
-            struts.append({Edge::right,
-                           QRect(QPoint(rootW - right, int(v[6])), QPoint(rootW - 1, int(v[7])))});
-        if (top > 0)
-            struts.append({Edge::top, QRect(QPoint(int(v[8]), 0), QPoint(int(v[9]), top - 1))});
-        if (bottom > 0)
-            struts.append({Edge::bottom, QRect(QPoint(int(v[10]), rootH - bottom),
-                                               QPoint(int(v[11]), rootH - 1))});
+        struts += X11::strutsFromProperty(values, QSize(rootW, rootH));
     }
     return struts;
-}
-
-// The monitor minus every strut that reaches into it, each cut from the edge it is attached to.
-QRect cutStruts(const QRect& monitor, const QList<Strut>& struts)
-{
-    int left = monitor.left(), right = monitor.right() + 1;
-    int top = monitor.top(), bottom = monitor.bottom() + 1;
-    for (const Strut& s : struts) {
-        const QRect overlap = s.rect.intersected(monitor);
-        if (overlap.isEmpty())
-            continue;
-        switch (s.edge) {
-        case Strut::Edge::left:
-            left = std::max(left, overlap.right() + 1);
-            break;
-        case Strut::Edge::right:
-            right = std::min(right, overlap.left());
-            break;
-        case Strut::Edge::top:
-            top = std::max(top, overlap.bottom() + 1);
-            break;
-        case Strut::Edge::bottom:
-            bottom = std::min(bottom, overlap.top());
-            break;
-        }
-    }
-    if (right <= left || bottom <= top)
-        return {};
-    return QRect(left, top, right - left, bottom - top);
 }
 
 } // namespace
@@ -226,7 +173,7 @@ QList<ScreenInfo> X11Screens::screens() const
     xcb_connection_t* c = X11::connection();
     if (!c)
         return result;
-    const QList<Strut> struts = dockStruts(c);
+    const QList<X11::Strut> struts = dockStruts(c);
 
     QList<RawScreen> raw;
     const QList<X11::RandrMonitor> monitors = X11::randrMonitors();
@@ -267,7 +214,7 @@ QList<ScreenInfo> X11Screens::screens() const
     if (raw.isEmpty())
         return result;
     for (RawScreen& s : raw)
-        s.visibleRootRect = cutStruts(s.rootRect, struts);
+        s.visibleRootRect = X11::visibleArea(s.rootRect, struts);
 
     auto primary =
         std::find_if(raw.begin(), raw.end(), [](const RawScreen& s) { return s.primary; });

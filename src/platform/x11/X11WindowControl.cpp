@@ -1,6 +1,9 @@
-// EWMH window control. Every reply is awaited against a deadline: window properties are answered
-// by the X server itself, but a client that grabbed the server and then hung would otherwise
-// stall the program; after one timeout the rest of the operation is given up.
+// EWMH window control. It talks to the X server over a connection of its own: Qt's connection is
+// read by Qt's event thread, so waiting on it for a reply with a deadline costs a polling delay,
+// while on a private connection the wait wakes the moment the reply arrives. Every reply is
+// awaited against a deadline: window properties are answered by the X server itself, but a client
+// that grabbed the server and then hung would otherwise stall the program; after one timeout the
+// rest of the operation is given up.
 #include "X11WindowControl.h"
 
 #include "X11Connection.h"
@@ -69,10 +72,9 @@ private:
                 xcb_discard_reply(m_c, sequence);
                 return nullptr;
             }
-            // Qt's event thread may read the reply off the socket for us, so look again at least
-            // every millisecond.
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
             pollfd p{fd, POLLIN, 0};
-            ::poll(&p, 1, 1);
+            ::poll(&p, 1, int(std::max<qint64>(1, left.count())));
         }
     }
 
@@ -112,7 +114,10 @@ xcb_get_property_cookie_t requestProperty(xcb_connection_t* c, xcb_window_t wind
 struct X11WindowControl::State {
     xcb_connection_t* c = nullptr;
     xcb_window_t root = XCB_WINDOW_NONE;
-    xcb_ewmh_connection_t ewmh{};
+    // The library's request helpers take the connection as non-const.
+    mutable xcb_ewmh_connection_t ewmh{};
+    int screen = 0;
+    bool atomsLoaded = false;
     bool ready = false;
     xcb_atom_t gtkApplicationId = XCB_ATOM_NONE;
     xcb_atom_t wmChangeState = XCB_ATOM_NONE;
@@ -197,12 +202,11 @@ struct X11WindowControl::State {
         if (!hasState(window, maximized))
             return;
         xcb_ewmh_request_change_wm_state(
-            const_cast<xcb_ewmh_connection_t*>(&ewmh), 0, window, XCB_EWMH_WM_STATE_REMOVE,
-            ewmh._NET_WM_STATE_MAXIMIZED_VERT, ewmh._NET_WM_STATE_MAXIMIZED_HORZ,
-            XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
-        xcb_ewmh_request_change_wm_state(const_cast<xcb_ewmh_connection_t*>(&ewmh), 0, window,
-                                         XCB_EWMH_WM_STATE_REMOVE, ewmh._NET_WM_STATE_FULLSCREEN,
-                                         XCB_ATOM_NONE, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+            &ewmh, screen, window, XCB_EWMH_WM_STATE_REMOVE, ewmh._NET_WM_STATE_MAXIMIZED_VERT,
+            ewmh._NET_WM_STATE_MAXIMIZED_HORZ, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+        xcb_ewmh_request_change_wm_state(&ewmh, screen, window, XCB_EWMH_WM_STATE_REMOVE,
+                                         ewmh._NET_WM_STATE_FULLSCREEN, XCB_ATOM_NONE,
+                                         XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
         xcb_flush(c);
         waitUntil([&] { return !hasState(window, maximized); });
     }
@@ -212,9 +216,9 @@ struct X11WindowControl::State {
         // North-west gravity: x and y place the outer frame's top-left corner; the size is the
         // client's.
         xcb_ewmh_request_moveresize_window(
-            const_cast<xcb_ewmh_connection_t*>(&ewmh), 0, window, XCB_GRAVITY_NORTH_WEST,
-            XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, xcb_ewmh_moveresize_window_opt_flags_t(flags),
-            uint32_t(x), uint32_t(y), uint32_t(width), uint32_t(height));
+            &ewmh, screen, window, XCB_GRAVITY_NORTH_WEST, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
+            xcb_ewmh_moveresize_window_opt_flags_t(flags), uint32_t(x), uint32_t(y),
+            uint32_t(width), uint32_t(height));
         xcb_flush(c);
     }
 
@@ -249,20 +253,34 @@ struct X11WindowControl::State {
 X11WindowControl::X11WindowControl() : m_state(std::make_unique<State>())
 {
     State& s = *m_state;
-    s.c = X11::connection();
-    if (!s.c)
+    // Only beside Qt's own X connection, to the same display ($DISPLAY).
+    if (!X11::connection())
         return;
-    s.root = X11::rootWindow();
+    s.c = xcb_connect(nullptr, &s.screen);
+    if (xcb_connection_has_error(s.c)) {
+        xcb_disconnect(s.c);
+        s.c = nullptr;
+        return;
+    }
     xcb_intern_atom_cookie_t* cookies = xcb_ewmh_init_atoms(s.c, &s.ewmh);
-    s.ready = xcb_ewmh_init_atoms_replies(&s.ewmh, cookies, nullptr) != 0;
+    s.atomsLoaded = xcb_ewmh_init_atoms_replies(&s.ewmh, cookies, nullptr) != 0;
+    s.ready = s.atomsLoaded && s.screen < s.ewmh.nb_screens;
+    if (!s.ready)
+        return;
+    s.root = s.ewmh.screens[s.screen]->root;
+    // Atoms are the server's, the same on every connection.
     s.gtkApplicationId = X11::atom("_GTK_APPLICATION_ID");
     s.wmChangeState = X11::atom("WM_CHANGE_STATE");
 }
 
 X11WindowControl::~X11WindowControl()
 {
-    if (m_state->ready)
+    if (!m_state->c)
+        return;
+    // A failed initialisation has cleaned up after itself.
+    if (m_state->atomsLoaded)
         xcb_ewmh_connection_wipe(&m_state->ewmh);
+    xcb_disconnect(m_state->c);
 }
 
 bool X11WindowControl::canControlWindows() const

@@ -119,16 +119,16 @@ QFont monospaced(QFont font)
 
 QString themeIconName(const QString& name)
 {
+    // Names from the freedesktop naming conventions where one fits; the menu bar has none, so
+    // it is always our own drawing.
     static const QHash<QString, QString> names{
         {QStringLiteral("photo"), QStringLiteral("image-x-generic")},
         {QStringLiteral("lock.shield"), QStringLiteral("security-high")},
-        {QStringLiteral("rectangle.on.rectangle"), QStringLiteral("video-display")},
-        {QStringLiteral("macwindow"), QStringLiteral("window-new")},
-        {QStringLiteral("menubar.dock.rectangle"), QStringLiteral("user-desktop")},
-        {QStringLiteral("menubar.rectangle"), QStringLiteral("view-list-details")},
-        {QStringLiteral("eye.slash"), QStringLiteral("view-hidden")},
+        {QStringLiteral("rectangle.on.rectangle"), QStringLiteral("preferences-desktop-display")},
+        {QStringLiteral("macwindow"), QStringLiteral("focus-windows")},
+        {QStringLiteral("menubar.dock.rectangle"), QStringLiteral("preferences-desktop-wallpaper")},
+        {QStringLiteral("eye.slash"), QStringLiteral("view-conceal")},
         {QStringLiteral("arrow.clockwise"), QStringLiteral("view-refresh")},
-        {QStringLiteral("xmark.circle.fill"), QStringLiteral("edit-clear")},
     };
     return names.value(name);
 }
@@ -213,10 +213,11 @@ QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal dev
         QPainter p(&pixmap);
         p.setRenderHint(QPainter::Antialiasing);
         const QString themeName = themeIconName(name);
+        // Only one-colour (symbolic) theme icons keep their shape as a silhouette; a full-colour
+        // icon would become a blob, so our own drawing stands in for those.
         QIcon icon;
-        if (!themeName.isEmpty())
-            icon = QIcon::fromTheme(themeName + QStringLiteral("-symbolic"),
-                                    QIcon::fromTheme(themeName));
+        if (!themeName.isEmpty() && QIcon::hasThemeIcon(themeName + QStringLiteral("-symbolic")))
+            icon = QIcon::fromTheme(themeName + QStringLiteral("-symbolic"));
         if (!icon.isNull()) {
             icon.paint(&p, QRect(0, 0, device, device));
         } else {

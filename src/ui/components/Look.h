@@ -40,8 +40,8 @@ QFont systemFont(double points);
 QFont monospaced(QFont font);
 
 // A symbol by its conventional name ("photo", "lock.shield", "macwindow", …) drawn `pixelSize`
-// square in `tint`: the freedesktop icon theme's matching icon when there is one, otherwise a
-// simple shape drawn by us. The theme icon is used as a silhouette so the tint applies.
+// square in `tint`: the freedesktop icon theme's matching symbolic icon when there is one,
+// otherwise a simple shape drawn by us. The theme icon is used as a silhouette so the tint applies.
 QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal devicePixelRatio);
 // The freedesktop icon name standing in for a symbol name (empty when there is none).
 QString themeIconName(const QString& name);

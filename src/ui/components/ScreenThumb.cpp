@@ -3,6 +3,7 @@
 
 #include "Look.h"
 
+#include <QEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
@@ -55,6 +56,14 @@ QSize ScreenThumb::sizeHint() const
 QRectF ScreenThumb::screenRect() const
 {
     return {std::floor((width() - m_w) / 2.0), 0.0, m_w, m_h};
+}
+
+bool ScreenThumb::event(QEvent* event)
+{
+    // Without a caption the tooltip the caller gives is the thumbnail's name.
+    if (event->type() == QEvent::ToolTipChange && !m_caption)
+        setAccessibleName(toolTip());
+    return QAbstractButton::event(event);
 }
 
 void ScreenThumb::paintEvent(QPaintEvent*)

@@ -1,6 +1,6 @@
 // Drives the display operations of the real model on the real X platform for the displays
 // integration test. Commands are lines appended to a file, "<tag> <command> [argument]":
-//   screens | displays | modes | current | select <id> | apply <W>x<H> | enable 0|1 |
+//   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | enable 0|1 |
 //   restore | restoreAll | changes | quit
 // Every answer line starts with the tag; "<tag> done" ends each answer. The model is built once
 // at start-up, so the modes restored are the ones the displays had then.
@@ -12,6 +12,7 @@
 
 #include <QFile>
 #include <QGuiApplication>
+#include <QScreen>
 #include <QTextStream>
 #include <QTimer>
 #include <cstdio>
@@ -56,6 +57,18 @@ int main(int argc, char** argv)
                         .arg(s.outputName, rect(s.frame), rect(s.visibleFrame))
                         .arg(s.backingScale)
                         .arg(s.name));
+            }
+        } else if (command == QLatin1String("qtscreens")) {
+            // Qt's own view, to compare with the frames: top-left logical coordinates.
+            for (const QScreen* s : QGuiApplication::screens()) {
+                const QRect g = s->geometry();
+                say(QStringLiteral("qtscreen %1 %2,%3,%4x%5 scale=%6")
+                        .arg(s->name())
+                        .arg(g.x())
+                        .arg(g.y())
+                        .arg(g.width())
+                        .arg(g.height())
+                        .arg(s->devicePixelRatio()));
             }
         } else if (command == QLatin1String("displays")) {
             for (const DisplayInfo& d : model.displays())

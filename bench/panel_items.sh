@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Tray item scan benchmark on the virtual desktop: the window-list snapshot, the item names and
+# a full scan with the desktop's 3 tray icons and with 30, then the names and a full scan while
+# one status item's application does not answer (stopped with SIGSTOP). Prints figures; asserts
+# nothing. Usage: bench/panel_items.sh [PATH-TO-QUILLET_PANEL_ITEMS] [RUNS]
+set -uo pipefail
+
+source "$(dirname "$0")/../tests/support/desktop/lib.sh"
+
+probe=${1:-$QD_REPO/build/tests/integration/quillet_panel_items}
+runs=${2:-20}
+[ -x "$probe" ] || {
+  echo "not executable: $probe (build the quillet_panel_items target)" >&2
+  exit 1
+}
+
+qd_init bench_panel_items
+qd_start_desktop
+qd_new_home
+export QT_QPA_PLATFORM=xcb
+
+count() { "$probe" 2>/dev/null | wc -l; }
+count_is() { [ "$(count)" -ge "$1" ]; }
+report() { # TITLE
+  echo
+  echo "$1"
+  "$probe" --time "$runs" 2>/dev/null | sed 's/^/  /'
+}
+
+qd_wait_for 15 "three tray items" count_is 3 || true
+report "3 tray icons (2 XEmbed, 1 status item), $(count) items found:"
+
+# 14 more XEmbed icons and 13 more status items.
+extra=()
+for ((i = 1; i <= 14; i++)); do
+  qd_launch p "$QD_TMP/yad-$i.log" yad --notification --text="Bench icon $i" --image=dialog-information
+  extra+=("$p")
+done
+for ((i = 1; i <= 13; i++)); do
+  qd_launch p "$QD_TMP/sni-$i.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" --title "Bench item $i" \
+    --color "$(printf '%02x%02x%02x' $((i * 18)) 120 $((255 - i * 18)))"
+  extra+=("$p")
+done
+qd_wait_for 60 "thirty tray items" count_is 30 || true
+report "30 tray icons (16 XEmbed, 14 status items), $(count) items found:"
+echo "  labels: $("$probe" 2>/dev/null | sed -n 's/.* label=//p' | paste -sd '|')"
+
+silent=${extra[-1]}
+kill -STOP "$silent"
+report "30 tray icons, one status item's application stopped (each source waits at most 250 ms):"
+kill -CONT "$silent"
+
+for p in "${extra[@]}"; do
+  qd_stop_process "$p" TERM 10 || true
+done
+qd_finish

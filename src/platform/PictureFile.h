@@ -1,0 +1,25 @@
+// Reading the user's picture files the way the desktop shows them.
+#pragma once
+
+#include <QImage>
+#include <QImageReader>
+#include <QString>
+
+namespace PictureFile {
+
+// The whole picture, upright as its orientation tag asks. Camera photos often exceed Qt's
+// default 128 MB guard on decoded images, so the guard is raised to what a large panorama needs.
+inline QImage read(const QString& path)
+{
+    static const bool raised = [] {
+        if (QImageReader::allocationLimit() < 1024)
+            QImageReader::setAllocationLimit(1024);
+        return true;
+    }();
+    Q_UNUSED(raised);
+    QImageReader reader(path);
+    reader.setAutoTransform(true);
+    return reader.read();
+}
+
+} // namespace PictureFile

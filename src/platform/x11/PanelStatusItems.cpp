@@ -1,0 +1,381 @@
+// How xfce4-panel 4.18 shows StatusNotifierItems, as observed on Debian 12:
+// - The notification area ("systray" plugin) runs as an external plugin in its own process
+//   (wrapper-2.0). That process owns both _NET_SYSTEM_TRAY_S0 and org.kde.StatusNotifierWatcher
+//   and shows its contents in a GtkPlug embedded into the panel window.
+// - XEmbed icons are X windows inside sockets of that plug. StatusNotifierItems have no window:
+//   each is a GtkButton ("push button" in AT-SPI) of the plug, with an empty accessible name.
+// - The plug publishes its accessibility tree through the _XEMBED_AT_SPI_PATH property
+//   ("<bus name>:<object path>" on the AT-SPI bus); its buttons report screen extents in root
+//   coordinates. The overflow arrow is a toggle button, XEmbed sockets are panels or fillers.
+// - The buttons are laid out in the order of the plugin's known-items list (xfconf channel
+//   xfce4-panel, /plugins/plugin-N/known-items, newest name first), keyed by each item's Id;
+//   items of the same Id appear newest first. Items listed in hidden-items are not shown
+//   unless the arrow is expanded.
+// The buttons carry nothing that names their item, so they are matched to the watcher's items
+// by that order (StatusItemOrder); when that is uncertain the icons are listed without names.
+#include "PanelStatusItems.h"
+
+#include "StatusItemOrder.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QHash>
+#include <algorithm>
+
+namespace {
+
+constexpr quint32 pushButtonRole = 43;
+constexpr int showingState = 25;
+constexpr int maxAccessibleNodes = 400;
+
+const QString accessibleInterface = QStringLiteral("org.a11y.atspi.Accessible");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+
+struct Caller {
+    int timeoutMs;
+    QDeadlineTimer deadline;
+
+    // Sends a call without waiting; calls sent together are answered in parallel.
+    QDBusPendingCall start(const QDBusConnection& bus, const QString& service, const QString& path,
+                           const QString& interface, const QString& method,
+                           const QVariantList& args = {}) const
+    {
+        if (deadline.hasExpired() || !bus.isConnected())
+            return QDBusPendingCall::fromError(QDBusError(QDBusError::Timeout, QString()));
+        QDBusMessage m = QDBusMessage::createMethodCall(service, path, interface, method);
+        m.setArguments(args);
+        const int timeout = int(std::min<qint64>(timeoutMs, deadline.remainingTime()));
+        return bus.asyncCall(m, std::max(timeout, 1));
+    }
+
+    // The reply's arguments, or nothing on an error or a timeout.
+    static QVariantList finish(QDBusPendingCall call)
+    {
+        call.waitForFinished();
+        if (call.isError())
+            return {};
+        return call.reply().arguments();
+    }
+
+    QVariantList call(const QDBusConnection& bus, const QString& service, const QString& path,
+                      const QString& interface, const QString& method,
+                      const QVariantList& args = {}) const
+    {
+        return finish(start(bus, service, path, interface, method, args));
+    }
+};
+
+QVariant unwrap(const QVariant& v)
+{
+    if (v.userType() == qMetaTypeId<QDBusVariant>())
+        return v.value<QDBusVariant>().variant();
+    return v;
+}
+
+QStringList stringList(const QVariant& value)
+{
+    const QVariant v = unwrap(value);
+    if (v.userType() != qMetaTypeId<QDBusArgument>())
+        return v.toStringList();
+    // xfconf sends arrays as arrays of variants.
+    QStringList result;
+    const QDBusArgument arg = v.value<QDBusArgument>();
+    if (arg.currentType() != QDBusArgument::ArrayType)
+        return result;
+    arg.beginArray();
+    while (!arg.atEnd()) {
+        QDBusVariant element;
+        arg >> element;
+        result << element.variant().toString();
+    }
+    arg.endArray();
+    return result;
+}
+
+QVariantMap variantMap(const QVariant& value)
+{
+    const QVariant v = unwrap(value);
+    if (v.userType() != qMetaTypeId<QDBusArgument>())
+        return v.toMap();
+    QVariantMap result;
+    const QDBusArgument arg = v.value<QDBusArgument>();
+    if (arg.currentType() == QDBusArgument::MapType)
+        arg >> result;
+    return result;
+}
+
+// The AT-SPI bus, connected again whenever its address changes.
+QDBusConnection accessibilityBus(const Caller& caller)
+{
+    static const QString name = QStringLiteral("quillet-accessibility");
+    static QString connectedAddress;
+    const QVariantList reply =
+        caller.call(QDBusConnection::sessionBus(), QStringLiteral("org.a11y.Bus"),
+                    QStringLiteral("/org/a11y/bus"), QStringLiteral("org.a11y.Bus"),
+                    QStringLiteral("GetAddress"));
+    const QString address = reply.value(0).toString();
+    if (address.isEmpty())
+        return QDBusConnection(QString());
+    if (address != connectedAddress) {
+        QDBusConnection::disconnectFromBus(name);
+        connectedAddress = address;
+    }
+    return QDBusConnection::connectToBus(address, name);
+}
+
+struct AccessibleRef {
+    QString bus;
+    QString path;
+};
+
+QList<AccessibleRef> parseChildren(const QVariantList& reply)
+{
+    QList<AccessibleRef> result;
+    if (reply.isEmpty() || reply.first().userType() != qMetaTypeId<QDBusArgument>())
+        return result;
+    const QDBusArgument arg = reply.first().value<QDBusArgument>();
+    arg.beginArray();
+    while (!arg.atEnd()) {
+        AccessibleRef child;
+        QDBusObjectPath path;
+        arg.beginStructure();
+        arg >> child.bus >> path;
+        arg.endStructure();
+        child.path = path.path();
+        result.append(child);
+    }
+    arg.endArray();
+    return result;
+}
+
+bool parseShowing(const QVariantList& reply)
+{
+    if (reply.isEmpty())
+        return false;
+    QList<quint32> words;
+    if (reply.first().userType() == qMetaTypeId<QDBusArgument>())
+        reply.first().value<QDBusArgument>() >> words;
+    else
+        words = reply.first().value<QList<quint32>>();
+    return !words.isEmpty() && (words.first() & (1u << showingState));
+}
+
+std::optional<QRect> parseExtents(const QVariantList& reply)
+{
+    if (reply.isEmpty() || reply.first().userType() != qMetaTypeId<QDBusArgument>())
+        return std::nullopt;
+    int x = 0, y = 0, w = 0, h = 0;
+    const QDBusArgument arg = reply.first().value<QDBusArgument>();
+    arg.beginStructure();
+    arg >> x >> y >> w >> h;
+    arg.endStructure();
+    // Widgets that are not shown report a 1 × 1 rectangle far off screen.
+    if (w <= 1 || h <= 1)
+        return std::nullopt;
+    return QRect(x, y, w, h);
+}
+
+quint32 syntheticId(const AccessibleRef& node)
+{
+    // FNV-1a, so the same object gives the same id in every process.
+    quint32 hash = 2166136261u;
+    for (const char ch : (node.bus + QLatin1Char(':') + node.path).toUtf8()) {
+        hash ^= quint8(ch);
+        hash *= 16777619u;
+    }
+    return hash | 0x80000000u;
+}
+
+// The showing push buttons below the given roots, left to right.
+QList<StatusIcon> statusButtons(const Caller& caller, const QDBusConnection& bus,
+                                const QList<QByteArray>& roots)
+{
+    QList<AccessibleRef> level;
+    for (const QByteArray& root : roots) {
+        // "<bus>:<path>"; unique bus names themselves start with a colon.
+        const qsizetype split = root.indexOf(":/");
+        if (split > 0)
+            level.append(
+                {QString::fromUtf8(root.left(split)), QString::fromUtf8(root.mid(split + 1))});
+    }
+    // Breadth first; the calls for one level are sent together.
+    QList<StatusIcon> buttons;
+    int visited = 0;
+    while (!level.isEmpty() && visited < maxAccessibleNodes && !caller.deadline.hasExpired()) {
+        visited += int(level.size());
+        QList<QDBusPendingCall> roles, kids;
+        for (const AccessibleRef& node : std::as_const(level)) {
+            roles.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                      QStringLiteral("GetRole")));
+            kids.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                     QStringLiteral("GetChildren")));
+        }
+        QList<AccessibleRef> next, found;
+        for (qsizetype i = 0; i < level.size(); ++i) {
+            const QList<AccessibleRef> children = parseChildren(Caller::finish(kids[i]));
+            if (Caller::finish(roles[i]).value(0).toUInt() == pushButtonRole)
+                found.append(level[i]);
+            else
+                next.append(children);
+        }
+        QList<QDBusPendingCall> states, rects;
+        for (const AccessibleRef& node : std::as_const(found)) {
+            states.append(caller.start(bus, node.bus, node.path, accessibleInterface,
+                                       QStringLiteral("GetState")));
+            // Coordinate type 0: screen (root) coordinates.
+            rects.append(
+                caller.start(bus, node.bus, node.path, QStringLiteral("org.a11y.atspi.Component"),
+                             QStringLiteral("GetExtents"), {QVariant::fromValue(quint32(0))}));
+        }
+        for (qsizetype i = 0; i < found.size(); ++i) {
+            const bool showing = parseShowing(Caller::finish(states[i]));
+            const std::optional<QRect> rect = parseExtents(Caller::finish(rects[i]));
+            if (showing && rect)
+                buttons.append(StatusIcon{syntheticId(found[i]), *rect, 0, {}, {}});
+        }
+        level = next;
+    }
+    std::stable_sort(buttons.begin(), buttons.end(), [](const StatusIcon& a, const StatusIcon& b) {
+        return a.rootRect.x() < b.rootRect.x();
+    });
+    return buttons;
+}
+
+struct RegisteredItem {
+    QString id;
+    qint64 pid = 0;
+    QString title;
+    QString toolTipTitle;
+};
+
+QString toolTipTitle(const QVariant& value)
+{
+    // (icon name, icon pixmaps, title, description)
+    const QVariant v = unwrap(value);
+    if (v.userType() != qMetaTypeId<QDBusArgument>())
+        return {};
+    const QDBusArgument arg = v.value<QDBusArgument>();
+    if (arg.currentSignature() != QLatin1String("(sa(iiay)ss)"))
+        return {};
+    QString iconName, title, description;
+    arg.beginStructure();
+    arg >> iconName;
+    arg.beginArray();
+    while (!arg.atEnd()) {
+        int w = 0, h = 0;
+        QByteArray pixels;
+        arg.beginStructure();
+        arg >> w >> h >> pixels;
+        arg.endStructure();
+    }
+    arg.endArray();
+    arg >> title >> description;
+    arg.endStructure();
+    return title;
+}
+
+QList<RegisteredItem> registeredItems(const Caller& caller)
+{
+    const QDBusConnection session = QDBusConnection::sessionBus();
+    const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+    const QVariantList reply = caller.call(
+        session, watcher, QStringLiteral("/StatusNotifierWatcher"), propertiesInterface,
+        QStringLiteral("Get"), {watcher, QStringLiteral("RegisteredStatusNotifierItems")});
+    const QStringList entries = stringList(reply.value(0));
+    struct Pending {
+        QDBusPendingCall properties;
+        QDBusPendingCall pid;
+    };
+    QList<Pending> pending;
+    for (const QString& entry : entries) {
+        // "service/path", or a bare service with the default path.
+        const qsizetype slash = entry.indexOf(QLatin1Char('/'));
+        const QString service = slash < 0 ? entry : entry.left(slash);
+        const QString path = slash < 0 ? QStringLiteral("/StatusNotifierItem") : entry.mid(slash);
+        pending.append({caller.start(session, service, path, propertiesInterface,
+                                     QStringLiteral("GetAll"), {itemInterface}),
+                        caller.start(session, QStringLiteral("org.freedesktop.DBus"),
+                                     QStringLiteral("/org/freedesktop/DBus"),
+                                     QStringLiteral("org.freedesktop.DBus"),
+                                     QStringLiteral("GetConnectionUnixProcessID"), {service})});
+    }
+    QList<RegisteredItem> items;
+    for (const Pending& p : std::as_const(pending)) {
+        RegisteredItem item;
+        const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
+        item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
+        item.title = unwrap(properties.value(QStringLiteral("Title"))).toString();
+        item.toolTipTitle = toolTipTitle(properties.value(QStringLiteral("ToolTip")));
+        item.pid = Caller::finish(p.pid).value(0).toLongLong();
+        items.append(item);
+    }
+    return items;
+}
+
+struct TrayOrder {
+    QStringList known;
+    QStringList hidden;
+};
+
+// The notification area's known and hidden item names from the panel's settings.
+TrayOrder trayOrder(const Caller& caller)
+{
+    const QDBusConnection session = QDBusConnection::sessionBus();
+    const QVariantList reply =
+        caller.call(session, QStringLiteral("org.xfce.Xfconf"), QStringLiteral("/org/xfce/Xfconf"),
+                    QStringLiteral("org.xfce.Xfconf"), QStringLiteral("GetAllProperties"),
+                    {QStringLiteral("xfce4-panel"), QStringLiteral("/plugins")});
+    const QVariantMap properties = variantMap(reply.value(0));
+    QStringList plugins;
+    for (auto it = properties.constBegin(); it != properties.constEnd(); ++it) {
+        if (unwrap(it.value()).toString() == QLatin1String("systray"))
+            plugins << it.key();
+    }
+    TrayOrder order;
+    if (plugins.isEmpty())
+        return order;
+    // Only one notification area can own the tray; the first configured one is taken.
+    std::sort(plugins.begin(), plugins.end());
+    order.known = stringList(properties.value(plugins.first() + QStringLiteral("/known-items")));
+    order.hidden = stringList(properties.value(plugins.first() + QStringLiteral("/hidden-items")));
+    return order;
+}
+
+} // namespace
+
+namespace PanelStatusItems {
+
+QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::milliseconds perCall,
+                       const QDeadlineTimer& deadline)
+{
+    if (accessibleRoots.isEmpty())
+        return {};
+    const Caller caller{int(perCall.count()), deadline};
+    const QDBusConnection bus = accessibilityBus(caller);
+    QList<StatusIcon> icons = statusButtons(caller, bus, accessibleRoots);
+    if (icons.isEmpty())
+        return icons;
+
+    const QList<RegisteredItem> items = registeredItems(caller);
+    const TrayOrder order = trayOrder(caller);
+    QStringList ids;
+    for (const RegisteredItem& item : items)
+        ids << item.id;
+    const QList<qsizetype> shown =
+        StatusItemOrder::match(icons.size(), ids, order.known, order.hidden);
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        const RegisteredItem& item = items.at(shown[i]);
+        icons[i].pid = item.pid;
+        icons[i].title = item.title;
+        icons[i].toolTipTitle = item.toolTipTitle;
+    }
+    return icons;
+}
+
+} // namespace PanelStatusItems

@@ -1,0 +1,30 @@
+// StatusNotifierItem icons that the panel's notification area draws itself, found through the
+// accessibility tree of the tray's plug window and matched to the items registered with the
+// panel's StatusNotifierWatcher.
+#pragma once
+
+#include <QByteArray>
+#include <QDeadlineTimer>
+#include <QList>
+#include <QRect>
+#include <QString>
+#include <chrono>
+
+struct StatusIcon {
+    // Synthetic: derived from the icon's accessible object, the same while the icon lives. The
+    // top bit is set, which X window ids never have.
+    quint32 id = 0;
+    QRect rootRect;
+    // The item's process (0 when unknown) and what the item publishes; empty when the icon
+    // could not be matched to an item.
+    qint64 pid = 0;
+    QString title;
+    QString toolTipTitle;
+};
+
+namespace PanelStatusItems {
+// `accessibleRoots` are "bus:path" pairs published by the tray host (_XEMBED_AT_SPI_PATH).
+// Every D-Bus call waits at most `perCall`; the whole search gives up at `deadline`.
+QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::milliseconds perCall,
+                       const QDeadlineTimer& deadline);
+} // namespace PanelStatusItems

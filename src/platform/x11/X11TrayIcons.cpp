@@ -1,0 +1,81 @@
+// Tray icons of every X screen's notification area.
+//
+// The tray host (the owner of _NET_SYSTEM_TRAY_S<n>) reparents each XEmbed icon into a socket
+// window it created itself, so an icon is a viewable window created by another client whose
+// parent was created by the host's client. The host's own plug windows (created by the host
+// and placed into another client's window, as xfce4-panel's external plugins are) are where
+// the status item icons live; see PanelStatusItems.
+#include "X11TrayIcons.h"
+
+#include "PanelStatusItems.h"
+#include "X11Connection.h"
+#include "X11Replies.h"
+#include "X11WindowFacts.h"
+
+namespace X11TrayIcons {
+
+QList<TrayIcon> find(xcb_connection_t* c, std::chrono::milliseconds perRequest)
+{
+    QList<TrayIcon> icons;
+    QList<QByteArray> accessibleRoots;
+    int screen = 0;
+    for (auto it = xcb_setup_roots_iterator(xcb_get_setup(c)); it.rem;
+         xcb_screen_next(&it), ++screen) {
+        const xcb_window_t root = it.data->root;
+        const QByteArray selection = "_NET_SYSTEM_TRAY_S" + QByteArray::number(screen);
+        auto owner = X11::reply<xcb_get_selection_owner_reply_t>(
+            c, xcb_get_selection_owner(c, X11::atom(selection.constData())),
+            QDeadlineTimer(perRequest));
+        if (!owner || owner->owner == XCB_WINDOW_NONE)
+            continue;
+        const quint32 host = X11::clientBase(c, owner->owner);
+
+        QList<xcb_window_t> iconWindows;
+        QList<xcb_window_t> plugs;
+        for (const X11::TreeNode& node : X11::viewableTree(c, root, QDeadlineTimer(perRequest))) {
+            const bool byHost = X11::clientBase(c, node.window) == host;
+            const bool inHost = X11::clientBase(c, node.parent) == host;
+            if (inHost && !byHost)
+                iconWindows.append(node.window);
+            else if (byHost && !inHost)
+                plugs.append(node.window);
+        }
+        for (const X11::WindowFacts& plug :
+             X11::windowFacts(c, root, plugs, QDeadlineTimer(perRequest))) {
+            if (!plug.atSpiPath.isEmpty())
+                accessibleRoots.append(plug.atSpiPath);
+        }
+        for (const X11::WindowFacts& f :
+             X11::windowFacts(c, root, iconWindows, QDeadlineTimer(perRequest))) {
+            if (!f.valid || !f.viewable)
+                continue;
+            TrayIcon icon;
+            icon.number = f.window;
+            icon.rootRect = f.rootRect;
+            icon.pid = f.pid;
+            icon.ownerName = X11::ownerName(f.pid, f.wmClass);
+            icon.windowName = f.name;
+            icon.title = f.name.value_or(QString());
+            icons.append(icon);
+        }
+    }
+
+    const QDeadlineTimer statusDeadline(4 * perRequest);
+    for (const StatusIcon& s :
+         PanelStatusItems::find(accessibleRoots, perRequest, statusDeadline)) {
+        TrayIcon icon;
+        icon.number = s.id;
+        icon.rootRect = s.rootRect;
+        icon.pid = s.pid;
+        if (s.pid > 0)
+            icon.ownerName = X11::ownerName(s.pid, QString());
+        if (!s.title.isEmpty())
+            icon.windowName = s.title;
+        icon.description = s.toolTipTitle;
+        icon.title = s.title;
+        icons.append(icon);
+    }
+    return icons;
+}
+
+} // namespace X11TrayIcons

@@ -1,0 +1,30 @@
+// The icons of the notification area that owns _NET_SYSTEM_TRAY_S<n>: XEmbed icon windows and
+// the StatusNotifierItem icons the tray host draws itself.
+#pragma once
+
+#include <QDeadlineTimer>
+#include <QList>
+#include <QRect>
+#include <QString>
+#include <chrono>
+#include <optional>
+#include <xcb/xcb.h>
+
+struct TrayIcon {
+    // The icon's X window, or a synthetic id (top bit set) for an icon without a window.
+    quint32 number = 0;
+    QRect rootRect;
+    qint64 pid = 0;
+    std::optional<QString> ownerName;
+    std::optional<QString> windowName;
+    // What the icon's application publishes about it: a status item's tooltip title, and its
+    // title or the icon window's name. Empty when unknown.
+    QString description;
+    QString title;
+};
+
+namespace X11TrayIcons {
+// XEmbed icons in the tree's order, then status item icons left to right. Each X batch and
+// each D-Bus call waits at most `perRequest`.
+QList<TrayIcon> find(xcb_connection_t* c, std::chrono::milliseconds perRequest);
+} // namespace X11TrayIcons

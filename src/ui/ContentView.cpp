@@ -1,0 +1,745 @@
+// The main window's panel: layout, the model calls of every control, and redrawing on change.
+#include "ContentView.h"
+
+#include "CustomSizeForm.h"
+#include "Popover.h"
+#include "ResolutionStrip.h"
+#include "UiStyle.h"
+#include "WindowListBox.h"
+#include "WindowRow.h"
+#include "components/Look.h"
+#include "components/MiniScreen.h"
+#include "components/PermissionBanner.h"
+#include "components/PickThumb.h"
+#include "components/ResolutionTile.h"
+#include "components/ScreenThumb.h"
+#include "components/SectionCard.h"
+#include "components/WallpaperWell.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+// PLACEHOLDER until the colour picker is available: a plain label in its place.
+QWidget* makeColorPicker(AppModel& model, QObject* context)
+{
+    auto* picker = new QLabel(QStringLiteral("Colour picker"));
+    picker->setAccessibleName(QStringLiteral("Background color"));
+    Q_UNUSED(model);
+    Q_UNUSED(context);
+    return picker;
+}
+
+ScreenThumb* makeCell(const QRectF& region, const QString& caption, bool dashed,
+                      const std::optional<QString>& glyph, const QString& tip)
+{
+    auto* cell = new ScreenThumb(region, caption, dashed, glyph, 46, 30, 3);
+    cell->setToolTip(tip);
+    // The tooltip names the action more fully than the caption, and is unique in the window.
+    cell->setAccessibleName(tip);
+    cell->setAccessibleDescription(caption);
+    cell->setObjectName(tip);
+    return cell;
+}
+
+// Runs `action` when the button is clicked, and also when an assistive tool toggles it: the
+// "Toggle" action of a checkable button flips its state without a click. The panel sets the
+// checked state of its choices with their signals blocked, so only such toggles arrive here.
+template <typename Action> void onChoose(QAbstractButton* button, QObject* context, Action action)
+{
+    QObject::connect(button, &QAbstractButton::clicked, context, action);
+    QObject::connect(button, &QAbstractButton::toggled, context, action);
+}
+
+QLabel* groupLabel(const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    UiStyle::makeGroupLabel(label);
+    return label;
+}
+
+// Rows of three cells, 12 apart, the cells 16 apart; returns the widget holding the rows.
+QWidget* cellRows(const QList<QAbstractButton*>& cells)
+{
+    auto* box = new QWidget;
+    auto* rows = new QVBoxLayout(box);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(12);
+    for (const QList<QAbstractButton*>& slice : ContentRules::rowsOfThree(cells)) {
+        auto* row = new QHBoxLayout;
+        row->setSpacing(16);
+        for (QAbstractButton* cell : slice)
+            row->addWidget(cell, 0, Qt::AlignTop);
+        row->addStretch(1);
+        rows->addLayout(row);
+    }
+    return box;
+}
+
+QString groupKey(const QString& group, const QString& label)
+{
+    return group + QLatin1Char('/') + label;
+}
+
+} // namespace
+
+ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_model(model)
+{
+    setObjectName(QStringLiteral("content"));
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);
+
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(20, 20, 20, 20);
+    outer->setSizeConstraint(QLayout::SetFixedSize);
+
+    m_panel = new QWidget(this);
+    m_panelLayout = new QVBoxLayout(m_panel);
+    m_panelLayout->setContentsMargins(0, 0, 0, 0);
+    m_panelLayout->setSpacing(16);
+    outer->addWidget(m_panel, 0, Qt::AlignLeft | Qt::AlignTop);
+
+    m_panelLayout->addWidget(buildResolutionCard());
+    m_windowCard = buildWindowCard();
+    m_panelLayout->addWidget(m_windowCard);
+
+    m_bannerBox = new QWidget(m_panel);
+    m_bannerLayout = new QVBoxLayout(m_bannerBox);
+    m_bannerLayout->setContentsMargins(0, 0, 0, 0);
+    m_bannerLayout->setSpacing(16);
+    m_panelLayout->addWidget(m_bannerBox);
+
+    m_bottomRow = new QWidget(m_panel);
+    auto* bottom = new QHBoxLayout(m_bottomRow);
+    bottom->setContentsMargins(0, 0, 0, 0);
+    bottom->setSpacing(16);
+    bottom->addWidget(buildDesktopCard(), 0, Qt::AlignTop);
+    bottom->addWidget(buildMenuBarCard(), 0, Qt::AlignTop);
+    bottom->addStretch(1);
+    m_panelLayout->addWidget(m_bottomRow);
+
+    buildPopovers();
+
+    connect(&m_model, &AppModel::published, this, &ContentView::onPublished);
+    refreshDisplays();
+    refreshTiles();
+    refreshWindowList();
+    refreshWindowControls();
+    refreshCenterCells();
+    refreshBanners();
+    refreshDesktop();
+    refreshCover();
+    refreshItems();
+    updatePanelWidth();
+}
+
+// --- Resolution ------------------------------------------------------------------------------
+
+QWidget* ContentView::buildResolutionCard()
+{
+    auto* content = new QWidget;
+    auto* stack = new QVBoxLayout(content);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(10);
+
+    m_displayRow = new QWidget(content);
+    auto* pickerRow = new QHBoxLayout(m_displayRow);
+    pickerRow->setContentsMargins(0, 0, 0, 0);
+    auto* pickerLabel = new QLabel(QStringLiteral("Display"), m_displayRow);
+    m_displayPicker = new QComboBox(m_displayRow);
+    m_displayPicker->setObjectName(QStringLiteral("Display"));
+    m_displayPicker->setAccessibleName(QStringLiteral("Display"));
+    pickerLabel->setBuddy(m_displayPicker);
+    pickerRow->addWidget(pickerLabel);
+    pickerRow->addWidget(m_displayPicker);
+    pickerRow->addStretch(1);
+    connect(m_displayPicker, &QComboBox::activated, this, [this](int index) {
+        m_model.setSelectedDisplayID(m_displayPicker->itemData(index).toUInt());
+        m_model.reloadModes();
+    });
+    stack->addWidget(m_displayRow);
+
+    m_strip = new ResolutionStrip(content);
+    stack->addWidget(m_strip);
+
+    auto* restore = new QPushButton(QStringLiteral("Restore Original"));
+    restore->setObjectName(QStringLiteral("Restore Original"));
+    restore->setAccessibleName(QStringLiteral("Restore Original"));
+    restore->setFont(Look::caption());
+    connect(restore, &QPushButton::clicked, this, [this] { m_model.restoreSelectedDisplay(); });
+    m_restore = restore;
+
+    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"),
+                           true, false, restore, content);
+}
+
+void ContentView::refreshDisplays()
+{
+    const QList<DisplayInfo>& displays = m_model.displays();
+    const QSignalBlocker block(m_displayPicker);
+    m_displayPicker->clear();
+    for (const DisplayInfo& display : displays) {
+        m_displayPicker->addItem(display.name, display.id);
+        if (display.id == m_model.selectedDisplayID())
+            m_displayPicker->setCurrentIndex(m_displayPicker->count() - 1);
+    }
+    m_displayRow->setVisible(displays.size() > 1);
+}
+
+void ContentView::refreshTiles()
+{
+    const QList<DisplayMode>& modes = m_model.modes();
+    const auto sameMode = [](const DisplayMode& a, const DisplayMode& b) {
+        return a.id == b.id && a.width == b.width && a.height == b.height &&
+               a.pixelWidth == b.pixelWidth && a.pixelHeight == b.pixelHeight;
+    };
+    const bool same = modes.size() == m_tileModes.size() &&
+                      std::equal(modes.begin(), modes.end(), m_tileModes.begin(), sameMode);
+    if (!same) {
+        m_tileModes = modes;
+        const double scale = ContentRules::tileScale(modes);
+        QList<QWidget*> tiles;
+        for (const DisplayMode& mode : modes) {
+            auto* tile = new ResolutionTile(mode, false, scale);
+            onChoose(tile, this, [this, mode] { m_model.apply(mode); });
+            tiles.append(tile);
+        }
+        m_strip->setTiles(tiles);
+    }
+    // The current mode is marked in place, so a tile keeps the keyboard focus it was chosen with.
+    for (QWidget* widget : m_strip->tiles()) {
+        auto* tile = static_cast<ResolutionTile*>(widget);
+        const QSignalBlocker block(tile);
+        tile->setCurrent(tile->mode().width == m_model.currentWidth() &&
+                         tile->mode().height == m_model.currentHeight());
+    }
+}
+
+// --- Window ----------------------------------------------------------------------------------
+
+QWidget* ContentView::buildWindowCard()
+{
+    auto* content = new QWidget;
+    auto* stack = new QVBoxLayout(content);
+    stack->setContentsMargins(0, 0, 0, 0);
+    stack->setSpacing(12);
+
+    auto* windowBanner = new PermissionBanner(
+        QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    connect(windowBanner, &PermissionBanner::grantRequested, this,
+            [this] { m_model.requestAccessibility(); });
+    m_windowBanner = windowBanner;
+    stack->addWidget(m_windowBanner);
+
+    m_columns = new QWidget(content);
+    auto* columns = new QHBoxLayout(m_columns);
+    columns->setContentsMargins(0, 0, 0, 0);
+    columns->setSpacing(28);
+
+    // Windows: header with the refresh button, then the list.
+    auto* listColumn = new QVBoxLayout;
+    listColumn->setSpacing(8);
+    auto* header = new QHBoxLayout;
+    header->setSpacing(4);
+    header->addWidget(groupLabel(QStringLiteral("Windows"), m_columns));
+    header->addStretch(1);
+    auto* refresh = new QToolButton(m_columns);
+    refresh->setAutoRaise(true);
+    refresh->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 14,
+                                        Look::secondary(palette()), devicePixelRatioF())));
+    refresh->setIconSize(QSize(14, 14));
+    refresh->setToolTip(QStringLiteral("Refresh window list"));
+    refresh->setAccessibleName(QStringLiteral("Refresh window list"));
+    refresh->setObjectName(QStringLiteral("Refresh window list"));
+    connect(refresh, &QToolButton::clicked, this, [this] { m_model.refreshWindows(); });
+    m_refresh = refresh;
+    header->addWidget(refresh);
+    listColumn->addLayout(header);
+    m_windowList = new WindowListBox(m_columns);
+    connect(m_windowList, &WindowListBox::picked, this,
+            [this](const QUuid& id) { m_model.setSelectedWindowID(id); });
+    listColumn->addWidget(m_windowList);
+    listColumn->addStretch(1);
+    columns->addLayout(listColumn);
+
+    // Reposition: eight regions and hiding.
+    auto* repositionColumn = new QVBoxLayout;
+    repositionColumn->setSpacing(8);
+    repositionColumn->addWidget(groupLabel(QStringLiteral("Reposition"), m_columns));
+    for (const RepositionItem& item : ContentRules::repositionItems()) {
+        ScreenThumb* cell = nullptr;
+        if (item.kind == RepositionItem::Kind::hide) {
+            cell = makeCell(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"),
+                            QStringLiteral("Minimize the window"));
+            connect(cell, &ScreenThumb::clicked, this, [this] { m_model.hideSelectedWindow(); });
+        } else {
+            const WindowArrangement arrangement = item.arrangement;
+            cell = makeCell(ContentRules::arrangementRegion(arrangement),
+                            ContentRules::arrangementCaption(arrangement), false, std::nullopt,
+                            help(arrangement));
+            connect(cell, &ScreenThumb::clicked, this,
+                    [this, arrangement] { m_model.arrangeSelected(arrangement); });
+        }
+        m_repositionCells.append(cell);
+    }
+    repositionColumn->addWidget(cellRows(m_repositionCells));
+    repositionColumn->addStretch(1);
+    columns->addLayout(repositionColumn);
+
+    // Center: filled in by refreshCenterCells, as it depends on the current mode.
+    auto* centerColumn = new QVBoxLayout;
+    centerColumn->setSpacing(8);
+    centerColumn->addWidget(groupLabel(QStringLiteral("Center"), m_columns));
+    auto* centerBox = new QWidget(m_columns);
+    m_centerRows = new QVBoxLayout(centerBox);
+    m_centerRows->setContentsMargins(0, 0, 0, 0);
+    m_centerRows->setSpacing(12);
+    centerColumn->addWidget(centerBox);
+    centerColumn->addStretch(1);
+    columns->addLayout(centerColumn);
+    columns->addStretch(1);
+    stack->addWidget(m_columns);
+
+    auto* caption = new QLabel(QStringLiteral("Pick a window, then snap it to a region, fill its "
+                                              "screen, or resize it to an exact size (centered)."),
+                               content);
+    caption->setWordWrap(true);
+    UiStyle::makeSecondaryCaption(caption);
+    stack->addWidget(caption);
+
+    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false,
+                           nullptr, content);
+}
+
+void ContentView::refreshWindowList()
+{
+    m_windowList->setWindows(m_model.windows(), m_model.selectedWindowID());
+}
+
+void ContentView::refreshWindowControls()
+{
+    const bool allowed = m_model.canControlWindows();
+    m_windowBanner->setVisible(!allowed);
+    m_columns->setEnabled(allowed);
+    const bool selected = m_model.selectedWindowID().has_value();
+    for (QAbstractButton* cell : std::as_const(m_repositionCells))
+        cell->setEnabled(selected);
+    for (QAbstractButton* cell : std::as_const(m_centerCells))
+        cell->setEnabled(selected);
+}
+
+void ContentView::refreshCenterCells()
+{
+    const qint64 width = m_model.currentWidth();
+    const qint64 height = m_model.currentHeight();
+    if (width == m_centerForWidth && height == m_centerForHeight)
+        return;
+    m_centerForWidth = width;
+    m_centerForHeight = height;
+    for (QWidget* row : std::as_const(m_centerRowWidgets)) {
+        row->hide();
+        row->deleteLater();
+    }
+    m_centerRowWidgets.clear();
+    m_centerCells.clear();
+    m_centerItems = ContentRules::centerItems(width, height);
+    for (const CenterItem& item : std::as_const(m_centerItems)) {
+        ScreenThumb* cell = nullptr;
+        switch (item.kind) {
+        case CenterItem::Kind::fill:
+            cell = makeCell(ContentRules::arrangementRegion(WindowArrangement::fill),
+                            ContentRules::arrangementCaption(WindowArrangement::fill), false,
+                            std::nullopt, help(WindowArrangement::fill));
+            connect(cell, &ScreenThumb::clicked, this,
+                    [this] { m_model.arrangeSelected(WindowArrangement::fill); });
+            break;
+        case CenterItem::Kind::size: {
+            const QSizeF size = item.size;
+            cell = makeCell(ContentRules::sizeRegion(size, width, height),
+                            ContentRules::sizeCaption(size), false, std::nullopt,
+                            ContentRules::sizeTooltip(size));
+            connect(cell, &ScreenThumb::clicked, this,
+                    [this, size] { m_model.resizeSelected(size); });
+            break;
+        }
+        case CenterItem::Kind::custom:
+            cell = makeCell(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), true,
+                            std::nullopt, QStringLiteral("Resize to a custom size and center"));
+            connect(cell, &ScreenThumb::clicked, this, [this, cell] { openCustomPopover(cell); });
+            break;
+        }
+        m_centerCells.append(cell);
+    }
+    QWidget* rows = cellRows(m_centerCells);
+    m_centerRows->addWidget(rows);
+    m_centerRowWidgets.append(rows);
+    refreshWindowControls();
+}
+
+void ContentView::openCustomPopover(QWidget* anchor)
+{
+    m_customPopover->open(anchor);
+    m_customForm->focusWidthSoon();
+}
+
+void ContentView::confirmCustomSize()
+{
+    if (const std::optional<QSizeF> size =
+            ContentRules::parseCustomSize(m_customForm->customW(), m_customForm->customH()))
+        m_model.resizeSelected(*size);
+    m_customPopover->hide();
+}
+
+// --- Banners ---------------------------------------------------------------------------------
+
+void ContentView::refreshBanners()
+{
+    const QList<MenuBarBanner> wanted = ContentRules::menuBarBanners(
+        m_model.menuBarCover(), m_model.canCloneBar(), m_model.canNameItems());
+    if (m_banners.isEmpty()) {
+        auto* capture =
+            new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
+        connect(capture, &PermissionBanner::grantRequested, this,
+                [this] { m_model.requestScreenCapture(); });
+        auto* names = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::itemNames));
+        connect(names, &PermissionBanner::grantRequested, this,
+                [this] { m_model.requestAccessibility(); });
+        m_banners.insert(MenuBarBanner::screenRecording, capture);
+        m_banners.insert(MenuBarBanner::itemNames, names);
+        // Laid out once in the order they are shown; hidden ones take no room.
+        m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::screenRecording));
+        m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::itemNames));
+    }
+    m_bannerKinds = wanted;
+    for (auto it = m_banners.cbegin(); it != m_banners.cend(); ++it)
+        it.value()->setVisible(wanted.contains(it.key()));
+    m_bannerBox->setVisible(!wanted.isEmpty());
+}
+
+QList<QWidget*> ContentView::bannerWidgets() const
+{
+    QList<QWidget*> shown;
+    for (int i = 0; i < m_bannerLayout->count(); ++i) {
+        QWidget* widget = m_bannerLayout->itemAt(i)->widget();
+        if (widget && !widget->isHidden())
+            shown.append(widget);
+    }
+    return shown;
+}
+
+// --- Desktop ---------------------------------------------------------------------------------
+
+QWidget* ContentView::buildDesktopCard()
+{
+    auto* content = new QWidget;
+    auto* groups = new QHBoxLayout(content);
+    groups->setContentsMargins(0, 0, 0, 0);
+    groups->setSpacing(28);
+
+    const auto addGroup = [&](const QString& title, QHBoxLayout*& row) {
+        auto* group = new QWidget(content);
+        group->setAccessibleName(title);
+        group->setObjectName(title);
+        auto* stack = new QVBoxLayout(group);
+        stack->setContentsMargins(0, 0, 0, 0);
+        stack->setSpacing(8);
+        stack->addWidget(groupLabel(title, group));
+        row = new QHBoxLayout;
+        row->setSpacing(12);
+        stack->addLayout(row);
+        groups->addWidget(group, 0, Qt::AlignTop);
+    };
+    addGroup(QStringLiteral("Icons"), m_iconsRow);
+    addGroup(QStringLiteral("Background"), m_backgroundRow);
+
+    const auto addThumb = [this](QHBoxLayout* row, const QString& group, const QString& label,
+                                 std::function<void()> action) {
+        auto* thumb = new PickThumb(
+            label, false,
+            new MiniScreen(MiniScreen::Background::wallpaper(), MiniScreen::Bar::items, false));
+        onChoose(thumb, this, std::move(action));
+        row->addWidget(thumb);
+        m_thumbs.insert(groupKey(group, label), thumb);
+    };
+    const QString icons = QStringLiteral("Icons");
+    const QString background = QStringLiteral("Background");
+    addThumb(m_iconsRow, icons, QStringLiteral("Show"),
+             [this] { m_model.setDesktopIconsHidden(false); });
+    addThumb(m_iconsRow, icons, QStringLiteral("Hide"),
+             [this] { m_model.setDesktopIconsHidden(true); });
+    addThumb(m_backgroundRow, background, QStringLiteral("Keep"),
+             [this] { m_model.setBackground(DesktopBackground::keep); });
+    addThumb(m_backgroundRow, background, QStringLiteral("Color"), [this] {
+        m_model.setBackground(DesktopBackground::color);
+        m_colorPopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Color")));
+    });
+    addThumb(m_backgroundRow, background, QStringLiteral("Image"), [this] {
+        m_model.setBackground(DesktopBackground::image);
+        m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
+    });
+    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"),
+                           false, false, nullptr, content);
+}
+
+void ContentView::refreshDesktop()
+{
+    const auto show = [this](const QString& group, const QString& label, bool selected,
+                             const MiniScreen::Background& background, bool icons) {
+        PickThumb* thumb = m_thumbs.value(groupKey(group, label));
+        {
+            const QSignalBlocker block(thumb);
+            thumb->setSelected(selected);
+        }
+        auto* preview = static_cast<MiniScreen*>(thumb->preview());
+        preview->setBackground(background);
+        preview->setIcons(icons);
+    };
+    const QString icons = QStringLiteral("Icons");
+    const QString background = QStringLiteral("Background");
+    const bool hidden = m_model.desktopIconsHidden();
+    const DesktopBackground choice = m_model.background();
+    const MiniScreen::Background wallpaper = MiniScreen::Background::wallpaper();
+    show(icons, QStringLiteral("Show"), !hidden, wallpaper, true);
+    show(icons, QStringLiteral("Hide"), hidden, wallpaper, false);
+    show(background, QStringLiteral("Keep"), choice == DesktopBackground::keep, wallpaper, false);
+    show(background, QStringLiteral("Color"), choice == DesktopBackground::color,
+         MiniScreen::Background::solid(m_model.backgroundColor()), false);
+    show(background, QStringLiteral("Image"), choice == DesktopBackground::image,
+         MiniScreen::Background::image(m_model.lightWallpaperURL()), false);
+
+    m_lightWell->setPath(m_model.lightWallpaperURL());
+    m_darkWell->setPath(m_model.darkWallpaperURL());
+}
+
+// --- Menu Bar --------------------------------------------------------------------------------
+
+QWidget* ContentView::buildMenuBarCard()
+{
+    auto* content = new QWidget;
+    auto* group = new QVBoxLayout(content);
+    content->setAccessibleName(QStringLiteral("Cover"));
+    content->setObjectName(QStringLiteral("Cover"));
+    group->setContentsMargins(0, 0, 0, 0);
+    group->setSpacing(8);
+    group->addWidget(groupLabel(QStringLiteral("Cover"), content));
+    m_coverRow = new QHBoxLayout;
+    m_coverRow->setSpacing(12);
+    group->addLayout(m_coverRow);
+    for (MenuBarCover cover : allMenuBarCovers) {
+        const MiniScreen::Bar bar = cover == MenuBarCover::keep     ? MiniScreen::Bar::items
+                                    : cover == MenuBarCover::entire ? MiniScreen::Bar::empty
+                                                                    : MiniScreen::Bar::gap;
+        auto* thumb = new PickThumb(
+            title(cover), false, new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
+        onChoose(thumb, this, [this, cover, thumb] {
+            m_model.setMenuBarCover(cover);
+            if (cover == MenuBarCover::items)
+                m_itemsPopover->open(thumb);
+        });
+        m_coverRow->addWidget(thumb);
+        m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
+    }
+    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false,
+                           false, nullptr, content);
+}
+
+void ContentView::refreshCover()
+{
+    for (MenuBarCover cover : allMenuBarCovers) {
+        PickThumb* thumb = m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)));
+        const QSignalBlocker block(thumb);
+        thumb->setSelected(m_model.menuBarCover() == cover);
+    }
+}
+
+void ContentView::refreshItems()
+{
+    const QList<MenuBarItem>& items = m_model.menuBarItems();
+    if (items != m_toggledItems) {
+        for (QCheckBox* toggle : std::as_const(m_itemToggles)) {
+            toggle->hide();
+            toggle->deleteLater();
+        }
+        m_itemToggles.clear();
+        m_toggledItems = items;
+        m_noItems->setVisible(items.isEmpty());
+        for (const MenuBarItem& item : items) {
+            auto* toggle = new QCheckBox(item.label, m_itemsPopover);
+            toggle->setAccessibleName(item.label);
+            toggle->setObjectName(item.label);
+            const quint32 id = item.id;
+            // Clicks and assistive tools' toggles both come as `toggled`.
+            connect(toggle, &QCheckBox::toggled, this, [this, id] { m_model.toggleItem(id); });
+            m_itemsLayout->addWidget(toggle);
+            m_itemToggles.append(toggle);
+        }
+        if (m_itemsPopover->isVisible())
+            m_itemsPopover->adjustSize();
+    }
+    for (qsizetype i = 0; i < m_itemToggles.size(); ++i) {
+        const QSignalBlocker block(m_itemToggles[i]);
+        m_itemToggles[i]->setChecked(m_model.selectedItemIDs().contains(m_toggledItems[i].id));
+    }
+}
+
+QAbstractButton* ContentView::pickThumb(const QString& group, const QString& label) const
+{
+    return m_thumbs.value(groupKey(group, label));
+}
+
+// --- Popovers --------------------------------------------------------------------------------
+
+void ContentView::buildPopovers()
+{
+    m_customPopover = new Popover(QStringLiteral("Custom size"), this);
+    auto* customLayout = new QVBoxLayout(m_customPopover);
+    customLayout->setContentsMargins(0, 0, 0, 0);
+    m_customForm = new CustomSizeForm(m_customPopover);
+    customLayout->addWidget(m_customForm);
+    connect(m_customForm, &CustomSizeForm::confirmed, this, &ContentView::confirmCustomSize);
+
+    m_colorPopover = new Popover(QStringLiteral("Background color"), this);
+    auto* colorLayout = new QVBoxLayout(m_colorPopover);
+    colorLayout->setContentsMargins(0, 0, 0, 0);
+    m_colorPicker = makeColorPicker(m_model, this);
+    colorLayout->addWidget(m_colorPicker);
+
+    m_imagePopover = new Popover(QStringLiteral("Background images"), this);
+    m_wellsRow = new QHBoxLayout(m_imagePopover);
+    m_wellsRow->setContentsMargins(16, 16, 16, 16);
+    m_wellsRow->setSpacing(14);
+    m_wellsRow->setAlignment(Qt::AlignTop);
+    m_lightWell = new WallpaperWell(QStringLiteral("Light"), m_model.lightWallpaperURL());
+    connect(m_lightWell, &WallpaperWell::picked, this,
+            [this](const QString& path) { m_model.setLightWallpaperURL(path); });
+    connect(m_lightWell, &WallpaperWell::cleared, this,
+            [this] { m_model.setLightWallpaperURL(std::nullopt); });
+    m_darkWell = new WallpaperWell(QStringLiteral("Dark"), m_model.darkWallpaperURL());
+    connect(m_darkWell, &WallpaperWell::picked, this,
+            [this](const QString& path) { m_model.setDarkWallpaperURL(path); });
+    connect(m_darkWell, &WallpaperWell::cleared, this,
+            [this] { m_model.setDarkWallpaperURL(std::nullopt); });
+    m_wellsRow->addWidget(m_lightWell);
+    m_wellsRow->addWidget(m_darkWell);
+
+    m_itemsPopover = new Popover(QStringLiteral("Detected items"), this);
+    auto* itemsStack = new QVBoxLayout(m_itemsPopover);
+    itemsStack->setContentsMargins(16, 16, 16, 16);
+    itemsStack->setSpacing(8);
+    m_itemsPopover->setFixedWidth(220);
+    auto* header = new QHBoxLayout;
+    header->addWidget(groupLabel(QStringLiteral("Detected items"), m_itemsPopover));
+    header->addStretch(1);
+    auto* rescan = new QToolButton(m_itemsPopover);
+    rescan->setAutoRaise(true);
+    rescan->setText(QStringLiteral("Rescan"));
+    rescan->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 12,
+                                       Look::secondary(palette()), devicePixelRatioF())));
+    rescan->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    rescan->setIconSize(QSize(12, 12));
+    rescan->setFont(Look::caption());
+    rescan->setAccessibleName(QStringLiteral("Rescan"));
+    rescan->setObjectName(QStringLiteral("Rescan"));
+    connect(rescan, &QToolButton::clicked, this, [this] { m_model.refreshMenuBarItems(); });
+    m_rescan = rescan;
+    header->addWidget(rescan);
+    itemsStack->addLayout(header);
+    m_noItems =
+        new QLabel(QStringLiteral("No menu-bar items detected. Click Rescan."), m_itemsPopover);
+    m_noItems->setWordWrap(true);
+    UiStyle::makeSecondaryCaption(m_noItems);
+    itemsStack->addWidget(m_noItems);
+    m_itemsLayout = new QVBoxLayout;
+    m_itemsLayout->setSpacing(4);
+    itemsStack->addLayout(m_itemsLayout);
+}
+
+bool ContentView::showCustomPopover() const
+{
+    return m_customPopover->isVisible();
+}
+
+bool ContentView::showColorPopover() const
+{
+    return m_colorPopover->isVisible();
+}
+
+bool ContentView::showImagePopover() const
+{
+    return m_imagePopover->isVisible();
+}
+
+bool ContentView::showItemsPopover() const
+{
+    return m_itemsPopover->isVisible();
+}
+
+// --- Redrawing -------------------------------------------------------------------------------
+
+void ContentView::onPublished(AppModel::Field field)
+{
+    using F = AppModel::Field;
+    switch (field) {
+    case F::displays:
+    case F::selectedDisplayID:
+        refreshDisplays();
+        break;
+    case F::modes:
+        refreshTiles();
+        break;
+    case F::currentSize:
+        refreshTiles();
+        refreshCenterCells();
+        break;
+    case F::windows:
+    case F::selectedWindowID:
+        refreshWindowList();
+        refreshWindowControls();
+        break;
+    case F::canControlWindows:
+        refreshWindowControls();
+        break;
+    case F::desktopIconsHidden:
+    case F::background:
+    case F::backgroundColor:
+    case F::lightWallpaperURL:
+    case F::darkWallpaperURL:
+        refreshDesktop();
+        break;
+    case F::menuBarCover:
+        refreshCover();
+        refreshBanners();
+        break;
+    case F::canCloneBar:
+    case F::canNameItems:
+        refreshBanners();
+        break;
+    case F::menuBarItems:
+    case F::selectedItemIDs:
+        refreshItems();
+        break;
+    case F::enabled:
+        // The panel has no master switch of its own: nothing depends on it.
+        break;
+    }
+    updatePanelWidth();
+}
+
+void ContentView::updatePanelWidth()
+{
+    // The panel is as wide as the natural width of the Desktop and Menu Bar row; the cards above
+    // stretch to it. The window card also reports the least width its columns need: with the
+    // wider fonts common on Linux desktops the size captions would otherwise be squeezed, so the
+    // larger of the two wins.
+    const int reported =
+        std::max(m_bottomRow->sizeHint().width(), m_windowCard->minimumSizeHint().width());
+    if (reported > 1)
+        m_panelWidth = reported;
+    m_panel->setFixedWidth(int(m_panelWidth));
+}

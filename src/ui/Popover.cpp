@@ -1,0 +1,77 @@
+// Anchored popup panels of the main window.
+#include "Popover.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QScreen>
+
+Popover::Popover(const QString& name, QWidget* parent)
+    : QFrame(parent, Qt::Tool | Qt::FramelessWindowHint)
+{
+    setWindowTitle(name);
+    setAccessibleName(name);
+    setObjectName(name);
+    setFrameShape(QFrame::StyledPanel);
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);
+}
+
+void Popover::open(QWidget* anchor)
+{
+    m_anchor = anchor;
+    adjustSize();
+    QPoint position;
+    QRect available;
+    if (anchor) {
+        const QPoint bottomCentre =
+            anchor->mapToGlobal(QPoint(anchor->width() / 2, anchor->height()));
+        position = QPoint(bottomCentre.x() - width() / 2, bottomCentre.y() + 4);
+        if (QScreen* screen = anchor->screen())
+            available = screen->availableGeometry();
+    }
+    if (available.isValid()) {
+        position.setX(std::clamp(position.x(), available.left(),
+                                 std::max(available.left(), available.right() - width())));
+        // Above the anchor when there is no room below it.
+        if (anchor && position.y() + height() > available.bottom())
+            position.setY(anchor->mapToGlobal(QPoint()).y() - height() - 4);
+    }
+    move(position);
+    show();
+    raise();
+    activateWindow();
+}
+
+void Popover::showEvent(QShowEvent* event)
+{
+    QFrame::showEvent(event);
+    m_wasActive = false;
+    emit opened();
+}
+
+void Popover::hideEvent(QHideEvent* event)
+{
+    QFrame::hideEvent(event);
+    emit closed();
+}
+
+void Popover::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        hide();
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
+void Popover::changeEvent(QEvent* event)
+{
+    QFrame::changeEvent(event);
+    if (event->type() != QEvent::ActivationChange)
+        return;
+    // A click anywhere else takes the focus away: the panel goes, as popovers do.
+    if (isActiveWindow())
+        m_wasActive = true;
+    else if (m_wasActive && isVisible())
+        hide();
+}

@@ -1,0 +1,32 @@
+// A small transient panel anchored below a control. It closes when it loses the focus (the
+// user clicked elsewhere) or on Escape. It is a frameless tool window rather than a popup
+// menu, so assistive tools see it and its controls like those of any other window.
+#pragma once
+
+#include <QFrame>
+#include <QPointer>
+
+class Popover final : public QFrame {
+    Q_OBJECT
+public:
+    // `name` is the accessible name of the panel.
+    Popover(const QString& name, QWidget* parent);
+
+    // Opens below `anchor`, horizontally centred on it, kept on the anchor's screen.
+    void open(QWidget* anchor);
+    QWidget* anchor() const { return m_anchor; }
+
+signals:
+    void opened();
+    void closed();
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    QPointer<QWidget> m_anchor;
+    bool m_wasActive = false;
+};

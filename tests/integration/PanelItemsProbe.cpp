@@ -1,0 +1,118 @@
+// Test tool: prints what the program's own backends see of the panel on the current X display.
+//
+//   quillet_panel_items                 the tray items, left to right
+//   quillet_panel_items --windows       the window-list snapshot, front to back
+//   quillet_panel_items --names         the named tray elements
+//   quillet_panel_items --time N        N snapshots and N full scans, with timings in ms
+//
+// Item lines: "id=0x… x=… y=… w=… h=… owner=… label=…" with the rectangle in global top-left
+// coordinates, so it can be compared with xwininfo on a desktop whose primary monitor is at 0,0.
+#include "MenuBarNamer.h"
+#include "MenuBarScanner.h"
+#include "platform/Platform.h"
+#include "platform/x11/PlatformFactory.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QTextStream>
+#include <algorithm>
+
+namespace {
+
+QTextStream out(stdout);
+
+double primaryHeight(const Platform& platform)
+{
+    for (const ScreenInfo& s : platform.screens().screens()) {
+        if (s.frame.topLeft() == QPointF(0, 0))
+            return s.frame.height();
+    }
+    return 0;
+}
+
+void printItems(const Platform& platform)
+{
+    const double height = primaryHeight(platform);
+    for (const MenuBarItem& item : MenuBarScanner::currentItems(platform)) {
+        const QRectF& r = item.cocoaRect;
+        out << QStringLiteral("id=0x%1 x=%2 y=%3 w=%4 h=%5 owner=%6 label=%7\n")
+                   .arg(item.id, 0, 16)
+                   .arg(r.x())
+                   .arg(height - r.y() - r.height())
+                   .arg(r.width())
+                   .arg(r.height())
+                   .arg(item.owner, item.label);
+    }
+}
+
+void printWindows(const Platform& platform)
+{
+    for (const WindowListEntry& e : platform.windowList().onScreenWindows()) {
+        out << QStringLiteral("layer=%1 id=0x%2 x=%3 y=%4 w=%5 h=%6 pid=%7 owner=%8 name=%9\n")
+                   .arg(e.layer)
+                   .arg(e.number, 0, 16)
+                   .arg(e.bounds.x())
+                   .arg(e.bounds.y())
+                   .arg(e.bounds.width())
+                   .arg(e.bounds.height())
+                   .arg(e.ownerPid)
+                   .arg(e.ownerName.value_or(QStringLiteral("<none>")),
+                        e.windowName.value_or(QStringLiteral("<none>")));
+    }
+}
+
+void printNames(const Platform& platform)
+{
+    for (const NamedExtra& n : MenuBarNamer::named(platform))
+        out << QStringLiteral("x=%1 name=%2\n").arg(n.x).arg(n.name);
+}
+
+template <typename F> QList<double> timed(int runs, F f)
+{
+    QList<double> ms;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer t;
+        t.start();
+        f();
+        ms << t.nsecsElapsed() / 1e6;
+    }
+    std::sort(ms.begin(), ms.end());
+    return ms;
+}
+
+void printTimes(const char* what, QList<double> ms)
+{
+    out << QStringLiteral("%1: runs=%2 min=%3 median=%4 max=%5 ms\n")
+               .arg(QLatin1String(what))
+               .arg(ms.size())
+               .arg(ms.first(), 0, 'f', 2)
+               .arg(ms.at(ms.size() / 2), 0, 'f', 2)
+               .arg(ms.last(), 0, 'f', 2);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QGuiApplication app(argc, argv);
+    const auto platform = createPlatform();
+    const QStringList args = app.arguments().mid(1);
+    if (platform->name() == QLatin1String("degraded")) {
+        QTextStream(stderr) << "quillet_panel_items: no X11 session\n";
+        return 2;
+    }
+    if (args.value(0) == QLatin1String("--windows")) {
+        printWindows(*platform);
+    } else if (args.value(0) == QLatin1String("--names")) {
+        printNames(*platform);
+    } else if (args.value(0) == QLatin1String("--time")) {
+        const int runs = std::max(1, args.value(1).toInt());
+        printTimes("snapshot", timed(runs, [&] { platform->windowList().onScreenWindows(); }));
+        printTimes("names", timed(runs, [&] { platform->itemNames().trayElements(); }));
+        printTimes("scan", timed(runs, [&] { MenuBarScanner::currentItems(*platform); }));
+    } else {
+        printItems(*platform);
+    }
+    out.flush();
+    return 0;
+}

@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Tray items of the real Xfce panel as the program's backends see them: the two XEmbed icons and
+# the StatusNotifierItem of the test desktop left to right with their names and positions, an
+# item added and removed again, and no items once the panel is gone.
+# Usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS
+set -uo pipefail
+
+source "$(dirname "$0")/../support/desktop/lib.sh"
+
+probe=${3:?usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS}
+[ -x "$probe" ] || {
+  echo "not executable: $probe" >&2
+  exit 1
+}
+
+qd_init panel_items
+qd_start_desktop
+qd_new_home
+export QT_QPA_PLATFORM=xcb
+
+items() { "$probe" 2>>"$QD_TMP/probe.log"; }
+field() { # NAME LINE
+  sed -n "s/.* $1=\([^ ]*\).*/\1/p; s/^$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
+}
+label_of() { sed -n 's/.* label=//p' <<<"$1"; }
+labels() { items | sed -n 's/.* label=//p' | paste -sd '|'; }
+labels_are() { [ "$(labels)" = "$1" ]; }
+
+# The XEmbed icons as xprobe reads them from the X server: "id x w" each.
+xembed_icons() {
+  qd_xprobe tray-icons | sed -n 's/^\(0x[0-9a-f]*\) .* x=\([-0-9]*\) y=[-0-9]* w=\([0-9]*\) .*/\1 \2 \3/p'
+}
+
+panel_height() {
+  qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p'
+}
+
+# Colour of one pixel of the screen as RRGGBB.
+pixel() { # X Y
+  local shot=$QD_TMP/pixel.png
+  qd_screenshot "$shot" && convert "$shot" -crop "1x1+$1+$2" -depth 8 txt:- |
+    sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | tr 'a-f' 'A-F'
+}
+
+base="YAD 1|YAD 2|Quillet test status item"
+
+qd_section "the desktop's tray items, left to right"
+# The panel draws its status item once it has read the item's properties.
+qd_wait_for 15 "three tray items" labels_are "$base" || true
+scan=$(items)
+qd_log "scan:"$'\n'"$scan"
+qd_check_eq "labels left to right" "$base" "$(labels)"
+
+mapfile -t lines <<<"$scan"
+height=$(panel_height)
+previous_right=-1
+for line in "${lines[@]}"; do
+  x=$(field x "$line") w=$(field w "$line")
+  qd_check "item '$(label_of "$line")' spans the panel's height from its top edge" \
+    test "$(field y "$line")" = 0 -a "$(field h "$line")" = "$height"
+  qd_check "item '$(label_of "$line")' lies right of the previous one" test "$x" -ge "$previous_right"
+  previous_right=$((x + w))
+done
+
+# Each XEmbed item is its icon window, at the place the X server gives for it.
+while read -r id x w; do
+  line=$(grep "^id=$id " <<<"$scan")
+  qd_check "XEmbed icon $id is an item" test -n "$line"
+  qd_check_eq "XEmbed icon $id: x as xwininfo reads it" \
+    "$(xwininfo -id "$id" | sed -n 's/.*Absolute upper-left X: *//p')" "$(field x "$line")"
+  qd_check_eq "XEmbed icon $id: width" "$w" "$(field w "$line")"
+  qd_check_eq "XEmbed icon $id: owner" yad "$(field owner "$line")"
+done < <(xembed_icons)
+
+# The status item has no window: its rectangle must be where the panel paints its icon (a
+# themed icon here; the item added below paints a plain colour and is checked exactly).
+sni=$(grep 'label=Quillet test status item$' <<<"$scan")
+sx=$(field x "$sni") sw=$(field w "$sni") sh=$(field h "$sni")
+background=$(pixel 1000 $((sh / 2)))
+qd_check "the status item's centre shows its icon, not the panel's background ($background)" \
+  test "$(pixel $((sx + sw / 2)) $((sh / 2)))" != "$background"
+qd_check_eq "the status item's owner is its process" python3 "$(field owner "$sni")"
+qd_check "the status item's id is synthetic (top bit set)" \
+  test $(($(field id "$sni" | sed 's/^id=//') & 0x80000000)) != 0
+
+windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
+qd_check "the window list has the panel at layer 24" \
+  grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
+
+qd_section "a status item added and removed again"
+# The panel lists a newly known item before the items it knew already.
+qd_launch extra_sni "$QD_TMP/extra-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
+  --title "Extra item" --tooltip "ignored" --color 27ae60
+added="YAD 1|YAD 2|Extra item|Quillet test status item"
+qd_check "the new item appears in the panel's order with its title" \
+  qd_wait_for 15 "four tray items" labels_are "$added"
+qd_log "labels: $(labels)"
+scan=$(items)
+extra=$(grep 'label=Extra item$' <<<"$scan")
+qd_check_eq "the new item shows its own icon" 27AE60 \
+  "$(pixel $(($(field x "$extra") + $(field w "$extra") / 2)) $(($(field h "$extra") / 2)))"
+qd_stop_process "$extra_sni" TERM 10 || true
+qd_check "a rescan drops the item whose application quit" qd_wait_for 15 "three tray items" labels_are "$base"
+
+qd_section "an XEmbed icon added and removed again"
+qd_launch extra_yad "$QD_TMP/extra-yad.log" yad --notification --text="Extra icon" --image=dialog-error
+qd_check "the new icon is numbered with the others" \
+  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|YAD 3|Quillet test status item"
+qd_stop_process "$extra_yad" TERM 10 || true
+qd_check "a rescan drops the icon whose application quit" qd_wait_for 15 "three tray items" labels_are "$base"
+
+qd_section "no panel"
+xfce4-panel --quit >>"$QD_TMP/panel-quit.log" 2>&1 || true
+qd_check "without the panel the scan finds nothing" qd_wait_for 15 "no tray items" labels_are ""
+status=0
+"$probe" >/dev/null 2>>"$QD_TMP/probe.log" || status=$?
+qd_check_eq "the scan still succeeds" 0 "$status"
+
+qd_finish

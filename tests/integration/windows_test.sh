@@ -1,0 +1,213 @@
+#!/usr/bin/env bash
+# Other applications' windows on a real Xfce desktop: the list holds only ordinary windows of
+# other programs, grouped by application and named from their desktop entries; every region,
+# fill, a preset and a custom size put the outer frame exactly on the visible frame of the
+# monitor that holds the window, below the panel; a maximised window is arranged too; minimising
+# hides the window and selects the first remaining one.
+# Usage: windows_test.sh [IGNORED]; QUILLET_WINDOW_DRIVER names the driver executable.
+set -uo pipefail
+
+source "$(dirname "$0")/../support/desktop/lib.sh"
+
+driver=${QUILLET_WINDOW_DRIVER:-$QD_REPO/build/tests/integration/driver/quillet_window_driver}
+[ -x "$driver" ] || {
+  echo "not executable: $driver (set QUILLET_WINDOW_DRIVER)" >&2
+  exit 1
+}
+
+qd_init windows
+# Two monitors need Xorg with the dummy driver, which runs only as root.
+monitor_count=1
+[ "$(id -u)" != 0 ] || monitor_count=2
+qd_start_desktop --monitors "$monitor_count"
+qd_new_home
+
+# --- the desktop's geometry, read back independently of the program ---------------------------
+
+# "w h x y" of each monitor, in RandR's order.
+mapfile -t monitors < <(xrandr --listmonitors | awk 'NR > 1 {split($3, a, /[\/x+]/); print a[1], a[3], a[5], a[6]}')
+qd_check_eq "monitors on the test desktop" "$monitor_count" "${#monitors[@]}"
+
+# Top struts of the dock windows: "top start-x end-x" per dock.
+dock_struts() {
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    xprop -id "$id" _NET_WM_WINDOW_TYPE | grep -q _NET_WM_WINDOW_TYPE_DOCK || continue
+    xprop -id "$id" _NET_WM_STRUT_PARTIAL | sed -n 's/.*= //p' | tr -d , |
+      awk '{print $3, $9, $10}'
+  done
+}
+mapfile -t struts < <(dock_struts)
+qd_check "the panel reserves a top strut" test "${#struts[@]}" -ge 1
+
+# "x y w h" (root = global top-left coordinates here) of a monitor less the top struts over it.
+visible_frame() { # W H X Y
+  local w=$1 h=$2 x=$3 y=$4 top=$4 strut
+  for strut in "${struts[@]}"; do
+    set -- $strut
+    if [ "$1" -gt "$top" ] && [ "$2" -lt $((x + w)) ] && [ "$3" -ge "$x" ]; then top=$1; fi
+  done
+  echo "$x $top $w $((h - (top - y)))"
+}
+
+# The outer frame "x y w h" of a client window: its root position and size plus the decorations.
+outer_frame() { # WINDOW-ID
+  local info extents
+  info=$(xwininfo -id "$1" 2>/dev/null) || return 1
+  extents=$(xprop -id "$1" _NET_FRAME_EXTENTS | sed -n 's/.*= //p' | tr -d ,)
+  [ -n "$extents" ] || extents="0 0 0 0"
+  awk -v e="$extents" '
+    BEGIN {split(e, x, " ")}
+    /Absolute upper-left X/ {ax = $4} /Absolute upper-left Y/ {ay = $4}
+    /^  Width:/ {w = $2} /^  Height:/ {h = $2}
+    END {print ax - x[1], ay - x[3], w + x[1] + x[2], h + x[3] + x[4]}' <<<"$info"
+}
+
+# The expected outer frame of an arrangement (or "resize W H") on a visible frame. Positions
+# round to the nearest pixel and sizes down, as the program hands them to the X server.
+expected_frame() { # VX VY VW VH ARRANGEMENT [W H]
+  awk -v x="$1" -v y="$2" -v w="$3" -v h="$4" -v a="$5" -v rw="${6:-0}" -v rh="${7:-0}" 'BEGIN {
+    hw = w * 0.5; hh = h * 0.5; mx = x + w / 2; my = y + h / 2
+    if (a == "fill")             { X = x;  Y = y;  W = w;  H = h }
+    else if (a == "leftHalf")    { X = x;  Y = y;  W = hw; H = h }
+    else if (a == "rightHalf")   { X = mx; Y = y;  W = hw; H = h }
+    else if (a == "topHalf")     { X = x;  Y = y;  W = w;  H = hh }
+    else if (a == "bottomHalf")  { X = x;  Y = my; W = w;  H = hh }
+    else if (a == "topLeft")     { X = x;  Y = y;  W = hw; H = hh }
+    else if (a == "topRight")    { X = mx; Y = y;  W = hw; H = hh }
+    else if (a == "bottomLeft")  { X = x;  Y = my; W = hw; H = hh }
+    else if (a == "bottomRight") { X = mx; Y = my; W = hw; H = hh }
+    else if (a == "resize") {
+      W = rw < w ? rw : w; H = rh < h ? rh : h
+      X = mx - W * 0.5; Y = my - H * 0.5
+    }
+    printf "%d %d %d %d\n", int(X + 0.5), int(Y + 0.5), int(W), int(H)
+  }'
+}
+
+frame_is() { [ "$(outer_frame "$1")" = "$2" ]; }
+
+window_id() { # EXACT-TITLE
+  xdotool search --name "^$1\$" 2>/dev/null | head -n 1
+}
+
+# --- sample applications -----------------------------------------------------------------------
+
+mkdir -p "$XDG_DATA_HOME/applications"
+printf '[Desktop Entry]\nType=Application\nName=Sample Notes\nExec=true\n' \
+  >"$XDG_DATA_HOME/applications/org.quillet.SampleNotes.desktop"
+
+read -r m0w m0h m0x m0y <<<"${monitors[0]}"
+read -r m1w m1h m1x m1y <<<"${monitors[$((${#monitors[@]} - 1))]}"
+left_at() { echo "$((m0x + 100 + $1))+$((m0y + 150 + $1))"; }
+right_at() { echo "$((m1x + m1w / 2 + $1))+$((m1y + 200 + $1))"; }
+
+sample=("$QD_PYTHON" "$QD_SUPPORT/sample_windows.py")
+qd_launch notes_pid "$QD_TMP/notes.log" "${sample[@]}" --app-id org.quillet.SampleNotes \
+  "Notes left@500x300+$(left_at 0)" "Notes right@500x300+$(right_at 0)"
+qd_wait_for 15 "the Notes windows" sh -c "xdotool search --name '^Notes right\$'"
+qd_launch sketch_pid "$QD_TMP/sketch.log" "${sample[@]}" --class sample-sketch \
+  "Sketch left@400x250+$(left_at 60)" "Sketch right@400x250+$(right_at 60)"
+qd_launch dialog_pid "$QD_TMP/dialog.log" "${sample[@]}" --type dialog "Filter dialog@300x200"
+qd_launch utility_pid "$QD_TMP/utility.log" "${sample[@]}" --type utility "Filter utility@300x200"
+qd_launch skip_pid "$QD_TMP/skip.log" "${sample[@]}" --skip-taskbar "Filter skip@300x200"
+for title in "Sketch right" "Filter dialog" "Filter utility" "Filter skip"; do
+  qd_wait_for 15 "the window '$title'" sh -c "xdotool search --name '^$title\$'" ||
+    qd_fail "the window '$title' did not appear"
+done
+sleep 0.5
+
+# --- the list ----------------------------------------------------------------------------------
+
+qd_section "the list holds only ordinary windows of other programs"
+listing=$("$driver" own-window "Driver window" refresh list 2>"$QD_TMP/driver-list.log")
+printf '%s\n' "$listing" >"$QD_ARTIFACTS/list.txt"
+qd_check "the driver's own window was managed while it listed" grep -q '^own 0x[0-9a-f]* managed$' <<<"$listing"
+titles=$(sed -n 's/^window [^ ]* [*-] [^\t]*\t//p' <<<"$listing" | paste -sd '|')
+qd_check_eq "listed titles, grouped by application" \
+  "Notes left|Notes right|Sketch left|Sketch right" "$titles"
+apps=$(sed -n 's/^window [^ ]* [*-] \([^\t]*\)\t.*/\1/p' <<<"$listing" | paste -sd '|')
+qd_check_eq "application names: desktop entry, else window class" \
+  "Sample Notes|Sample Notes|Sample-sketch|Sample-sketch" "$apps"
+qd_check_eq "the first window is selected" "*" "$(sed -n '2s/^window [^ ]* \(.\) .*/\1/p' <<<"$listing")"
+
+# --- regions and sizes on each monitor ---------------------------------------------------------
+
+check_window() { # TITLE MONITOR-INDEX
+  local title=$1 id visible expected a
+  id=$(window_id "$title")
+  [ -n "$id" ] || {
+    qd_fail "no window '$title'"
+    return
+  }
+  visible=$(visible_frame ${monitors[$2]})
+  qd_section "'$title' ($id) on monitor $2, visible frame $visible"
+  for a in fill leftHalf rightHalf topHalf bottomHalf topLeft topRight bottomLeft bottomRight \
+    "resize 1280 800" "resize 1000.5 700" "resize 5000 5000"; do
+    set -- $a
+    if [ "$1" = resize ]; then
+      "$driver" select "$id" resize "$2" "$3" >/dev/null 2>>"$QD_TMP/driver.log"
+    else
+      "$driver" select "$id" arrange "$1" >/dev/null 2>>"$QD_TMP/driver.log"
+    fi
+    # shellcheck disable=SC2086
+    expected=$(expected_frame $visible $a)
+    if qd_wait_for 5 "'$title' at $expected" frame_is "$id" "$expected"; then
+      qd_pass "$title: $a → $expected"
+    else
+      qd_fail "$title: $a: expected outer frame $expected, got $(outer_frame "$id")"
+    fi
+  done
+}
+
+last=$((${#monitors[@]} - 1))
+check_window "Notes left" 0
+check_window "Sketch left" 0
+check_window "Notes right" "$last"
+check_window "Sketch right" "$last"
+qd_screenshot "$QD_ARTIFACTS/arranged.png"
+
+qd_section "a maximised window is arranged"
+qd_launch max_pid "$QD_TMP/max.log" "${sample[@]}" --class sample-max --maximized "Maximised@300x200+$(right_at 0)"
+qd_wait_for 15 "the maximised window" sh -c "xprop -id \$(xdotool search --name '^Maximised\$' | head -n 1) _NET_WM_STATE | grep -q MAXIMIZED_VERT"
+max_id=$(window_id Maximised)
+"$driver" select "$max_id" arrange leftHalf >/dev/null 2>>"$QD_TMP/driver.log"
+expected=$(expected_frame $(visible_frame ${monitors[$last]}) leftHalf)
+if qd_wait_for 5 "the maximised window at $expected" frame_is "$max_id" "$expected"; then
+  qd_pass "maximised window: leftHalf → $expected"
+else
+  qd_fail "maximised window: expected $expected, got $(outer_frame "$max_id")"
+fi
+qd_check "no longer maximised" sh -c "! xprop -id $max_id _NET_WM_STATE | grep -q MAXIMIZED"
+
+# --- minimising --------------------------------------------------------------------------------
+
+qd_section "minimising hides the window and selects the first remaining one"
+notes_right=$(window_id "Notes right")
+after=$("$driver" select "$notes_right" hide list 2>>"$QD_TMP/driver.log")
+printf '%s\n' "$after" >"$QD_ARTIFACTS/list-after-hide.txt"
+qd_check "the window is hidden" sh -c "xprop -id $notes_right _NET_WM_STATE | grep -q _NET_WM_STATE_HIDDEN"
+not_listed() { ! grep -q "^window $1 " <<<"$2"; }
+qd_check "the hidden window left the list" not_listed "$notes_right" "$after"
+titles=$(sed -n 's/^window [^ ]* [*-] [^\t]*\t//p' <<<"$after" | paste -sd '|')
+qd_check_eq "the list after hiding" "Notes left|Sketch left|Sketch right|Maximised" "$titles"
+qd_check_eq "the first remaining window is selected" "*" \
+  "$(sed -n '1s/^window [^ ]* \(.\) .*/\1/p' <<<"$after")"
+
+# --- names from the legacy properties ----------------------------------------------------------
+
+qd_section "titles and application names fall back as the window allows"
+sketch_right=$(window_id "Sketch right")
+xprop -id "$sketch_right" -remove _NET_WM_NAME
+xprop -id "$sketch_right" -f WM_NAME 8s -set WM_NAME "Sketch legacy"
+xprop -id "$max_id" -remove _NET_WM_NAME
+xprop -id "$max_id" -remove WM_NAME
+xprop -id "$max_id" -remove WM_CLASS
+names=$("$driver" list 2>>"$QD_TMP/driver.log" | sed -n 's/^window [^ ]* [*-] //p' | tr '\t' '/' | paste -sd '|')
+qd_check_eq "WM_NAME without _NET_WM_NAME; no name and no class" \
+  "Sample Notes/Notes left|Sample-sketch/Sketch left|Sample-sketch/Sketch legacy|App/" "$names"
+
+for p in "$notes_pid" "$sketch_pid" "$dialog_pid" "$utility_pid" "$skip_pid" "$max_pid"; do
+  qd_stop_process "$p" TERM 5 || true
+done
+qd_finish

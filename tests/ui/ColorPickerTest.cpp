@@ -1,0 +1,378 @@
+// The colour picker: reading typed colours, the HSB round trip, the controls driven with the
+// mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "StoredKeys.h"
+#include "TestDirs.h"
+#include "ui/components/ColorPickerPopover.h"
+#include "ui/components/ColorSwatch.h"
+#include "ui/components/HueStrip.h"
+#include "ui/components/SatBriPad.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+QString hexOf(const std::optional<ColorPickerPopover::Hsb>& hsb)
+{
+    if (!hsb)
+        return QStringLiteral("none");
+    const RgbColor rgb = ColorPickerPopover::rgbFromHsb(hsb->hue, hsb->sat, hsb->bri);
+    return ColorPickerPopover::hexDigits(rgb.red, rgb.green, rgb.blue);
+}
+
+QString hexOf(const RgbColor& color)
+{
+    return ColorPickerPopover::hexDigits(color.red, color.green, color.blue);
+}
+
+// The owner's side of the binding: a stored colour that announces every assignment back to the
+// picker synchronously, the way the model's published fields do.
+struct BoundColor {
+    RgbColor value{0.2, 0.4, 0.6, 1.0};
+    int writes = 0;
+    ColorPickerPopover* picker = nullptr;
+
+    ColorPickerPopover::Binding binding()
+    {
+        return {[this] { return value; },
+                [this](const RgbColor& color) {
+                    // Stored as bytes, so what comes back differs slightly from what went out.
+                    value = ColorSwatch::colorOf(hexOf(color));
+                    ++writes;
+                    if (picker)
+                        picker->boundColorChanged(value);
+                }};
+    }
+    void changeElsewhere(const RgbColor& color)
+    {
+        value = color;
+        picker->boundColorChanged(value);
+    }
+};
+
+// Lets the queued flag resets run.
+void nextTurn()
+{
+    QCoreApplication::processEvents();
+}
+
+} // namespace
+
+TEST(ColorPickerParse, acceptedAndRejectedTexts)
+{
+    for (const char* text :
+         {"#ff1744", "FF1744", "  FF1744 \n", "\tFF1744\r\n", "F#F1744", "##FF1744", "FF1744#"})
+        EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QString::fromLatin1(text))),
+                  QStringLiteral("FF1744"))
+            << text;
+    for (const char* text : {"F17", "#F17", "FF17440", "", "######", "FF 174", "FF174G", "0xFF17"})
+        EXPECT_FALSE(ColorPickerPopover::parseHex(QString::fromLatin1(text))) << text;
+
+    // What an unsigned reader accepts: a plus sign, and a minus sign only before zero.
+    EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QStringLiteral("+12345"))),
+              QStringLiteral("012345"));
+    EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QStringLiteral("-00000"))),
+              QStringLiteral("000000"));
+    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("-12345")));
+    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("+-1234")));
+    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("1234+5")));
+}
+
+TEST(ColorPickerConversions, swatchesRoundTripAndGreysHaveNoHue)
+{
+    int count = 0;
+    for (const QStringList& row : ColorPickerPopover::palettes()) {
+        EXPECT_EQ(row.size(), 11);
+        for (const QString& digits : row) {
+            EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(digits)), digits);
+            EXPECT_EQ(hexOf(ColorSwatch::colorOf(digits)), digits);
+            ++count;
+        }
+    }
+    EXPECT_EQ(count, 55);
+    EXPECT_EQ(ColorPickerPopover::palettes().first().first(), QStringLiteral("FF1744"));
+    EXPECT_EQ(ColorPickerPopover::palettes().last().last(), QStringLiteral("57534E"));
+
+    const auto grey = ColorPickerPopover::hsbFromRgb(0.5, 0.5, 0.5);
+    EXPECT_EQ(grey.hue, 0.0);
+    EXPECT_EQ(grey.sat, 0.0);
+    EXPECT_EQ(grey.bri, 0.5);
+    // Red with more blue than green lies just below 1, not below 0.
+    const auto pink = ColorPickerPopover::hsbFromRgb(1.0, 0.0, 0.5);
+    EXPECT_NEAR(pink.hue, 11.0 / 12.0, 1e-12);
+    const auto blue = ColorPickerPopover::hsbFromRgb(0.0, 0.0, 1.0);
+    EXPECT_NEAR(blue.hue, 2.0 / 3.0, 1e-12);
+    EXPECT_EQ(ColorPickerPopover::hsbFromRgb(0, 0, 0).sat, 0.0);
+
+    // Hues outside 0…1 wrap round.
+    EXPECT_EQ(hexOf(ColorPickerPopover::rgbFromHsb(-1.0 / 3.0, 1, 1)),
+              hexOf(ColorPickerPopover::rgbFromHsb(2.0 / 3.0, 1, 1)));
+    EXPECT_EQ(hexOf(ColorPickerPopover::rgbFromHsb(0.9999, 1, 1)), QStringLiteral("FF0000"));
+    // Halves round away from zero.
+    EXPECT_EQ(ColorPickerPopover::hexDigits(0.5 / 255.0, 1.5 / 255.0, 254.5 / 255.0),
+              QStringLiteral("0102FF"));
+}
+
+TEST(ColorPickerPopover, swatchesInOrderWithTooltipsAndClicks)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    bound.picker = &picker;
+    picker.show();
+    nextTurn();
+
+    ASSERT_EQ(picker.swatches().size(), 55);
+    int index = 0;
+    int previousY = -1;
+    for (const QStringList& row : ColorPickerPopover::palettes()) {
+        int previousX = -1;
+        for (const QString& digits : row) {
+            ColorSwatch* swatch = picker.swatches().at(index++);
+            EXPECT_EQ(swatch->toolTip(), QStringLiteral("#") + digits);
+            EXPECT_EQ(swatch->accessibleName(), QStringLiteral("#") + digits);
+            EXPECT_EQ(swatch->size(), QSize(18, 18));
+            EXPECT_GT(swatch->x(), previousX);
+            previousX = swatch->x() + 18 + 1;
+        }
+        EXPECT_GT(picker.swatches().at(index - 1)->y(), previousY);
+        previousY = picker.swatches().at(index - 1)->y();
+    }
+
+    ColorSwatch* stone = picker.swatches().last();
+    QTest::mouseClick(stone, Qt::LeftButton);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("57534E"));
+    EXPECT_EQ(picker.hexField()->text(), QStringLiteral("57534E"));
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("57534E"));
+    EXPECT_EQ(bound.writes, 1) << "one click writes the colour once";
+    const QImage drawn = stone->grab().toImage();
+    EXPECT_EQ(drawn.pixelColor(9, 9), QColor(0x57, 0x53, 0x4E));
+}
+
+TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    bound.picker = &picker;
+    picker.show();
+    nextTurn();
+    SatBriPad* pad = picker.satBriPad();
+    HueStrip* strip = picker.hueStrip();
+    const QPointF padOrigin = SatBriPad::padRect().topLeft();
+
+    // Pure red first, from the strip's left end and the pad's top-right corner.
+    QTest::mousePress(strip, Qt::LeftButton, {},
+                      HueStrip::stripRect().topLeft().toPoint() + QPoint(-4, 7));
+    QTest::mouseRelease(strip, Qt::LeftButton, {}, HueStrip::stripRect().topLeft().toPoint());
+    EXPECT_EQ(picker.hue(), 0.0);
+    QTest::mousePress(pad, Qt::LeftButton, {}, (padOrigin + QPointF(220, 0)).toPoint());
+    EXPECT_EQ(picker.sat(), 1.0);
+    EXPECT_EQ(picker.bri(), 1.0);
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("FF0000"));
+    // Dragging out past the bottom-left corner clamps to black.
+    QTest::mouseMove(pad, (padOrigin + QPointF(-30, 200)).toPoint());
+    QTest::mouseRelease(pad, Qt::LeftButton, {}, (padOrigin + QPointF(-30, 200)).toPoint());
+    EXPECT_EQ(picker.sat(), 0.0);
+    EXPECT_EQ(picker.bri(), 0.0);
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("000000"));
+    EXPECT_EQ(picker.hexText(), QStringLiteral("000000"));
+
+    // The middle of the pad: half saturation, half brightness.
+    QTest::mouseClick(pad, Qt::LeftButton, {}, (padOrigin + QPointF(110, 70)).toPoint());
+    EXPECT_NEAR(picker.sat(), 0.5, 1e-9);
+    EXPECT_NEAR(picker.bri(), 0.5, 1e-9);
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("804040"));
+    QTest::keyClick(pad, Qt::Key_Up, Qt::ShiftModifier);
+    QTest::keyClick(pad, Qt::Key_Left);
+    EXPECT_NEAR(picker.sat(), 0.49, 1e-9);
+    EXPECT_NEAR(picker.bri(), 0.6, 1e-9);
+
+    // The strip's right end, and beyond it, stop short of a full turn.
+    const QPoint stripEnd = HueStrip::stripRect().topRight().toPoint() + QPoint(0, 7);
+    QTest::mousePress(strip, Qt::LeftButton, {}, stripEnd - QPoint(110, 0));
+    EXPECT_NEAR(picker.hue(), 0.5, 1e-9);
+    QTest::mouseMove(strip, stripEnd + QPoint(40, 0));
+    QTest::mouseRelease(strip, Qt::LeftButton, {}, stripEnd + QPoint(40, 0));
+    EXPECT_EQ(picker.hue(), 0.9999);
+    EXPECT_EQ(HueStrip::hueAt(220, 220), 0.9999);
+    // The keyboard reaches the same limits.
+    QTest::keyClick(strip, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(picker.hue(), 0.9999);
+    QTest::keyClick(strip, Qt::Key_Left);
+    EXPECT_NEAR(picker.hue(), 0.9899, 1e-12);
+
+    // The pad shows the hue at its top-right and black along its bottom.
+    nextTurn();
+    const QImage image = pad->grab().toImage();
+    const QColor topRight = image.pixelColor((padOrigin + QPointF(217, 3)).toPoint());
+    EXPECT_GT(topRight.red(), 240);
+    EXPECT_LT(topRight.green(), 20);
+    const QColor bottom = image.pixelColor((padOrigin + QPointF(60, 139)).toPoint());
+    EXPECT_LT(bottom.value(), 10);
+    // The white ring of the marker sits at (sat × width, (1 − bri) × height).
+    const QPointF marker =
+        padOrigin + SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140});
+    const QPoint ring(int(marker.x() + 6.5), int(marker.y()));
+    EXPECT_GT(image.pixelColor(ring).lightness(), 230);
+    // Inside the ring the pad shows through.
+    EXPECT_LT(image.pixelColor(ring - QPoint(4, 0)).lightness(), 200);
+}
+
+TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    bound.picker = &picker;
+    picker.show();
+    nextTurn();
+    EXPECT_EQ(picker.hexText(), QStringLiteral("336699")) << "loaded from the binding when shown";
+    QLineEdit* field = picker.hexField();
+    EXPECT_EQ(field->placeholderText(), QStringLiteral("hex"));
+    EXPECT_EQ(field->height(), 22);
+
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClicks(field, QStringLiteral("000000"));
+    EXPECT_EQ(picker.hexText(), QStringLiteral("000000"));
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("336699")) << "typing alone changes nothing";
+    EXPECT_EQ(bound.writes, 0);
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(picker.hue(), 0.0);
+    EXPECT_EQ(picker.sat(), 0.0);
+    EXPECT_EQ(picker.bri(), 0.0);
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("000000"));
+    // The marker moved to the pad's bottom-left corner.
+    EXPECT_EQ(SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140}), QPointF(0, 140));
+    EXPECT_EQ(picker.satBriPad()->sat(), 0.0);
+    EXPECT_EQ(picker.satBriPad()->bri(), 0.0);
+    nextTurn();
+
+    // A committed value in another spelling comes back in canonical form.
+    field->selectAll();
+    QTest::keyClicks(field, QStringLiteral(" #ff1744 "));
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("FF1744"));
+    EXPECT_EQ(field->text(), QStringLiteral("FF1744"));
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("FF1744"));
+    nextTurn();
+
+    // Invalid text stays as typed and changes nothing.
+    const int writes = bound.writes;
+    field->selectAll();
+    QTest::keyClicks(field, QStringLiteral("F17"));
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(field->text(), QStringLiteral("F17"));
+    EXPECT_EQ(bound.writes, writes);
+    EXPECT_EQ(hexOf(bound.value), QStringLiteral("FF1744"));
+}
+
+TEST(ColorPickerPopover, changesDoNotEcho)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    bound.picker = &picker;
+    picker.show();
+    nextTurn();
+    EXPECT_FALSE(picker.suppressInbound());
+    EXPECT_FALSE(picker.suppressOutbound());
+
+    // A change from elsewhere updates the picker without being written back.
+    bound.changeElsewhere({0.0, 0.0, 1.0, 1.0});
+    EXPECT_NEAR(picker.hue(), 2.0 / 3.0, 1e-12);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("0000FF"));
+    EXPECT_EQ(bound.writes, 0);
+    EXPECT_TRUE(picker.suppressOutbound());
+    nextTurn();
+    EXPECT_FALSE(picker.suppressOutbound());
+
+    // A drag writes the colour; the owner's echo (rounded to bytes) is not read back, so the
+    // exact dragged state stays.
+    const QPointF padOrigin = SatBriPad::padRect().topLeft();
+    QTest::mouseClick(picker.satBriPad(), Qt::LeftButton, {},
+                      (padOrigin + QPointF(77, 33)).toPoint());
+    const double sat = picker.sat();
+    const double bri = picker.bri();
+    EXPECT_EQ(bound.writes, 1);
+    EXPECT_TRUE(picker.suppressInbound());
+    EXPECT_NEAR(sat, 77.0 / 220.0, 1e-12);
+    EXPECT_NEAR(bri, 1.0 - 33.0 / 140.0, 1e-12);
+    nextTurn();
+    EXPECT_FALSE(picker.suppressInbound());
+
+    // Loading a grey drops the hue shown before.
+    bound.changeElsewhere({0.5, 0.5, 0.5, 1.0});
+    EXPECT_EQ(picker.hue(), 0.0);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("808080"));
+    EXPECT_EQ(picker.hueStrip()->hue(), 0.0);
+    EXPECT_EQ(bound.writes, 1);
+}
+
+TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    picker.show();
+    int controls = 0;
+    for (QWidget* widget : picker.findChildren<QWidget*>()) {
+        if (widget->focusPolicy() == Qt::NoFocus)
+            continue;
+        ++controls;
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
+        ASSERT_NE(accessible, nullptr);
+        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
+            << widget->metaObject()->className();
+    }
+    // The pad, the strip, 55 swatches and the field.
+    EXPECT_EQ(controls, 58);
+    EXPECT_EQ(
+        QAccessible::queryAccessibleInterface(picker.swatches().first())->text(QAccessible::Name),
+        QStringLiteral("#FF1744"));
+}
+
+TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
+{
+    TestDirs dirs;
+    FakePlatform fake;
+    fake.addStandardMonitor();
+    FakeScheduler scheduler;
+    DefaultsStore store(dirs.defaultsPath());
+    AppModel model(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, nullptr});
+    model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
+
+    ColorPickerPopover picker({[&] { return model.backgroundColor(); },
+                               [&](const RgbColor& color) { model.setBackgroundColor(color); }});
+    QObject::connect(&model, &AppModel::published, &picker, [&](AppModel::Field field) {
+        if (field == AppModel::Field::backgroundColor)
+            picker.boundColorChanged(model.backgroundColor());
+    });
+    QSignalSpy published(&model, &AppModel::published);
+    picker.show();
+    nextTurn();
+    EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
+
+    QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
+    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
+    EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
+    nextTurn();
+
+    // Another part of the program changes the colour: the picker follows without writing.
+    published.clear();
+    model.setBackgroundColor({0.0, 0.5, 0.0, 1.0});
+    EXPECT_EQ(published.count(), 1);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
+    EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

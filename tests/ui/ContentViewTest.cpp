@@ -1,0 +1,530 @@
+// The main window's panel on a fake platform: what it shows for a given model state, and that
+// each control reaches the model.
+#include "ui/ContentView.h"
+
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
+#include "TestDirs.h"
+#include "ui/ContentRules.h"
+#include "ui/CustomSizeForm.h"
+#include "ui/MainWindow.h"
+#include "ui/Popover.h"
+#include "ui/ResolutionStrip.h"
+#include "ui/WindowListBox.h"
+#include "ui/WindowRow.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScrollBar>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+QString named(const QAbstractButton* button)
+{
+    return button ? button->accessibleName() : QStringLiteral("<none>");
+}
+
+QStringList names(const QList<QAbstractButton*>& buttons)
+{
+    QStringList result;
+    for (const QAbstractButton* button : buttons)
+        result << named(button);
+    return result;
+}
+
+int yIn(const QWidget* widget, const QWidget* ancestor)
+{
+    return widget->mapTo(ancestor, QPoint()).y();
+}
+
+struct PanelFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    DefaultsStore store{dirs.defaultsPath()};
+    std::unique_ptr<Preferences> prefs;
+    std::unique_ptr<AppModel> model;
+
+    PanelFixture()
+    {
+        fake.addStandardMonitor();
+        fake.windowControl->list = {
+            {101, QStringLiteral("Terminal"), QStringLiteral("~/src/quillet")},
+            {102, QStringLiteral("Editor"), QStringLiteral("notes.txt")}};
+        fake.windowControl->frames.insert(101, QRectF(100, 100, 600, 400));
+        fake.windowControl->frames.insert(102, QRectF(200, 150, 500, 300));
+        prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
+    }
+
+    AppModel& makeModel()
+    {
+        model = std::make_unique<AppModel>(
+            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
+        return *model;
+    }
+
+    void addSecondMonitor()
+    {
+        ScreenInfo screen;
+        screen.displayId = 2;
+        screen.name = QStringLiteral("Side Monitor");
+        screen.outputName = QStringLiteral("HDMI-1");
+        screen.frame = QRectF(1440, 0, 1920, 1080);
+        screen.visibleFrame = screen.frame;
+        fake.screens->list.append(screen);
+        fake.displayModes->displays.append(2);
+        fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true},
+                                            {21, 1600, 900, 1600, 900, 60.0, true},
+                                            {22, 1280, 720, 1280, 720, 60.0, true}});
+        fake.displayModes->current.insert(2, 20);
+    }
+};
+
+} // namespace
+
+TEST_F(PanelFixture, displayPickerOnlyWithTwoDisplaysAndChangingItReloadsTheTiles)
+{
+    makeModel();
+    ContentView view(*model);
+    EXPECT_TRUE(view.displayRow()->isHidden());
+    ASSERT_EQ(view.resolutionStrip()->tiles().size(), 2);
+
+    // A tile applies its mode; "Restore Original" puts back the mode the display had at start.
+    qobject_cast<QAbstractButton*>(view.resolutionStrip()->tiles().at(1))->click();
+    EXPECT_EQ(fake.displayModes->switches.last(), qMakePair(1u, 11));
+    EXPECT_EQ(model->currentWidth(), 1280);
+    view.restoreButton()->click();
+    EXPECT_EQ(fake.displayModes->current.value(1), 10);
+    EXPECT_EQ(model->currentWidth(), 1440);
+
+    addSecondMonitor();
+    model->reloadDisplays();
+    EXPECT_FALSE(view.displayRow()->isHidden());
+    QComboBox* picker = view.displayPicker();
+    ASSERT_EQ(picker->count(), 2);
+    EXPECT_EQ(picker->itemText(0), QStringLiteral("Test Monitor"));
+    EXPECT_EQ(picker->itemText(1), QStringLiteral("Side Monitor"));
+    EXPECT_EQ(picker->currentIndex(), 0);
+
+    // Choosing the second display selects it and shows its three modes.
+    picker->setCurrentIndex(1);
+    emit picker->activated(1);
+    EXPECT_EQ(model->selectedDisplayID(), 2u);
+    ASSERT_EQ(view.resolutionStrip()->tiles().size(), 3);
+    EXPECT_EQ(picker->currentIndex(), 1);
+    EXPECT_EQ(model->currentWidth(), 1920);
+    qobject_cast<QAbstractButton*>(view.resolutionStrip()->tiles().at(1))->click();
+    EXPECT_EQ(fake.displayModes->switches.last(), qMakePair(2u, 21));
+}
+
+TEST_F(PanelFixture, centreGroupOnA1440By900DisplayIsTwoRowsOfThree)
+{
+    makeModel();
+    ContentView view(*model);
+    view.show();
+
+    const QList<CenterItem> expected{
+        CenterItem::filling(),           CenterItem::preset({1280, 800}),
+        CenterItem::preset({1440, 900}), CenterItem::preset({1024, 768}),
+        CenterItem::preset({800, 600}),  CenterItem::customSize()};
+    EXPECT_EQ(view.shownCenterItems(), expected);
+    EXPECT_EQ(
+        names(view.centerCells()),
+        QStringList({"Fill screen", "Resize to 1280 \u00D7 800 and center",
+                     "Resize to 1440 \u00D7 900 and center", "Resize to 1024 \u00D7 768 and center",
+                     "Resize to 800 \u00D7 600 and center", "Resize to a custom size and center"}));
+    const QList<QAbstractButton*>& cells = view.centerCells();
+    ASSERT_EQ(cells.size(), 6);
+    EXPECT_EQ(yIn(cells[0], &view), yIn(cells[2], &view));
+    EXPECT_GT(yIn(cells[3], &view), yIn(cells[2], &view));
+    EXPECT_EQ(yIn(cells[3], &view), yIn(cells[5], &view));
+    EXPECT_LT(cells[0]->mapTo(&view, QPoint()).x(), cells[1]->mapTo(&view, QPoint()).x());
+
+    // The reposition group: eight regions and hiding in three full rows; no centring cell.
+    EXPECT_EQ(names(view.repositionCells()),
+              QStringList({"Left half", "Right half", "Top half", "Bottom half", "Top-left quarter",
+                           "Top-right quarter", "Bottom-left quarter", "Bottom-right quarter",
+                           "Minimize the window"}));
+    const QList<QAbstractButton*>& moves = view.repositionCells();
+    EXPECT_EQ(yIn(moves[6], &view), yIn(moves[8], &view));
+    EXPECT_GT(yIn(moves[6], &view), yIn(moves[3], &view));
+
+    // A smaller mode offers fewer presets; an unknown one all six.
+    model->apply(DisplayMode{11, 1280, 800, 1280, 800, 60.0});
+    EXPECT_EQ(view.shownCenterItems().size(), 5);
+    EXPECT_EQ(ContentRules::centerItems(0, 900).size(), 8);
+    EXPECT_EQ(ContentRules::centerItems(640, 480).size(), 2);
+}
+
+TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
+{
+    makeModel();
+    MainWindow window(*model, *prefs);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    ContentView& view = *window.content();
+    ASSERT_TRUE(model->selectedWindowID());
+
+    QAbstractButton* custom = view.centerCells().last();
+    custom->click();
+    EXPECT_TRUE(view.showCustomPopover());
+    QLineEdit* width = view.customForm()->field(CustomField::width);
+    QLineEdit* height = view.customForm()->field(CustomField::height);
+    QTRY_COMPARE(view.customForm()->customFieldFocus(), std::optional(CustomField::width));
+
+    QTest::keyClicks(width, QStringLiteral(" 1000 "));
+    QTest::keyClicks(height, QStringLiteral("700.5"));
+    QTest::keyClick(height, Qt::Key_Return);
+    EXPECT_FALSE(view.showCustomPopover());
+    // The first window (selected after the refresh) is centred at 1000 × 700.5.
+    EXPECT_TRUE(fake.windowControl->log.contains(QStringLiteral("size 101 1000 700.5")))
+        << fake.windowControl->log.join(QLatin1Char('|')).toStdString();
+
+    // Reopening keeps the texts; Escape closes without resizing.
+    fake.windowControl->log.clear();
+    custom->click();
+    EXPECT_EQ(width->text(), QStringLiteral(" 1000 "));
+    EXPECT_EQ(height->text(), QStringLiteral("700.5"));
+    QTRY_VERIFY(width->hasFocus());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_FALSE(view.showCustomPopover());
+    EXPECT_TRUE(fake.windowControl->log.isEmpty());
+
+    // Invalid input closes the popover and does nothing, whichever field confirms.
+    for (const auto& [w, h, field] :
+         {std::tuple{"abc", "700", CustomField::width}, std::tuple{"0", "700", CustomField::height},
+          std::tuple{"800", "-5", CustomField::width},
+          std::tuple{"", "600", CustomField::height}}) {
+        custom->click();
+        width->setText(QString::fromUtf8(w));
+        height->setText(QString::fromUtf8(h));
+        QTest::keyClick(view.customForm()->field(field), Qt::Key_Return);
+        EXPECT_FALSE(view.showCustomPopover()) << w << " x " << h;
+    }
+    EXPECT_TRUE(fake.windowControl->log.isEmpty())
+        << fake.windowControl->log.join(QLatin1Char('|')).toStdString();
+}
+
+TEST(ContentRules, customSizeFieldsAcceptDecimalNumbersBetweenBlanks)
+{
+    using ContentRules::parseDimension;
+    EXPECT_EQ(parseDimension(QStringLiteral(" 1000 ")), 1000.0);
+    EXPECT_EQ(parseDimension(QStringLiteral("\t700.5\u00A0")), 700.5);
+    EXPECT_EQ(parseDimension(QStringLiteral(".5")), 0.5);
+    EXPECT_EQ(parseDimension(QStringLiteral("1e3")), 1000.0);
+    for (const char* bad :
+         {"", "  ", "abc", "12px", "1,5", "1000\n", "inf", "nan", "0x10", "1 000"})
+        EXPECT_EQ(parseDimension(QString::fromUtf8(bad)), std::nullopt) << bad;
+
+    EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("1e5"), QStringLiteral("0.25")),
+              QSizeF(1e5, 0.25));
+    EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("0"), QStringLiteral("700")),
+              std::nullopt);
+    EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("800"), QStringLiteral("-1")),
+              std::nullopt);
+}
+
+TEST_F(PanelFixture, menuBarBannersFollowTheCoverAndPermissionsScreenRecordingFirst)
+{
+    fake.capture->allowed = false;
+    fake.windowControl->trusted = false;
+    makeModel();
+    ContentView view(*model);
+
+    using B = MenuBarBanner;
+    EXPECT_TRUE(view.shownBanners().isEmpty());
+    EXPECT_TRUE(view.bannerWidgets().isEmpty());
+
+    model->setMenuBarCover(MenuBarCover::entire);
+    EXPECT_EQ(view.shownBanners(), QList<B>{B::screenRecording});
+    model->setMenuBarCover(MenuBarCover::items);
+    EXPECT_EQ(view.shownBanners(), (QList<B>{B::screenRecording, B::itemNames}));
+    const QList<QWidget*> widgets = view.bannerWidgets();
+    ASSERT_EQ(widgets.size(), 2);
+    EXPECT_TRUE(widgets[0]->accessibleName().startsWith(QStringLiteral("Grant Screen Recording")));
+    EXPECT_TRUE(
+        widgets[1]->accessibleName().startsWith(QStringLiteral("Grant Accessibility to show")));
+
+    // Its grant button asks for screen capture; once granted only the naming banner stays.
+    fake.capture->grantOnRequest = true;
+    QAbstractButton* grant = widgets[0]->findChild<QAbstractButton*>();
+    ASSERT_NE(grant, nullptr);
+    const int requestsBefore = fake.capture->requests;
+    grant->click();
+    EXPECT_GT(fake.capture->requests, requestsBefore);
+    EXPECT_EQ(view.shownBanners(), QList<B>{B::itemNames});
+
+    // The rule itself, over every cover.
+    using ContentRules::menuBarBanners;
+    EXPECT_TRUE(menuBarBanners(MenuBarCover::keep, false, false).isEmpty());
+    EXPECT_EQ(menuBarBanners(MenuBarCover::entire, false, false), QList<B>{B::screenRecording});
+    EXPECT_TRUE(menuBarBanners(MenuBarCover::entire, true, false).isEmpty());
+    EXPECT_EQ(menuBarBanners(MenuBarCover::items, true, false), QList<B>{B::itemNames});
+    EXPECT_TRUE(menuBarBanners(MenuBarCover::items, true, true).isEmpty());
+}
+
+TEST(ContentRules, fadeStopsOnlyAtEdgesWithMoreTilesBeyondThem)
+{
+    using ContentRules::fadeStops;
+    const QRectF viewport(0, 0, 400, 80);
+    const double f = 22.0 / 400;
+    // Scrolled fully left: only the trailing edge fades.
+    EXPECT_EQ(fadeStops(0, 900, viewport),
+              (QList<FadeStop>{{0, true}, {0, true}, {1 - f, true}, {1, false}}));
+    // In the middle both fade.
+    EXPECT_EQ(fadeStops(-200, 700, viewport),
+              (QList<FadeStop>{{0, false}, {f, true}, {1 - f, true}, {1, false}}));
+    // Scrolled fully right: only the leading edge.
+    EXPECT_EQ(fadeStops(-500, 400, viewport),
+              (QList<FadeStop>{{0, false}, {f, true}, {1, true}, {1, true}}));
+    // One point beyond either end is tolerated; more is not.
+    EXPECT_EQ(fadeStops(-1, 401, viewport),
+              (QList<FadeStop>{{0, true}, {0, true}, {1, true}, {1, true}}));
+    EXPECT_EQ(fadeStops(-1.5, 401.5, viewport)[0], (FadeStop{0, false}));
+    EXPECT_EQ(fadeStops(-1.5, 401.5, viewport)[3], (FadeStop{1, false}));
+
+    // At most 12 % of the width, at most 22 points.
+    EXPECT_DOUBLE_EQ(ContentRules::fadeFraction(150) * 150, 18.0);
+    EXPECT_DOUBLE_EQ(ContentRules::fadeFraction(400) * 400, 22.0);
+    EXPECT_DOUBLE_EQ(ContentRules::fadeFraction(1), 0.12);
+}
+
+TEST_F(PanelFixture, resolutionStripFadesTheEdgesItCanScrollPast)
+{
+    QList<PlatformDisplayMode> modes;
+    for (int i = 0; i < 12; ++i)
+        modes.append(
+            {100 + i, 3840 - i * 200, 2160 - i * 112, 3840 - i * 200, 2160 - i * 112, 60.0, true});
+    fake.displayModes->modes.insert(1, modes);
+    fake.displayModes->current.insert(1, 100);
+    makeModel();
+    ContentView view(*model);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+    ResolutionStrip* strip = view.resolutionStrip();
+    QScrollBar* bar = strip->horizontalScrollBar();
+    ASSERT_GT(bar->maximum(), 0) << "the tiles should not fit";
+
+    bar->setValue(0);
+    QList<FadeStop> stops = strip->currentFadeStops();
+    EXPECT_TRUE(stops[0].opaque && stops[1].opaque);
+    EXPECT_FALSE(stops[3].opaque);
+    bar->setValue(bar->maximum() / 2);
+    stops = strip->currentFadeStops();
+    EXPECT_FALSE(stops[0].opaque);
+    EXPECT_FALSE(stops[3].opaque);
+    bar->setValue(bar->maximum());
+    stops = strip->currentFadeStops();
+    EXPECT_FALSE(stops[0].opaque);
+    EXPECT_TRUE(stops[2].opaque && stops[3].opaque);
+
+    // The fade is drawn: the last column shows (almost only) the card behind the strip.
+    bar->setValue(0);
+    const QPoint origin = strip->mapTo(&view, QPoint());
+    const QImage image = view.grab(QRect(origin, strip->size() + QSize(3, 0))).toImage();
+    for (int y = 0; y < image.height(); y += 4) {
+        const QColor edge = image.pixelColor(strip->width() - 1, y);
+        const QColor behind = image.pixelColor(strip->width() + 2, y);
+        EXPECT_LE(std::abs(edge.red() - behind.red()) + std::abs(edge.green() - behind.green()) +
+                      std::abs(edge.blue() - behind.blue()),
+                  3 * 16)
+            << "at y " << y;
+    }
+
+    // The common scale: the 3840 × 2160 mode is drawn at most 168 × 108.
+    EXPECT_DOUBLE_EQ(ContentRules::tileScale(model->modes()), std::min(168.0 / 3840, 108.0 / 2160));
+}
+
+TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
+{
+    makeModel();
+    ContentView view(*model);
+    view.show();
+    WindowListBox* list = view.windowList();
+    EXPECT_EQ(list->size(), QSize(190, 158));
+    ASSERT_EQ(list->rows().size(), 2);
+    EXPECT_TRUE(list->emptyLabel()->isHidden());
+    EXPECT_TRUE(list->rows()[0]->isSelected());
+    EXPECT_EQ(list->rows()[0]->accessibleName(), QStringLiteral("Terminal \u2014 ~/src/quillet"));
+
+    QTest::mouseClick(list->rows()[1], Qt::LeftButton);
+    EXPECT_EQ(model->selectedWindowID(), model->windows()[1].id);
+    EXPECT_TRUE(list->rows()[1]->isSelected());
+    EXPECT_FALSE(list->rows()[0]->isSelected());
+
+    // A region cell acts on the selected window.
+    view.repositionCells()[0]->click();
+    EXPECT_FALSE(fake.windowControl->log.isEmpty());
+    // Hiding minimises it; the list is refreshed and the remaining window selected.
+    fake.windowControl->log.clear();
+    view.repositionCells().last()->click();
+    EXPECT_TRUE(fake.windowControl->log.contains(QStringLiteral("minimize 102")));
+    ASSERT_EQ(list->rows().size(), 1);
+    EXPECT_TRUE(list->rows()[0]->isSelected());
+
+    // Long labels are shortened in the middle, keeping both ends.
+    fake.windowControl->list = {
+        {103, QStringLiteral("Browser"),
+         QStringLiteral("A very long page title that cannot possibly fit in the list")}};
+    view.refreshButton()->click();
+    ASSERT_EQ(list->rows().size(), 1);
+    QApplication::processEvents();
+    const QString shown = list->rows()[0]->shownText();
+    EXPECT_TRUE(shown.startsWith(QStringLiteral("Browser"))) << shown.toStdString();
+    EXPECT_TRUE(shown.endsWith(QStringLiteral("list"))) << shown.toStdString();
+    EXPECT_TRUE(shown.contains(QChar(0x2026)));
+
+    // No windows: the placeholder text, no selection, every cell disabled.
+    fake.windowControl->list.clear();
+    view.refreshButton()->click();
+    EXPECT_TRUE(list->rows().isEmpty());
+    EXPECT_FALSE(list->emptyLabel()->isHidden());
+    EXPECT_EQ(list->emptyLabel()->text(), QStringLiteral("No windows"));
+    for (QAbstractButton* cell : view.repositionCells() + view.centerCells())
+        EXPECT_FALSE(cell->isEnabled()) << named(cell).toStdString();
+    // ... but the columns themselves stay usable: the refresh button still works.
+    EXPECT_TRUE(view.refreshButton()->isEnabled());
+}
+
+TEST_F(PanelFixture, withoutWindowControlTheBannerShowsAndTheColumnsAreInert)
+{
+    fake.windowControl->trusted = false;
+    makeModel();
+    ContentView view(*model);
+    EXPECT_FALSE(view.windowBanner()->isHidden());
+    EXPECT_FALSE(view.windowColumns()->isEnabled());
+    EXPECT_FALSE(view.refreshButton()->isEnabled());
+
+    // The grant button prompts, and the columns come alive once control is possible.
+    fake.windowControl->trusted = true;
+    view.windowBanner()->findChild<QAbstractButton*>()->click();
+    EXPECT_EQ(fake.windowControl->prompts, 1);
+    EXPECT_TRUE(view.windowBanner()->isHidden());
+    EXPECT_TRUE(view.windowColumns()->isEnabled());
+    EXPECT_EQ(view.windowList()->rows().size(), 2);
+}
+
+TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
+{
+    makeModel();
+    MainWindow window(*model, *prefs);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    ContentView& view = *window.content();
+
+    view.pickThumb(QStringLiteral("Icons"), QStringLiteral("Hide"))->click();
+    EXPECT_TRUE(model->desktopIconsHidden());
+    view.pickThumb(QStringLiteral("Icons"), QStringLiteral("Show"))->click();
+    EXPECT_FALSE(model->desktopIconsHidden());
+
+    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
+    EXPECT_EQ(model->background(), DesktopBackground::color);
+    EXPECT_TRUE(view.showColorPopover());
+    view.colorPopover()->hide();
+    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
+    EXPECT_EQ(model->background(), DesktopBackground::image);
+    EXPECT_TRUE(view.showImagePopover());
+    view.imagePopover()->hide();
+    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Keep"))->click();
+    EXPECT_EQ(model->background(), DesktopBackground::keep);
+    EXPECT_FALSE(view.showColorPopover() || view.showImagePopover());
+
+    view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide bar"))->click();
+    EXPECT_EQ(model->menuBarCover(), MenuBarCover::entire);
+    EXPECT_FALSE(view.showItemsPopover());
+    view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide items"))->click();
+    EXPECT_EQ(model->menuBarCover(), MenuBarCover::items);
+    EXPECT_TRUE(view.showItemsPopover());
+    view.itemsPopover()->hide();
+
+    // The master switch never disables anything.
+    model->setEnabled(false);
+    EXPECT_TRUE(view.restoreButton()->isEnabled());
+    EXPECT_TRUE(view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Keep"))->isEnabled());
+    EXPECT_TRUE(view.windowColumns()->isEnabled());
+}
+
+TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
+{
+    makeModel();
+    MainWindow window(*model, *prefs);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    ContentView& view = *window.content();
+    EXPECT_GT(view.panelWidth(), 1);
+    // The fixed panel plus 20 on each side.
+    EXPECT_EQ(view.width(), int(view.panelWidth()) + 40);
+
+    QList<QWidget*> controls;
+    for (QWidget* root : QList<QWidget*>{&view, view.customPopover(), view.colorPopover(),
+                                         view.imagePopover(), view.itemsPopover()}) {
+        for (QAbstractButton* b : root->findChildren<QAbstractButton*>())
+            controls << b;
+        for (QComboBox* c : root->findChildren<QComboBox*>())
+            controls << c;
+        for (QLineEdit* e : root->findChildren<QLineEdit*>()) {
+            if (!qobject_cast<QComboBox*>(e->parentWidget()))
+                controls << e;
+        }
+    }
+    EXPECT_GT(controls.size(), 30);
+    for (QWidget* control : controls)
+        EXPECT_FALSE(control->accessibleName().isEmpty()) << control->metaObject()->className();
+}
+
+TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
+{
+    addSecondMonitor();
+    makeModel();
+    const QString outDir = qEnvironmentVariable("QUILLET_ARTEFACTS",
+                                                QDir::currentPath() + QStringLiteral("/artefacts"));
+    QDir().mkpath(outDir);
+    const QPalette light = QApplication::palette();
+    QPalette dark = light;
+    dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2e));
+    dark.setColor(QPalette::WindowText, QColor(0xe8, 0xe8, 0xea));
+    dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x20));
+    dark.setColor(QPalette::AlternateBase, QColor(0x32, 0x32, 0x35));
+    dark.setColor(QPalette::Text, QColor(0xe8, 0xe8, 0xea));
+    dark.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3d));
+    dark.setColor(QPalette::ButtonText, QColor(0xe8, 0xe8, 0xea));
+    dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0x9a, 0x9f));
+    dark.setColor(QPalette::Highlight, QColor(0x2f, 0x7c, 0xf6));
+    for (const auto& [name, palette] : {std::pair{"light", light}, std::pair{"dark", dark}}) {
+        QApplication::setPalette(palette);
+        model->setMenuBarCover(MenuBarCover::keep);
+        MainWindow window(*model, *prefs);
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+        const QString path =
+            outDir + QStringLiteral("/main-window-%1.png").arg(QString::fromUtf8(name));
+        EXPECT_TRUE(window.grab().save(path));
+        // With the panel cover on and no screen capture the banner shows between the cards.
+        fake.capture->allowed = false;
+        model->refreshPermissions();
+        model->setMenuBarCover(MenuBarCover::items);
+        QApplication::processEvents();
+        EXPECT_TRUE(window.grab().save(
+            outDir + QStringLiteral("/main-window-%1-banners.png").arg(QString::fromUtf8(name))));
+        fake.capture->allowed = true;
+        model->refreshPermissions();
+    }
+    QApplication::setPalette(light);
+}
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
