@@ -180,7 +180,9 @@ TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
     EXPECT_TRUE(view.showCustomPopover());
     QLineEdit* width = view.customForm()->field(CustomField::width);
     QLineEdit* height = view.customForm()->field(CustomField::height);
-    QTRY_COMPARE(view.customForm()->customFieldFocus(), std::optional(CustomField::width));
+    // (QtTest's QTRY_ macros would end the test silently under GoogleTest: wait explicitly.)
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return view.customForm()->customFieldFocus() == CustomField::width; }, 2000));
 
     QTest::keyClicks(width, QStringLiteral(" 1000 "));
     QTest::keyClicks(height, QStringLiteral("700.5"));
@@ -195,8 +197,9 @@ TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
     custom->click();
     EXPECT_EQ(width->text(), QStringLiteral(" 1000 "));
     EXPECT_EQ(height->text(), QStringLiteral("700.5"));
-    QTRY_VERIFY(width->hasFocus());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return view.customForm()->customFieldFocus() == CustomField::width; }, 2000));
+    QTest::keyClick(width, Qt::Key_Escape);
     EXPECT_FALSE(view.showCustomPopover());
     EXPECT_TRUE(fake.windowControl->log.isEmpty());
 
