@@ -488,10 +488,27 @@ TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
 TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
 {
     addSecondMonitor();
+    // Three tray icons in the panel, named by their applications.
+    const QStringList apps{QStringLiteral("Network"), QStringLiteral("Volume"),
+                           QStringLiteral("Clipboard")};
+    for (int i = 0; i < apps.size(); ++i) {
+        WindowListEntry entry;
+        entry.layer = 25;
+        entry.number = quint32(500 + i);
+        entry.bounds = QRectF(1300 + 30 * i, 0, 20, 20);
+        entry.ownerName = apps[i];
+        entry.ownerPid = 4000 + i;
+        fake.windowList->entries.append(entry);
+    }
     makeModel();
+    model->setBackgroundColor(RgbColor{0.2, 0.4, 0.8, 1.0});
     const QString outDir = qEnvironmentVariable("QUILLET_ARTEFACTS",
                                                 QDir::currentPath() + QStringLiteral("/artefacts"));
     QDir().mkpath(outDir);
+    const auto save = [&outDir](QWidget* widget, const QString& name) {
+        EXPECT_TRUE(widget->grab().save(outDir + QLatin1Char('/') + name + QStringLiteral(".png")))
+            << name.toStdString();
+    };
     const QPalette light = QApplication::palette();
     QPalette dark = light;
     dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2e));
@@ -504,23 +521,43 @@ TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
     dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0x9a, 0x9f));
     dark.setColor(QPalette::Highlight, QColor(0x2f, 0x7c, 0xf6));
     for (const auto& [name, palette] : {std::pair{"light", light}, std::pair{"dark", dark}}) {
+        const QString theme = QString::fromUtf8(name);
         QApplication::setPalette(palette);
         model->setMenuBarCover(MenuBarCover::keep);
         MainWindow window(*model, *prefs);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        const QString path =
-            outDir + QStringLiteral("/main-window-%1.png").arg(QString::fromUtf8(name));
-        EXPECT_TRUE(window.grab().save(path));
-        // With the panel cover on and no screen capture the banner shows between the cards.
+        ContentView& view = *window.content();
+        save(&window, QStringLiteral("main-window-%1").arg(theme));
+
+        // The popovers, each opened by its control.
+        view.centerCells().last()->click();
+        view.customForm()->field(CustomField::width)->setText(QStringLiteral("1000"));
+        save(view.customPopover(), QStringLiteral("custom-size-%1").arg(theme));
+        view.customPopover()->hide();
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
+        save(view.colorPopover(), QStringLiteral("color-%1").arg(theme));
+        view.colorPopover()->hide();
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
+        save(view.imagePopover(), QStringLiteral("images-%1").arg(theme));
+        view.imagePopover()->hide();
+        view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide items"))->click();
+        ASSERT_EQ(view.itemToggles().size(), 3);
+        view.itemToggles()[1]->click();
+        EXPECT_EQ(model->selectedItemIDs(), QSet<quint32>{501});
+        save(view.itemsPopover(), QStringLiteral("items-%1").arg(theme));
+        view.itemsPopover()->hide();
+
+        // With the panel cover on and no screen capture the banners show between the cards.
         fake.capture->allowed = false;
+        fake.windowControl->trusted = false;
         model->refreshPermissions();
-        model->setMenuBarCover(MenuBarCover::items);
         QApplication::processEvents();
-        EXPECT_TRUE(window.grab().save(
-            outDir + QStringLiteral("/main-window-%1-banners.png").arg(QString::fromUtf8(name))));
+        save(&window, QStringLiteral("main-window-%1-banners").arg(theme));
         fake.capture->allowed = true;
+        fake.windowControl->trusted = true;
         model->refreshPermissions();
+        model->toggleItem(501);
     }
     QApplication::setPalette(light);
 }
