@@ -433,7 +433,10 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::color);
     EXPECT_TRUE(view.showColorPopover());
-    view.colorPopover()->hide();
+    // A press elsewhere in the window dismisses it; the choice stays.
+    QTest::mousePress(view.windowList(), Qt::LeftButton);
+    EXPECT_FALSE(view.showColorPopover());
+    EXPECT_EQ(model->background(), DesktopBackground::color);
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::image);
     EXPECT_TRUE(view.showImagePopover());
