@@ -15,6 +15,9 @@
 #include "ui/ResolutionStrip.h"
 #include "ui/WindowListBox.h"
 #include "ui/WindowRow.h"
+#include "ui/components/MiniScreen.h"
+#include "ui/components/PickThumb.h"
+#include "ui/components/WallpaperWell.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -437,9 +440,30 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     QTest::mousePress(view.windowList(), Qt::LeftButton);
     EXPECT_FALSE(view.showColorPopover());
     EXPECT_EQ(model->background(), DesktopBackground::color);
+    // Without a light picture the Image preview shows its placeholder; the wells open, and
+    // picking or clearing one goes to the model.
+    model->setLightWallpaperURL(std::nullopt);
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::image);
     EXPECT_TRUE(view.showImagePopover());
+    auto* preview = qobject_cast<MiniScreen*>(
+        static_cast<PickThumb*>(
+            view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")))
+            ->preview());
+    ASSERT_NE(preview, nullptr);
+    EXPECT_EQ(preview->background().kind, MiniScreen::Background::Kind::image);
+    EXPECT_EQ(preview->background().path, std::nullopt);
+    const QList<WallpaperWell*> wells = view.imagePopover()->findChildren<WallpaperWell*>();
+    ASSERT_EQ(wells.size(), 2);
+    EXPECT_EQ(wells[0]->label(), QStringLiteral("Light"));
+    EXPECT_EQ(wells[0]->path(), std::nullopt);
+    const QString picture = dirs.resourceDir() + QStringLiteral("/Dark.png");
+    emit wells[0]->picked(picture);
+    EXPECT_EQ(model->lightWallpaperURL(), picture);
+    EXPECT_EQ(wells[0]->path(), picture);
+    EXPECT_EQ(preview->background().path, picture);
+    emit wells[1]->cleared();
+    EXPECT_EQ(model->darkWallpaperURL(), std::nullopt);
     view.imagePopover()->hide();
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Keep"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::keep);
