@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Window benchmark on the virtual desktop: the window list with 5 and with 50 sample windows open
-# and one arrangement, through our code, and beside them `wmctrl -l` (list) and `wmctrl -e` (move
-# and resize) timed in the same run. wmctrl figures include starting the process each time.
+# and one arrangement, through our code.
 # Prints figures only. Usage: bench/windows.sh [PATH-TO-BENCH_WINDOWS] [RUNS]
 set -uo pipefail
 
@@ -9,26 +8,11 @@ source "$(dirname "$0")/../tests/support/desktop/lib.sh"
 
 bench=${1:-$QD_REPO/build/bench/bench_windows}
 runs=${2:-20}
-command -v wmctrl >/dev/null || {
-  echo "wmctrl is not installed (run scripts/setup)" >&2
-  exit 77
-}
 
 qd_init bench_windows
 qd_start_desktop --monitors 1
 qd_new_home
 
-# Median milliseconds of RUNS runs of a command.
-time_command() { # RUNS COMMAND...
-  local n=$1 i t0 t1
-  shift
-  for ((i = 0; i < n; i++)); do
-    t0=$(date +%s%N)
-    "$@" >/dev/null
-    t1=$(date +%s%N)
-    echo $(((t1 - t0) / 1000))
-  done | sort -n | awk '{v[NR] = $1} END {printf "%.2f", v[int((NR + 1) / 2)] / 1000}'
-}
 
 sample=("$QD_PYTHON" "$QD_SUPPORT/sample_windows.py")
 open_windows() { # COUNT PREFIX
@@ -44,8 +28,6 @@ for count in 5 50; do
   sleep 1
   id=$(xdotool search --name "^Bench$count 1\$" | head -n 1)
   QT_QPA_PLATFORM=xcb QUILLET_BENCH_WINDOW=$id "$bench" --benchmark_counters_tabular=true
-  echo "wmctrl -l, $count windows: median $(time_command "$runs" wmctrl -l) ms (n=$runs)"
-  echo "wmctrl -e, one move and resize: median $(time_command "$runs" wmctrl -i -r "$id" -e 0,0,33,960,1000) ms (n=$runs)"
   qd_stop_process "$sample_pid" TERM 5 || true
 done
 qd_finish

@@ -75,9 +75,6 @@ public:
 
     // Fixed preset window sizes offered by the main window, in this order.
     static const QList<QSizeF>& windowSizes();
-    // The presets, in order, that fit a display mode of width × height (compared whole, not with
-    // the visible frame); all of them while the size is unknown (below 1).
-    static QList<QSizeF> windowSizesFitting(qint64 width, qint64 height);
 
     // --- master switch, desktop choices, launch restore, permissions ---
     void setEnabled(bool enabled);

@@ -1,7 +1,8 @@
 // The model's display operations: the display list, the selected display's modes, switching.
 #include "AppModel.h"
-
 #include "platform/Platform.h"
+
+#include <algorithm>
 
 void AppModel::reloadDisplays()
 {

@@ -3,18 +3,6 @@
 #include "WindowMover.h"
 #include "platform/Platform.h"
 
-QList<QSizeF> AppModel::windowSizesFitting(qint64 width, qint64 height)
-{
-    if (width < 1 || height < 1)
-        return windowSizes();
-    QList<QSizeF> result;
-    for (const QSizeF& size : windowSizes()) {
-        if (qint64(size.width()) <= width && qint64(size.height()) <= height)
-            result.append(size);
-    }
-    return result;
-}
-
 void AppModel::refreshWindows()
 {
     assign(m_windows, WindowMover::windows(m_platform), Field::windows);

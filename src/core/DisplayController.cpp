@@ -49,15 +49,17 @@ QList<DisplayMode> DisplayController::availableModes(quint32 id) const
     }
     // Where scaled (denser than their point size) modes exist, only those are offered.
     QList<DisplayMode> scaled;
-    std::copy_if(usable.begin(), usable.end(), std::back_inserter(scaled),
-                 [](const DisplayMode& m) { return m.pixelWidth > m.width || m.pixelHeight > m.height; });
+    std::copy_if(
+        usable.begin(), usable.end(), std::back_inserter(scaled),
+        [](const DisplayMode& m) { return m.pixelWidth > m.width || m.pixelHeight > m.height; });
     const QList<DisplayMode>& candidates = scaled.isEmpty() ? usable : scaled;
 
     // One mode per size: the first one with the highest refresh rate.
     QList<DisplayMode> kept;
     QHash<QString, qsizetype> indexBySize;
     for (const DisplayMode& mode : candidates) {
-        const QString key = QString::number(mode.width) + QLatin1Char('x') + QString::number(mode.height);
+        const QString key =
+            QString::number(mode.width) + QLatin1Char('x') + QString::number(mode.height);
         const auto found = indexBySize.constFind(key);
         if (found == indexBySize.constEnd()) {
             indexBySize.insert(key, kept.size());

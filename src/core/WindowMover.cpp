@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QHash>
+#include <algorithm>
 
 namespace WindowMover {
 

@@ -224,16 +224,24 @@ image_follows_the_appearance() {
     return 0
   }
   qd_new_home
+  write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
+                   \"lightWallpaperURL\": \"$light\", \"darkWallpaperURL\": \"$dark\"}"
+  launch_quillet quillet-appearance
+  # No settings manager yet: nothing asks for dark.
+  if qd_wait_for 15 "the light picture" everywhere_is "$light"; then
+    qd_pass "without any preference the light picture shows on every workspace"
+  else
+    check_everywhere "no preference" "$light"
+  fi
+
+  # A settings manager that starts with a dark theme is noticed.
   xfconf-query -c xsettings -p /Net/ThemeName -n -t string -s Adwaita-dark
   local settings_pid
   qd_launch settings_pid "$QD_TMP/xfsettingsd.log" xfsettingsd --sm-client-disable --no-daemon
   qd_wait_for 10 "the XSETTINGS manager" qd_xprobe owner _XSETTINGS_S0 ||
     qd_fail "xfsettingsd did not take the XSETTINGS selection"
-  write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
-                   \"lightWallpaperURL\": \"$light\", \"darkWallpaperURL\": \"$dark\"}"
-  launch_quillet quillet-appearance
-  if qd_wait_for 15 "the dark picture" everywhere_is "$dark"; then
-    qd_pass "a dark theme shows the dark picture on every workspace"
+  if qd_wait_for 10 "the dark picture" everywhere_is "$dark"; then
+    qd_pass "a settings manager with a dark theme brings the dark picture"
   else
     check_everywhere "dark theme" "$dark"
   fi

@@ -194,6 +194,19 @@ qd_check_eq "the list after hiding" "Notes left|Sketch left|Sketch right|Maximis
 qd_check_eq "the first remaining window is selected" "*" \
   "$(sed -n '1s/^window [^ ]* \(.\) .*/\1/p' <<<"$after")"
 
+# --- names from the legacy properties ----------------------------------------------------------
+
+qd_section "titles and application names fall back as the window allows"
+sketch_right=$(window_id "Sketch right")
+xprop -id "$sketch_right" -remove _NET_WM_NAME
+xprop -id "$sketch_right" -f WM_NAME 8s -set WM_NAME "Sketch legacy"
+xprop -id "$max_id" -remove _NET_WM_NAME
+xprop -id "$max_id" -remove WM_NAME
+xprop -id "$max_id" -remove WM_CLASS
+names=$("$driver" list 2>>"$QD_TMP/driver.log" | sed -n 's/^window [^ ]* [*-] //p' | tr '\t' '/' | paste -sd '|')
+qd_check_eq "WM_NAME without _NET_WM_NAME; no name and no class" \
+  "Sample Notes/Notes left|Sample-sketch/Sketch left|Sample-sketch/Sketch legacy|App/" "$names"
+
 for p in "$notes_pid" "$sketch_pid" "$dialog_pid" "$utility_pid" "$skip_pid" "$max_pid"; do
   qd_stop_process "$p" TERM 5 || true
 done

@@ -1,12 +1,20 @@
 // The colour picker: reading typed colours, the HSB round trip, the controls driven with the
 // mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "StoredKeys.h"
+#include "TestDirs.h"
 #include "ui/components/ColorPickerPopover.h"
 #include "ui/components/ColorSwatch.h"
 #include "ui/components/HueStrip.h"
 #include "ui/components/SatBriPad.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
+#include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -181,6 +189,10 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     EXPECT_NEAR(picker.sat(), 0.5, 1e-9);
     EXPECT_NEAR(picker.bri(), 0.5, 1e-9);
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("804040"));
+    QTest::keyClick(pad, Qt::Key_Up, Qt::ShiftModifier);
+    QTest::keyClick(pad, Qt::Key_Left);
+    EXPECT_NEAR(picker.sat(), 0.49, 1e-9);
+    EXPECT_NEAR(picker.bri(), 0.6, 1e-9);
 
     // The strip's right end, and beyond it, stop short of a full turn.
     const QPoint stripEnd = HueStrip::stripRect().topRight().toPoint() + QPoint(0, 7);
@@ -190,6 +202,11 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     QTest::mouseRelease(strip, Qt::LeftButton, {}, stripEnd + QPoint(40, 0));
     EXPECT_EQ(picker.hue(), 0.9999);
     EXPECT_EQ(HueStrip::hueAt(220, 220), 0.9999);
+    // The keyboard reaches the same limits.
+    QTest::keyClick(strip, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(picker.hue(), 0.9999);
+    QTest::keyClick(strip, Qt::Key_Left);
+    EXPECT_NEAR(picker.hue(), 0.9899, 1e-12);
 
     // The pad shows the hue at its top-right and black along its bottom.
     nextTurn();
@@ -200,8 +217,12 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     const QColor bottom = image.pixelColor((padOrigin + QPointF(60, 139)).toPoint());
     EXPECT_LT(bottom.value(), 10);
     // The white ring of the marker sits at (sat × width, (1 − bri) × height).
-    const QPointF marker = padOrigin + SatBriPad::markerCentre(0.5, 0.5, {220, 140});
-    EXPECT_GT(image.pixelColor((marker + QPointF(7, 0)).toPoint()).lightness(), 230);
+    const QPointF marker =
+        padOrigin + SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140});
+    const QPoint ring(int(marker.x() + 6.5), int(marker.y()));
+    EXPECT_GT(image.pixelColor(ring).lightness(), 230);
+    // Inside the ring the pad shows through.
+    EXPECT_LT(image.pixelColor(ring - QPoint(4, 0)).lightness(), 200);
 }
 
 TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
@@ -291,6 +312,62 @@ TEST(ColorPickerPopover, changesDoNotEcho)
     EXPECT_EQ(picker.hexText(), QStringLiteral("808080"));
     EXPECT_EQ(picker.hueStrip()->hue(), 0.0);
     EXPECT_EQ(bound.writes, 1);
+}
+
+TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
+{
+    BoundColor bound;
+    ColorPickerPopover picker(bound.binding());
+    picker.show();
+    int controls = 0;
+    for (QWidget* widget : picker.findChildren<QWidget*>()) {
+        if (widget->focusPolicy() == Qt::NoFocus)
+            continue;
+        ++controls;
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
+        ASSERT_NE(accessible, nullptr);
+        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
+            << widget->metaObject()->className();
+    }
+    // The pad, the strip, 55 swatches and the field.
+    EXPECT_EQ(controls, 58);
+    EXPECT_EQ(
+        QAccessible::queryAccessibleInterface(picker.swatches().first())->text(QAccessible::Name),
+        QStringLiteral("#FF1744"));
+}
+
+TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
+{
+    TestDirs dirs;
+    FakePlatform fake;
+    fake.addStandardMonitor();
+    FakeScheduler scheduler;
+    DefaultsStore store(dirs.defaultsPath());
+    AppModel model(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, nullptr});
+    model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
+
+    ColorPickerPopover picker({[&] { return model.backgroundColor(); },
+                               [&](const RgbColor& color) { model.setBackgroundColor(color); }});
+    QObject::connect(&model, &AppModel::published, &picker, [&](AppModel::Field field) {
+        if (field == AppModel::Field::backgroundColor)
+            picker.boundColorChanged(model.backgroundColor());
+    });
+    QSignalSpy published(&model, &AppModel::published);
+    picker.show();
+    nextTurn();
+    EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
+
+    QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
+    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
+    EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
+    nextTurn();
+
+    // Another part of the program changes the colour: the picker follows without writing.
+    published.clear();
+    model.setBackgroundColor({0.0, 0.5, 0.0, 1.0});
+    EXPECT_EQ(published.count(), 1);
+    EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
+    EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
 }
 
 int main(int argc, char** argv)

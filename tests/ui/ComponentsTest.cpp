@@ -221,6 +221,26 @@ TEST(MiniScreen, barsIconsAndBackgrounds)
     EXPECT_NE(placeholder.pixelColor(2, 2), placeholder.pixelColor(29, 19));
 }
 
+TEST(MiniScreen, picturesReadSmallAndAgainWhenReplaced)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("big.png"));
+    QImage big(2000, 1000, QImage::Format_RGB32);
+    big.fill(Qt::red);
+    ASSERT_TRUE(big.save(file));
+    const QImage first = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(first.size(), QSize(512, 256));
+    EXPECT_EQ(first.pixelColor(10, 10), QColor(Qt::red));
+
+    QImage replaced(1000, 1000, QImage::Format_RGB32);
+    replaced.fill(Qt::blue);
+    ASSERT_TRUE(replaced.save(file));
+    const QImage second = MiniScreen::readThumbnail(file);
+    EXPECT_EQ(second.size(), QSize(512, 512));
+    EXPECT_EQ(second.pixelColor(10, 10), QColor(Qt::blue));
+    EXPECT_TRUE(MiniScreen::readThumbnail(dir.filePath(QStringLiteral("none.png"))).isNull());
+}
+
 TEST(PickThumb, frameFollowsSelectionAndClicksCallBack)
 {
     auto* preview =
@@ -338,6 +358,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     hover(wellArea.center());
     EXPECT_TRUE(well.clearButton()->isVisible());
     EXPECT_EQ(well.clearButton()->toolTip(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.clearButton()->accessibleName(), QStringLiteral("Clear"));
+    EXPECT_EQ(well.accessibleName(), QStringLiteral("Dark"));
     EXPECT_EQ(well.clearButton()->geometry(), QRect(int(wellArea.right()) - 2 - 13, 2, 13, 13));
     // The picture fills the well.
     EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
@@ -350,6 +372,8 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     EXPECT_EQ(picks.count(), 0) << "clearing does not open the chooser";
     leave();
     EXPECT_FALSE(well.clearButton()->isVisible());
+    QTest::keyClick(&well, Qt::Key_Delete);
+    EXPECT_EQ(clears.count(), 2) << "the keyboard clears a well holding a picture";
 
     // An unreadable file keeps the button (there is a picture setting) but shows the placeholder.
     well.setPath(dir.filePath(QStringLiteral("gone.png")));

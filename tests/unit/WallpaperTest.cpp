@@ -1,7 +1,10 @@
 // Desktop pictures: the record of the user's own pictures, which files count as ours, the
 // solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
+#include "AppModel.h"
 #include "DefaultsStore.h"
 #include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
 #include "TestDirs.h"
 #include "WallpaperController.h"
 #include "platform/AppearanceRule.h"
@@ -607,4 +610,29 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
             EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
     }
     EXPECT_EQ(XSettings::stringSetting(QByteArray(), "Net/ThemeName"), std::nullopt);
+}
+
+TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
+{
+    FakeScheduler scheduler;
+    Preferences preferences(*store, *fake.loginItems, nullptr);
+    AppModel model({fake, *store, scheduler, {dirs.resourceDir()}, &preferences});
+    model.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
+    model.setBackground(DesktopBackground::color);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-1.png"));
+
+    // Switching off puts the user's picture back and forgets the record; on again re-renders.
+    model.setEnabled(false);
+    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    EXPECT_TRUE(storedRecord().isUndefined());
+    model.setEnabled(true);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-2.png"));
+
+    // Covering the panel shows the tinted picture; uncovering the plain one again.
+    model.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_TRUE(model.wallpaper().barTintActive);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/tinted-1-1.jpg"));
+    model.setMenuBarCover(MenuBarCover::keep);
+    EXPECT_FALSE(model.wallpaper().barTintActive);
+    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-3.png"));
 }

@@ -8,6 +8,7 @@
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
+#include "ui/ContentRules.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -227,13 +228,13 @@ TEST(WindowSizes, presetsThatFitTheCurrentMode)
     EXPECT_EQ(all,
               QList<QSizeF>(
                   {{1280, 800}, {1440, 900}, {1600, 1000}, {1920, 1080}, {1024, 768}, {800, 600}}));
-    EXPECT_EQ(AppModel::windowSizesFitting(1440, 900),
+    EXPECT_EQ(ContentRules::fittingSizes(1440, 900),
               QList<QSizeF>({{1280, 800}, {1440, 900}, {1024, 768}, {800, 600}}));
-    EXPECT_EQ(AppModel::windowSizesFitting(0, 900), all);
-    EXPECT_EQ(AppModel::windowSizesFitting(1440, 0), all);
-    EXPECT_EQ(AppModel::windowSizesFitting(1919, 1080),
+    EXPECT_EQ(ContentRules::fittingSizes(0, 900), all);
+    EXPECT_EQ(ContentRules::fittingSizes(1440, 0), all);
+    EXPECT_EQ(ContentRules::fittingSizes(1919, 1080),
               QList<QSizeF>({{1280, 800}, {1440, 900}, {1600, 1000}, {1024, 768}, {800, 600}}));
-    EXPECT_TRUE(AppModel::windowSizesFitting(799, 600).isEmpty());
+    EXPECT_TRUE(ContentRules::fittingSizes(799, 600).isEmpty());
 }
 
 namespace {

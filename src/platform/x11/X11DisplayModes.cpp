@@ -89,18 +89,19 @@ private:
     xcb_connection_t* m_c;
 };
 
-bool setScreenSize(xcb_connection_t* c, QSize size, QSize current, QSize currentMm)
+bool setScreenSize(xcb_connection_t* c, QSize size)
 {
-    // The physical size follows the pixels at the present density.
-    const auto mm = [](int pixels, int currentPixels, int currentMm) {
-        return currentPixels > 0 && currentMm > 0
-                   ? quint32(qint64(pixels) * currentMm / currentPixels)
-                   : quint32(pixels * 254 / 960);
+    // The physical size keeps the density the server started with (96 dpi when it reports
+    // none), so that programs reading the DPI from it see no change.
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    const auto mm = [](int pixels, int setupPixels, int setupMm) {
+        return setupPixels > 0 && setupMm > 0 ? quint32(qint64(pixels) * setupMm / setupPixels)
+                                              : quint32(qint64(pixels) * 254 / 960);
     };
     const xcb_void_cookie_t cookie = xcb_randr_set_screen_size_checked(
         c, X11::rootWindow(), quint16(size.width()), quint16(size.height()),
-        mm(size.width(), current.width(), currentMm.width()),
-        mm(size.height(), current.height(), currentMm.height()));
+        mm(size.width(), screen->width_in_pixels, screen->width_in_millimeters),
+        mm(size.height(), screen->height_in_pixels, screen->height_in_millimeters));
     xcb_generic_error_t* error = xcb_request_check(c, cookie);
     std::free(error);
     return error == nullptr;
@@ -230,16 +231,15 @@ bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
         if (needed.width() > range->max_width || needed.height() > range->max_height)
             return false;
     }
-    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
     Reply<xcb_get_geometry_reply_t> root(
         xcb_get_geometry_reply(c, xcb_get_geometry(c, X11::rootWindow()), nullptr));
-    const QSize current = root ? QSize(root->width, root->height)
-                               : QSize(screen->width_in_pixels, screen->height_in_pixels);
-    const QSize currentMm(screen->width_in_millimeters, screen->height_in_millimeters);
+    if (!root)
+        return false;
+    const QSize current(root->width, root->height);
 
     // A CRTC must fit the screen at every step: grow first, shrink after.
     const QSize grown = current.expandedTo(needed);
-    if (grown != current && !setScreenSize(c, grown, current, currentMm))
+    if (grown != current && !setScreenSize(c, grown))
         return false;
     const xcb_randr_output_t* crtcOutputs = xcb_randr_get_crtc_info_outputs(crtc.get());
     Reply<xcb_randr_set_crtc_config_reply_t> set(xcb_randr_set_crtc_config_reply(
@@ -251,10 +251,10 @@ bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
     const bool ok = set && set->status == XCB_RANDR_SET_CONFIG_SUCCESS;
     if (!ok) {
         if (grown != current)
-            setScreenSize(c, current, current, currentMm);
+            setScreenSize(c, current);
         return false;
     }
     if (needed != grown)
-        setScreenSize(c, needed, current, currentMm);
+        setScreenSize(c, needed);
     return true;
 }

@@ -31,24 +31,24 @@ QList<X11::Strut> dockStruts(xcb_connection_t* c)
 {
     QList<X11::Strut> struts;
     const xcb_window_t root = X11::rootWindow();
-    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-    if (!screen)
-        return struts;
-    const int rootW = screen->width_in_pixels;
-    const int rootH = screen->height_in_pixels;
-
     // Panels are top-level windows; a reparenting window manager may also list them, framed,
-    // in _NET_CLIENT_LIST, so both places are looked at.
+    // in _NET_CLIENT_LIST, so both places are looked at. The root's size is asked for as well:
+    // the one in the connection setup is stale after the first RandR change.
+    const xcb_get_geometry_cookie_t rootCookie = xcb_get_geometry(c, root);
+    const xcb_query_tree_cookie_t treeCookie = xcb_query_tree(c, root);
+    const xcb_get_property_cookie_t clientsCookie =
+        xcb_get_property(c, 0, root, X11::atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW, 0, 4096);
+    Reply<xcb_get_geometry_reply_t> rootGeometry(xcb_get_geometry_reply(c, rootCookie, nullptr));
+    const int rootW = rootGeometry ? rootGeometry->width : 0;
+    const int rootH = rootGeometry ? rootGeometry->height : 0;
     QList<xcb_window_t> candidates;
-    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, treeCookie, nullptr));
     if (tree) {
         const xcb_window_t* children = xcb_query_tree_children(tree.get());
         for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i)
             candidates.append(children[i]);
     }
-    Reply<xcb_get_property_reply_t> clients(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, root, X11::atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW, 0, 4096),
-        nullptr));
+    Reply<xcb_get_property_reply_t> clients(xcb_get_property_reply(c, clientsCookie, nullptr));
     if (clients && clients->format == 32) {
         const auto* ids = static_cast<const xcb_window_t*>(xcb_get_property_value(clients.get()));
         const int count = xcb_get_property_value_length(clients.get()) / 4;

@@ -114,7 +114,8 @@ xcb_get_property_cookie_t requestProperty(xcb_connection_t* c, xcb_window_t wind
 struct X11WindowControl::State {
     xcb_connection_t* c = nullptr;
     xcb_window_t root = XCB_WINDOW_NONE;
-    xcb_ewmh_connection_t ewmh{};
+    // The library's request helpers take the connection as non-const.
+    mutable xcb_ewmh_connection_t ewmh{};
     int screen = 0;
     bool atomsLoaded = false;
     bool ready = false;
@@ -201,12 +202,11 @@ struct X11WindowControl::State {
         if (!hasState(window, maximized))
             return;
         xcb_ewmh_request_change_wm_state(
-            const_cast<xcb_ewmh_connection_t*>(&ewmh), screen, window, XCB_EWMH_WM_STATE_REMOVE,
-            ewmh._NET_WM_STATE_MAXIMIZED_VERT, ewmh._NET_WM_STATE_MAXIMIZED_HORZ,
-            XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
-        xcb_ewmh_request_change_wm_state(const_cast<xcb_ewmh_connection_t*>(&ewmh), screen, window,
-                                         XCB_EWMH_WM_STATE_REMOVE, ewmh._NET_WM_STATE_FULLSCREEN,
-                                         XCB_ATOM_NONE, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+            &ewmh, screen, window, XCB_EWMH_WM_STATE_REMOVE, ewmh._NET_WM_STATE_MAXIMIZED_VERT,
+            ewmh._NET_WM_STATE_MAXIMIZED_HORZ, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+        xcb_ewmh_request_change_wm_state(&ewmh, screen, window, XCB_EWMH_WM_STATE_REMOVE,
+                                         ewmh._NET_WM_STATE_FULLSCREEN, XCB_ATOM_NONE,
+                                         XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
         xcb_flush(c);
         waitUntil([&] { return !hasState(window, maximized); });
     }
@@ -216,9 +216,9 @@ struct X11WindowControl::State {
         // North-west gravity: x and y place the outer frame's top-left corner; the size is the
         // client's.
         xcb_ewmh_request_moveresize_window(
-            const_cast<xcb_ewmh_connection_t*>(&ewmh), screen, window, XCB_GRAVITY_NORTH_WEST,
-            XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, xcb_ewmh_moveresize_window_opt_flags_t(flags),
-            uint32_t(x), uint32_t(y), uint32_t(width), uint32_t(height));
+            &ewmh, screen, window, XCB_GRAVITY_NORTH_WEST, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER,
+            xcb_ewmh_moveresize_window_opt_flags_t(flags), uint32_t(x), uint32_t(y),
+            uint32_t(width), uint32_t(height));
         xcb_flush(c);
     }
 

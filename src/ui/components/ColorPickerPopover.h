@@ -27,7 +27,8 @@ class ColorPickerPopover final : public QWidget {
     Q_OBJECT
 public:
     // The edited colour, shared with its owner: `get` reads it, `set` changes it. The owner
-    // reports changes made elsewhere through `boundColorChanged`.
+    // reports every change of the colour through `boundColorChanged`, also the ones `set` made,
+    // for example from the model's `published(Field::backgroundColor)`.
     struct Binding {
         std::function<RgbColor()> get;
         std::function<void(const RgbColor&)> set;

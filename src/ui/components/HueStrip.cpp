@@ -3,6 +3,7 @@
 
 #include "Look.h"
 
+#include <QKeyEvent>
 #include <QLinearGradient>
 #include <QMouseEvent>
 #include <QPainter>
@@ -12,6 +13,8 @@
 HueStrip::HueStrip(QWidget* parent) : QWidget(parent)
 {
     setAccessibleName(QStringLiteral("Hue"));
+    // Reachable from the keyboard too: Left and Right move by 1 %, with Shift by 10 %.
+    setFocusPolicy(Qt::StrongFocus);
     setFixedSize(sizeHint());
 }
 
@@ -53,6 +56,29 @@ void HueStrip::mouseMoveEvent(QMouseEvent* event)
         emit dragged(hueAt(event->position().x() - stripRect().left(), stripWidth));
 }
 
+void HueStrip::keyPressEvent(QKeyEvent* event)
+{
+    const double step = event->modifiers() & Qt::ShiftModifier ? 0.1 : 0.01;
+    if (event->key() == Qt::Key_Left)
+        emit dragged(std::clamp(m_hue - step, 0.0, maximumHue));
+    else if (event->key() == Qt::Key_Right)
+        emit dragged(std::clamp(m_hue + step, 0.0, maximumHue));
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void HueStrip::focusInEvent(QFocusEvent* event)
+{
+    QWidget::focusInEvent(event);
+    update();
+}
+
+void HueStrip::focusOutEvent(QFocusEvent* event)
+{
+    QWidget::focusOutEvent(event);
+    update();
+}
+
 void HueStrip::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -74,6 +100,6 @@ void HueStrip::paintEvent(QPaintEvent*)
     painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.6f), 0.5));
     const QRectF rim = capsule.adjusted(-1.25, -1.25, 1.25, 1.25);
     painter.drawRoundedRect(rim, rim.width() / 2, rim.width() / 2);
-    painter.setPen(QPen(Qt::white, 2));
+    painter.setPen(QPen(hasFocus() ? Look::accent(palette()) : QColor(Qt::white), 2));
     painter.drawRoundedRect(capsule, markerWidth / 2, markerWidth / 2);
 }

@@ -3,6 +3,9 @@
 
 #include "Look.h"
 
+#include <QCache>
+#include <QDateTime>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QLinearGradient>
 #include <QPainter>
@@ -46,13 +49,31 @@ void MiniScreen::loadImage()
 
 QImage MiniScreen::readThumbnail(const QString& path)
 {
+    // The panel rebuilds its previews often and shows the same few pictures: keep the last ones
+    // read, keyed by the file's identity so a replaced file is read again.
+    const QFileInfo info(path);
+    const QString key = info.absoluteFilePath() + QLatin1Char('\n') +
+                        QString::number(info.lastModified().toMSecsSinceEpoch()) +
+                        QLatin1Char('\n') + QString::number(info.size());
+    // Cost in kilobytes: at most 8 MB of decoded pictures.
+    static QCache<QString, QImage> cache(8 * 1024);
+    if (const QImage* cached = cache.object(key))
+        return *cached;
+
     QImageReader reader(path);
     reader.setAutoTransform(true);
-    // Thumbnails need few pixels: decode large pictures at a reduced size where the format can.
+    // A thumbnail needs few pixels, even on a dense screen: decode large pictures at a reduced
+    // size where the format can, and shrink the rest after reading.
+    constexpr int largest = 512;
     const QSize full = reader.size();
-    if (full.width() > 1024 && full.height() > 0)
-        reader.setScaledSize(full.scaled(1024, 1024, Qt::KeepAspectRatio));
-    return reader.read();
+    if (full.isValid() && (full.width() > largest || full.height() > largest))
+        reader.setScaledSize(full.scaled(largest, largest, Qt::KeepAspectRatio));
+    QImage image = reader.read();
+    if (image.width() > largest || image.height() > largest)
+        image = image.scaled(largest, largest, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    if (!image.isNull())
+        cache.insert(key, new QImage(image), std::max<qsizetype>(1, image.sizeInBytes() / 1024));
+    return image;
 }
 
 QList<QRectF> MiniScreen::statusCircles(Bar bar, double width)

@@ -3,6 +3,7 @@
 
 #include "Look.h"
 
+#include <QKeyEvent>
 #include <QLinearGradient>
 #include <QMouseEvent>
 #include <QPainter>
@@ -12,6 +13,8 @@
 SatBriPad::SatBriPad(QWidget* parent) : QWidget(parent)
 {
     setAccessibleName(QStringLiteral("Saturation and brightness"));
+    // Reachable from the keyboard too: arrows move the marker by 1 %, with Shift by 10 %.
+    setFocusPolicy(Qt::StrongFocus);
     setFixedSize(sizeHint());
 }
 
@@ -56,6 +59,43 @@ void SatBriPad::mouseMoveEvent(QMouseEvent* event)
         track(event->position());
 }
 
+void SatBriPad::keyPressEvent(QKeyEvent* event)
+{
+    const double step = event->modifiers() & Qt::ShiftModifier ? 0.1 : 0.01;
+    double sat = m_sat;
+    double bri = m_bri;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        sat -= step;
+        break;
+    case Qt::Key_Right:
+        sat += step;
+        break;
+    case Qt::Key_Up:
+        bri += step;
+        break;
+    case Qt::Key_Down:
+        bri -= step;
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    emit dragged(std::clamp(sat, 0.0, 1.0), std::clamp(bri, 0.0, 1.0));
+}
+
+void SatBriPad::focusInEvent(QFocusEvent* event)
+{
+    QWidget::focusInEvent(event);
+    update();
+}
+
+void SatBriPad::focusOutEvent(QFocusEvent* event)
+{
+    QWidget::focusOutEvent(event);
+    update();
+}
+
 void SatBriPad::track(QPointF position)
 {
     const QRectF pad = padRect();
@@ -90,4 +130,8 @@ void SatBriPad::paintEvent(QPaintEvent*)
     painter.drawEllipse(centre, radius + 1.25, radius + 1.25);
     painter.setPen(QPen(Qt::white, 2));
     painter.drawEllipse(centre, radius, radius);
+    if (hasFocus()) {
+        painter.setPen(QPen(Look::accent(palette()), 2));
+        painter.drawEllipse(centre, radius + 3, radius + 3);
+    }
 }

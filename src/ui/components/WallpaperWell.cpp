@@ -9,6 +9,7 @@
 #include <QEnterEvent>
 #include <QFileDialog>
 #include <QImageReader>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
 #include <QPainterPath>
@@ -198,6 +199,17 @@ void WallpaperWell::dropEvent(QDropEvent* event)
     }
     event->acceptProposedAction();
     emit picked(*file);
+}
+
+void WallpaperWell::keyPressEvent(QKeyEvent* event)
+{
+    // The clear button only appears under the pointer; from the keyboard, Delete or Backspace on
+    // the focused well clears it, as in other image fields of the desktop.
+    if ((event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace) && m_path) {
+        emit cleared();
+        return;
+    }
+    QAbstractButton::keyPressEvent(event);
 }
 
 void WallpaperWell::paintEvent(QPaintEvent*)

@@ -1,0 +1,245 @@
+// The model's panel pipeline with the fake platform and clock: captures and their cache, the
+// delayed recapture, item toggles by label, the master switch, and missing captures.
+#include "AppModel.h"
+#include "DefaultsStore.h"
+#include "FakeMaskPresenter.h"
+#include "FakePlatform.h"
+#include "FakeScheduler.h"
+#include "Preferences.h"
+#include "TestDirs.h"
+
+#include <QPainter>
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QColor panelColor(30, 30, 36);
+
+QColor colorOf(quint32 id)
+{
+    return QColor::fromHsv(int(id * 70 % 360), 255, 255);
+}
+
+bool contains(const QImage& image, const QColor& color)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, y) == color.rgb())
+                return true;
+        }
+    }
+    return false;
+}
+
+struct PipelineFixture : ::testing::Test {
+    TestDirs dirs;
+    FakePlatform fake;
+    FakeScheduler scheduler;
+    FakeMaskPresenter presenter;
+    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
+    std::unique_ptr<Preferences> preferences;
+    std::unique_ptr<AppModel> model;
+
+    PipelineFixture()
+    {
+        // One 1440 × 900 monitor with a 25-point panel holding three tray icons.
+        fake.addStandardMonitor();
+        QImage capture(1440, 900, QImage::Format_RGB32);
+        capture.fill(Qt::darkBlue);
+        QPainter p(&capture);
+        p.fillRect(0, 0, 1440, 25, panelColor);
+        for (const quint32 id : {11u, 12u, 13u}) {
+            addIcon(id, 1300 + 30 * (id - 11), QStringLiteral("app%1").arg(id));
+            p.fillRect(1300 + 30 * int(id - 11), 1, 22, 22, colorOf(id));
+        }
+        fake.capture->images.insert(1, capture);
+    }
+
+    void addIcon(quint32 id, double x, const QString& owner)
+    {
+        WindowListEntry entry;
+        entry.layer = 25;
+        entry.number = id;
+        entry.bounds = QRectF(x, 1, 22, 22);
+        entry.ownerName = owner;
+        fake.windowList->entries.append(entry);
+    }
+
+    AppModel& make()
+    {
+        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
+        model = std::make_unique<AppModel>(AppModel::Dependencies{
+            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        model->overlays().setPresenter(&presenter);
+        return *model;
+    }
+
+    quint32 idOf(const QString& label) const
+    {
+        for (const MenuBarItem& item : model->menuBarItems()) {
+            if (item.label == label)
+                return item.id;
+        }
+        return 0;
+    }
+};
+
+} // namespace
+
+TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
+{
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_EQ(fake.capture->captures, 1);
+    // The masks come down at once so the next capture sees the bare panel.
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("entire"));
+
+    scheduler.advance(200ms);
+    m.setMenuBarCover(MenuBarCover::items);
+    EXPECT_EQ(fake.capture->captures, 1);
+    scheduler.advance(399ms);
+    EXPECT_EQ(fake.capture->captures, 1);
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    scheduler.advance(1ms);
+    EXPECT_EQ(fake.capture->captures, 2);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    scheduler.advance(2000ms);
+    EXPECT_EQ(fake.capture->captures, 2);
+}
+
+TEST_F(PipelineFixture, togglingUsesTheCacheAndKeepsMasksUp)
+{
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::items);
+    scheduler.advance(400ms);
+    const int captures = fake.capture->captures;
+    ASSERT_EQ(presenter.shown.size(), 1);
+
+    m.toggleItem(idOf(QStringLiteral("app12")));
+    EXPECT_EQ(fake.capture->captures, captures);
+    EXPECT_EQ(scheduler.activeCount(), 0);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    const MaskTile tile = presenter.shown.first();
+    // From 8 points left of the first icon to the right edge, at the top of the screen.
+    EXPECT_EQ(tile.rect, QRectF(1292, 875, 148, 25));
+    ASSERT_TRUE(tile.image);
+    EXPECT_FALSE(contains(*tile.image, colorOf(12)));
+    EXPECT_TRUE(contains(*tile.image, colorOf(11)));
+    EXPECT_TRUE(contains(*tile.image, colorOf(13)));
+    EXPECT_EQ(store->stringListValue(StoredKeys::hiddenItemLabels),
+              QStringList({QStringLiteral("app12")}));
+
+    m.toggleItem(idOf(QStringLiteral("app12")));
+    EXPECT_TRUE(m.hiddenLabels().isEmpty());
+    EXPECT_TRUE(contains(*presenter.shown.first().image, colorOf(12)));
+    m.toggleItem(4242); // unknown id: nothing happens
+    EXPECT_TRUE(m.selectedItemIDs().isEmpty());
+}
+
+TEST_F(PipelineFixture, theLabelDecidesAcrossWindowNumbers)
+{
+    AppModel& m = make();
+    m.toggleItem(12);
+    // The icon's program restarts: a new window number under the same label.
+    fake.windowList->entries[1].number = 22;
+    m.refreshMenuBarItems();
+    EXPECT_TRUE(m.selectedItemIDs().isEmpty());
+    EXPECT_TRUE(m.hiddenLabels().contains(QStringLiteral("app12")));
+
+    // Toggling now shows it for good, because its label was still stored.
+    m.toggleItem(22);
+    EXPECT_TRUE(m.hiddenLabels().isEmpty());
+    EXPECT_TRUE(m.selectedItemIDs().isEmpty());
+
+    m.toggleItem(22);
+    fake.windowList->entries[1].number = 32;
+    m.restoreHiddenSelection();
+    EXPECT_EQ(m.selectedItemIDs(), QSet<quint32>({32}));
+}
+
+TEST_F(PipelineFixture, masterSwitchOffTakesMasksAndTintDownAndKeepsTheChoices)
+{
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    m.toggleItem(11);
+    scheduler.advance(400ms);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    EXPECT_TRUE(m.wallpaper().barTintActive);
+
+    m.setEnabled(false);
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_FALSE(m.wallpaper().barTintActive);
+    EXPECT_EQ(m.menuBarCover(), MenuBarCover::entire);
+    EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("app11")}));
+
+    m.setEnabled(true);
+    scheduler.advance(400ms);
+    EXPECT_EQ(presenter.shown.size(), 1);
+    EXPECT_TRUE(m.wallpaper().barTintActive);
+}
+
+TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
+{
+    // A second monitor right of the first, without a panel of its own.
+    ScreenInfo second;
+    second.displayId = 2;
+    second.outputName = QStringLiteral("HDMI-1");
+    second.frame = QRectF(1440, -180, 1920, 1080);
+    second.visibleFrame = second.frame;
+    fake.screens->list.append(second);
+    QImage secondCapture(1920, 1080, QImage::Format_RGB32);
+    secondCapture.fill(Qt::gray);
+    fake.capture->images.insert(2, secondCapture);
+
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    scheduler.advance(400ms);
+    ASSERT_EQ(presenter.shown.size(), 2);
+    EXPECT_EQ(presenter.shown[0].rect, QRectF(0, 875, 1440, 25));
+    // 40 points left of the first icon: a strip of bare panel 2 pixels wide.
+    ASSERT_TRUE(presenter.shown[0].image);
+    EXPECT_EQ(presenter.shown[0].image->size(), QSize(2, 25));
+    EXPECT_EQ(presenter.shown[0].image->pixel(0, 0), panelColor.rgb());
+    // No panel there: the 24-point fallback height.
+    EXPECT_EQ(presenter.shown[1].rect, QRectF(1440, 876, 1920, 24));
+    ASSERT_TRUE(presenter.shown[1].image);
+    EXPECT_EQ(presenter.shown[1].image->pixel(0, 0), QColor(Qt::gray).rgb());
+
+    // Under the items cover only the screen with icons gets a piece.
+    m.setMenuBarCover(MenuBarCover::items);
+    scheduler.advance(400ms);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    EXPECT_EQ(presenter.shown[0].rect.x(), 1292);
+}
+
+TEST_F(PipelineFixture, withoutCapturesEntireIsBlackAndItemsShowsNothing)
+{
+    fake.capture->allowed = false;
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    scheduler.advance(400ms);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    EXPECT_FALSE(presenter.shown[0].image);
+    EXPECT_EQ(presenter.fill, (RgbColor{0, 0, 0, 1}));
+    // Access is asked for again on every recomputation that finds no capture.
+    EXPECT_EQ(fake.capture->requests, 2);
+
+    m.setMenuBarCover(MenuBarCover::items);
+    scheduler.advance(400ms);
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_EQ(fake.capture->captures, 0);
+}
+
+TEST_F(PipelineFixture, aScreenChangeRecapturesAtOnce)
+{
+    AppModel& m = make();
+    m.setMenuBarCover(MenuBarCover::entire);
+    scheduler.advance(400ms);
+    const int captures = fake.capture->captures;
+    fake.screens->announceChange();
+    EXPECT_EQ(fake.capture->captures, captures + 1);
+    EXPECT_EQ(presenter.shown.size(), 1);
+}
