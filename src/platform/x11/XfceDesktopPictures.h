@@ -29,8 +29,7 @@ private:
     static QString monitorPrefix(const ScreenInfo& screen);
     // Workspaces 0 … n−1 of the window manager, plus any the settings already name.
     QList<int> workspaces(const QString& prefix) const;
-    static bool show(const QString& prefix, int workspace, const QString& path,
-                     const QString& style);
+    static bool show(const QString& prefix, int workspace, const QString& path, int style);
 
     // Per monitor settings prefix, per workspace: what it showed when last asked.
     mutable QHash<QString, QHash<int, Workspace>> m_before;
