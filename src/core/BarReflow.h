@@ -16,7 +16,7 @@ namespace BarReflow {
 struct Piece {
     // Where the piece is shown: global bottom-left coordinates, points.
     QRectF rect;
-    // RGBA, premultiplied, at the monitor's pixel density; row 0 is the top of the panel.
+    // 8-bit RGBA, premultiplied, at the monitor's pixel density; row 0 is the top of the panel.
     QImage image;
 };
 

@@ -96,6 +96,15 @@ std::optional<QString> XfceDesktopPictures::desktopPicture(const ScreenInfo& scr
                         .value_or(QString())
                         .toInt();
     const QString prefix = monitorPrefix(screen);
+    // The program asks for the picture just before its first change: what every workspace
+    // shows now is what it gets back.
+    QHash<int, Workspace>& record = m_before[prefix];
+    record.clear();
+    for (int w : workspaces(prefix)) {
+        const QString base = prefix + QStringLiteral("/workspace%1/").arg(w);
+        record.insert(w, {property(base + QStringLiteral("last-image")),
+                          property(base + QStringLiteral("image-style"))});
+    }
     auto path = property(prefix + QStringLiteral("/workspace%1/last-image").arg(workspace));
     if (!path && workspace != 0)
         path = property(prefix + QStringLiteral("/workspace0/last-image"));
@@ -109,14 +118,40 @@ bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QStr
     if (screen.outputName.isEmpty())
         return false;
     const QString prefix = monitorPrefix(screen);
-    bool ok = true;
-    for (int workspace : workspaces(prefix)) {
-        const QString base = prefix + QStringLiteral("/workspace%1/").arg(workspace);
-        // The style first, so xfdesktop never shows the new picture in the old style.
-        ok = setProperty(base + QStringLiteral("image-style"), QStringLiteral("int"),
-                         kStyleZoomed) &&
-             ok;
-        ok = setProperty(base + QStringLiteral("last-image"), QStringLiteral("string"), path) && ok;
+    const QList<int> all = workspaces(prefix);
+
+    // Putting back a picture the monitor showed when last asked puts back what every workspace
+    // had then, picture and style, as the user left them.
+    if (const auto saved = m_before.constFind(prefix); saved != m_before.constEnd()) {
+        const bool restoring = std::any_of(saved->cbegin(), saved->cend(),
+                                           [&](const Workspace& w) { return w.picture == path; });
+        if (restoring) {
+            const QHash<int, Workspace> before = *saved;
+            m_before.remove(prefix);
+            bool ok = true;
+            for (int workspace : all) {
+                const Workspace w = before.value(workspace);
+                ok = show(prefix, workspace, w.picture.value_or(path),
+                          w.style.value_or(kStyleZoomed)) &&
+                     ok;
+            }
+            return ok;
+        }
     }
+
+    bool ok = true;
+    for (int workspace : all)
+        ok = show(prefix, workspace, path, kStyleZoomed) && ok;
     return ok;
+}
+
+bool XfceDesktopPictures::show(const QString& prefix, int workspace, const QString& path,
+                               const QString& style)
+{
+    const QString base = prefix + QStringLiteral("/workspace%1/").arg(workspace);
+    // The style first, so xfdesktop never shows the new picture in the old style.
+    const bool styled =
+        setProperty(base + QStringLiteral("image-style"), QStringLiteral("int"), style);
+    return setProperty(base + QStringLiteral("last-image"), QStringLiteral("string"), path) &&
+           styled;
 }

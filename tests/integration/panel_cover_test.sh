@@ -1,0 +1,202 @@
+#!/usr/bin/env bash
+# The panel cover on the real Xfce panel, with the real mask windows (through the cover driver):
+# with "items" and the middle of three tray icons hidden, the others close up to the right at the
+# median spacing and nothing of the hidden one shows; clicks on a masked icon reach the panel;
+# with "entire" the panel strip is uniform; the masks are made again and stay visible after
+# "xfwm4 --replace" with compositing; on two monitors each one gets its own mask.
+# Usage: panel_cover_test.sh PATH-TO-QUILLET … (the driver comes from QUILLET_COVER_DRIVER)
+set -uo pipefail
+
+source "$(dirname "$0")/../support/desktop/lib.sh"
+
+driver=${QUILLET_COVER_DRIVER:?QUILLET_COVER_DRIVER must name quillet_cover_driver}
+[ -x "$driver" ] || {
+  echo "not executable: $driver" >&2
+  exit 1
+}
+
+qd_init panel_cover
+export QT_QPA_PLATFORM=xcb
+
+# --- the driver ------------------------------------------------------------------------------
+seq=0
+start_driver() {
+  qd_new_home
+  fifo=$QD_TMP/commands-$RANDOM
+  mkfifo "$fifo"
+  log=$QD_TMP/driver-$RANDOM.log
+  : >"$log"
+  qd_launch driver_pid "$log" "$driver" "$fifo"
+  qd_wait_for 20 "the cover driver" grep -q '^ready' "$log"
+}
+# Sends one command and waits for its end; its output lines are in $reply.
+drive() {
+  seq=$((seq + 1))
+  local before
+  before=$(wc -l <"$log")
+  echo "$seq $*" >"$fifo"
+  reply=""
+  qd_wait_for 30 "driver command '$*'" grep -q "^done $seq\$" "$log" || return 1
+  # The log also holds the driver's warnings: keep the answer lines.
+  reply=$(tail -n "+$((before + 1))" "$log" | grep -E '^(item|mask|error) ')
+  if grep -q '^error' <<<"$reply"; then
+    qd_log "driver: $(grep '^error' <<<"$reply")"
+  fi
+  return 0
+}
+stop_driver() {
+  drive quit || true
+  qd_stop_process "$driver_pid" TERM 10 || true
+}
+
+field() { # NAME LINE
+  sed -n "s/.*\b$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
+}
+item_line() { grep " label=$1\$" <<<"$items"; }
+
+# --- pictures --------------------------------------------------------------------------------
+shot_no=0
+shoot() { # VAR
+  shot_no=$((shot_no + 1))
+  local file=$QD_ARTIFACTS/shot-$shot_no.png
+  qd_screenshot "$file"
+  printf -v "$1" %s "$file"
+}
+crop() { # FILE GEOMETRY OUT
+  convert "$1" -crop "$2" +repage "$3"
+}
+# Number of pixels that differ between two crops of the same size.
+differing() { # FILE-A GEOMETRY-A FILE-B GEOMETRY-B
+  crop "$1" "$2" "$QD_TMP/a.png" && crop "$3" "$4" "$QD_TMP/b.png" &&
+    compare -metric AE "$QD_TMP/a.png" "$QD_TMP/b.png" null: 2>&1 | cut -d' ' -f1
+}
+# Number of pixels of a crop that differ from the first pixel of their row: 0 when every row is
+# a single colour, as bare panel background stretched from a narrow column is.
+off_row() { # FILE GEOMETRY
+  local w=${2%%x*} rest=${2#*x}
+  local h=${rest%%+*}
+  crop "$1" "$2" "$QD_TMP/c.png" &&
+    convert "$QD_TMP/c.png" -sample "1x$h!" -sample "${w}x$h!" "$QD_TMP/d.png" &&
+    compare -metric AE "$QD_TMP/c.png" "$QD_TMP/d.png" null: 2>&1 | cut -d' ' -f1
+}
+
+# =============================================================================================
+qd_section "one monitor: hide the middle tray icon"
+qd_start_desktop
+start_driver
+labels="YAD 1|YAD 2|Quillet test status item"
+got_labels() { drive items && [ "$(sed -n 's/.* label=//p' <<<"$reply" | paste -sd '|')" = "$labels" ]; }
+qd_wait_for 20 "three tray items" got_labels || true
+items=$reply
+qd_log "items:"$'\n'"$items"
+qd_check_eq "tray items" "$labels" "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')"
+panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
+root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+[ -n "$root_w" ] || root_w=1920
+shoot bare
+
+one=$(item_line "YAD 1") two=$(item_line "YAD 2") sni=$(item_line "Quillet test status item")
+x1=$(field x "$one") w1=$(field w "$one")
+x2=$(field x "$two") w2=$(field w "$two")
+x3=$(field x "$sni") w3=$(field w "$sni")
+# The spacing is the upper median of the two gaps, that is the larger one.
+gap_a=$((x2 - x1 - w1)) gap_b=$((x3 - x2 - w2))
+spacing=$((gap_a > gap_b ? gap_a : gap_b))
+new_x1=$((x3 - spacing - w1))
+tile_x=$((x1 - 8))
+qd_log "gaps $gap_a $gap_b: spacing $spacing; YAD 1 moves from $x1 to $new_x1"
+
+drive cover items
+drive settle
+drive toggle YAD 2
+drive settle
+drive masks
+masks=$reply
+qd_log "masks: $masks"
+qd_check_eq "one mask window" 1 "$(grep -c '^mask' <<<"$masks")"
+qd_check_eq "the mask runs from 8 pixels left of the first icon to the right edge" \
+  "$tile_x 0 $((root_w - tile_x))" \
+  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
+qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -ge "$panel_h"
+qd_check_eq "the mask shows a picture" 1 "$(field picture "$masks")"
+shoot hidden
+h=$panel_h
+qd_check_eq "the rightmost icon stays where it was" 0 \
+  "$(differing "$bare" "${w3}x$h+$x3+0" "$hidden" "${w3}x$h+$x3+0")"
+qd_check_eq "YAD 1 closes up to the right, one median gap before the rightmost icon" 0 \
+  "$(differing "$bare" "${w1}x$h+$x1+0" "$hidden" "${w1}x$h+$new_x1+0")"
+qd_check_eq "nothing left of YAD 1 but panel background" 0 \
+  "$(off_row "$hidden" "$((new_x1 - tile_x))x$h+$tile_x+0")"
+qd_check_eq "nothing between YAD 1 and the rightmost icon but panel background" 0 \
+  "$(off_row "$hidden" "${spacing}x$h+$((new_x1 + w1))+0")"
+
+qd_section "clicks pass through the mask"
+sni_log=$QD_DESKTOP_STATE/log/tray_sni.log
+before=$(grep -c '^activated' "$sni_log" 2>/dev/null)
+cx=$((x3 + w3 / 2)) cy=$((h / 2))
+xdotool mousemove "$cx" "$cy"
+sleep 0.3
+under=$(xdotool getmouselocation --shell | sed -n 's/^WINDOW=//p')
+qd_check "the pointer is over the panel, not over the mask" \
+  test "$(printf '0x%x' "$under")" != "$(field win "$masks")"
+xdotool click 1
+activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
+qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
+
+qd_section "the whole panel"
+drive cover entire
+drive settle
+drive masks
+masks=$reply
+qd_check_eq "one mask over the whole panel" "0 0 $root_w" \
+  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
+shoot entire
+qd_check_eq "every row of the panel strip is one colour" 0 "$(off_row "$entire" "${root_w}x$h+0+0")"
+qd_check "the bare panel was not" test "$(off_row "$bare" "${root_w}x$h+0+0")" -gt 0
+
+qd_section "a compositing window manager replaces xfwm4"
+old_wm=$(qd_xprobe owner WM_S0)
+old_mask=$(field win "$masks")
+xfconf-query -c xfwm4 -p /general/use_compositing -n -t bool -s true
+qd_launch wm_pid "$QD_TMP/xfwm4-replaced.log" xfwm4 --replace --compositor=on
+new_owner() { local o; o=$(qd_xprobe owner WM_S0) && [ "$o" != "$old_wm" ]; }
+composited() { qd_xprobe owner _NET_WM_CM_S0 >/dev/null; }
+qd_check "the new window manager took over" qd_wait_for 15 "a new WM_S0 owner" new_owner
+qd_wait_for 15 "the compositor" composited || qd_log "no compositing manager appeared"
+new_mask() { drive masks && [ -n "$(field win "$reply")" ] && [ "$(field win "$reply")" != "$old_mask" ]; }
+qd_check "the mask window was made again" qd_wait_for 10 "a new mask window" new_mask
+drive settle
+sleep 1
+shoot replaced
+qd_check_eq "the panel strip is still covered" 0 "$(off_row "$replaced" "${root_w}x$h+0+0")"
+
+stop_driver
+qd_stop_process "$wm_pid" TERM 10 || true
+qd_stop_desktop
+
+# =============================================================================================
+qd_section "two monitors: one mask each"
+if [ "$(id -u)" != 0 ]; then
+  qd_log "skipped: two monitors need the dummy X driver, which runs as root"
+else
+  qd_start_desktop --monitors 2
+  start_driver
+  drive cover entire
+  drive settle
+  drive masks
+  masks=$reply
+  qd_log "masks:"$'\n'"$masks"
+  qd_check_eq "two mask windows" 2 "$(grep -c '^mask' <<<"$masks")"
+  # The second monitor, as xrandr lists it: "1: +NAME W/…xH/…+X+Y NAME".
+  second=$(xrandr --listmonitors | sed -n 's/^ *1: [^ ]* \([0-9]*\)\/[0-9]*x\([0-9]*\)\/[0-9]*+\([0-9]*\)+\([0-9]*\).*/\1 \2 \3 \4/p')
+  read -r sw _ sx sy <<<"$second"
+  mask2=$(grep '^mask' <<<"$masks" | grep " x=$sx " | head -n 1)
+  qd_check_eq "the second monitor's mask spans its top with the 24-pixel fallback height" \
+    "$sx $sy $sw 24" "$(field x "$mask2") $(field y "$mask2") $(field w "$mask2") $(field h "$mask2")"
+  shoot two
+  qd_check_eq "every row of the second monitor's top strip is one colour" 0 \
+    "$(off_row "$two" "${sw}x24+$sx+$sy")"
+  stop_driver
+fi
+
+qd_finish
