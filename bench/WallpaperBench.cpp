@@ -79,9 +79,17 @@ void renderTinted(benchmark::State& state)
     Controller c;
     c.wallpaper.mode = DesktopBackground::image;
     c.wallpaper.lightURL = basePicture(base.width, base.height);
+    if (PictureFile::read(*c.wallpaper.lightURL).isNull()) {
+        state.SkipWithError("the base picture cannot be read");
+        return;
+    }
     const ScreenInfo screen = fullHdScreen();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(c.wallpaper.renderTinted(screen, 1));
+    for (auto _ : state) {
+        if (!c.wallpaper.renderTinted(screen, 1)) {
+            state.SkipWithError("rendering failed");
+            break;
+        }
+    }
     state.SetLabel(QStringLiteral("base %1x%2 -> 1920x1080 JPEG 92")
                        .arg(base.width)
                        .arg(base.height)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Tray item scan benchmark on the virtual desktop: the window-list snapshot, the item names and
 # a full scan with the desktop's 3 tray icons and with 30, then the names and a full scan while
-# one status item's application does not answer (stopped with SIGSTOP). Prints figures; asserts
-# nothing. Usage: bench/panel_items.sh [PATH-TO-QUILLET_PANEL_ITEMS] [RUNS]
+# one status item's application does not answer (stopped with SIGSTOP after a first scan).
+# Prints figures; asserts nothing. Usage: bench/panel_items.sh [PATH-TO-QUILLET_PANEL_ITEMS] [RUNS]
 set -uo pipefail
 
 source "$(dirname "$0")/../tests/support/desktop/lib.sh"
@@ -21,10 +21,10 @@ export QT_QPA_PLATFORM=xcb
 
 count() { "$probe" 2>/dev/null | wc -l; }
 count_is() { [ "$(count)" -ge "$1" ]; }
-report() { # TITLE
+report() { # TITLE [PID-TO-SILENCE]
   echo
   echo "$1"
-  "$probe" --time "$runs" 2>/dev/null | sed 's/^/  /'
+  "$probe" --time "$runs" ${2:-} 2>/dev/null | sed 's/^/  /'
 }
 
 qd_wait_for 15 "three tray items" count_is 3 || true
@@ -45,10 +45,9 @@ qd_wait_for 60 "thirty tray items" count_is 30 || true
 report "30 tray icons (16 XEmbed, 14 status items), $(count) items found:"
 echo "  labels: $("$probe" 2>/dev/null | sed -n 's/.* label=//p' | paste -sd '|')"
 
-silent=${extra[-1]}
-kill -STOP "$silent"
-report "30 tray icons, one status item's application stopped (each source waits at most 250 ms):"
-kill -CONT "$silent"
+# The probe stops the last status item's application after one scan and continues it after.
+report "30 tray icons, one status item's application stopped (each source waits at most 250 ms):" \
+  "${extra[-1]}"
 
 for p in "${extra[@]}"; do
   qd_stop_process "$p" TERM 10 || true

@@ -14,6 +14,7 @@
 #include <QImageWriter>
 #include <QJsonObject>
 #include <QPainter>
+#include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
@@ -138,6 +139,11 @@ void WallpaperController::apply()
             pictures.setDesktopPicture(screen, *target);
         return;
     }
+    // Asking for the appearance may mean a bus call and a child process: once per apply, not
+    // once per monitor.
+    if (mode == DesktopBackground::image)
+        m_darkForThisApply = m_platform.appearance().isDark();
+    const auto forget = qScopeGuard([this] { m_darkForThisApply.reset(); });
     for (const ScreenInfo& screen : screens) {
         if (!screen.displayId)
             continue;
@@ -148,7 +154,8 @@ void WallpaperController::apply()
 
 std::optional<QString> WallpaperController::pictureForAppearance() const
 {
-    if (m_platform.appearance().isDark())
+    const bool dark = m_darkForThisApply ? *m_darkForThisApply : m_platform.appearance().isDark();
+    if (dark)
         return darkURL ? darkURL : lightURL;
     return lightURL ? lightURL : darkURL;
 }
@@ -350,8 +357,14 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
         const double s = std::max(width / bw, height / bh);
         const QRectF target((width - bw * s) / 2, (height - bh * s) / 2, bw * s, bh * s);
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.setRenderHint(QPainter::SmoothPixmapTransform);
-        painter.drawImage(target, base);
+        if (s == 1.0) {
+            // A picture of the monitor's own size: a plain copy, far cheaper than the
+            // transformed path the painter takes for a rectangle.
+            painter.drawImage(target.topLeft(), base);
+        } else {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            painter.drawImage(target, base);
+        }
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
 

@@ -69,4 +69,6 @@ private:
 
     Platform& m_platform;
     DefaultsStore& m_defaults;
+    // The appearance read once at the start of a tinted apply.
+    std::optional<bool> m_darkForThisApply;
 };

@@ -7,6 +7,7 @@
 #include "UiStyle.h"
 #include "WindowListBox.h"
 #include "WindowRow.h"
+#include "components/ColorPickerPopover.h"
 #include "components/Look.h"
 #include "components/MiniScreen.h"
 #include "components/PermissionBanner.h"
@@ -25,16 +26,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-// PLACEHOLDER until the colour picker is available: a plain label in its place.
-QWidget* makeColorPicker(AppModel& model, QObject* context)
-{
-    auto* picker = new QLabel(QStringLiteral("Colour picker"));
-    picker->setAccessibleName(QStringLiteral("Background color"));
-    Q_UNUSED(model);
-    Q_UNUSED(context);
-    return picker;
-}
 
 ScreenThumb* makeCell(const QRectF& region, const QString& caption, bool dashed,
                       const std::optional<QString>& glyph, const QString& tip)
@@ -607,7 +598,16 @@ void ContentView::buildPopovers()
     m_colorPopover = new Popover(QStringLiteral("Background color"), this);
     auto* colorLayout = new QVBoxLayout(m_colorPopover);
     colorLayout->setContentsMargins(0, 0, 0, 0);
-    m_colorPicker = makeColorPicker(m_model, this);
+    // Bound to the model's colour: each change of the picker sets it, and changes made elsewhere
+    // are read back in.
+    auto* picker = new ColorPickerPopover(
+        {[this] { return m_model.backgroundColor(); },
+         [this](const RgbColor& color) { m_model.setBackgroundColor(color); }});
+    connect(&m_model, &AppModel::published, picker, [this, picker](AppModel::Field field) {
+        if (field == AppModel::Field::backgroundColor)
+            picker->boundColorChanged(m_model.backgroundColor());
+    });
+    m_colorPicker = picker;
     colorLayout->addWidget(m_colorPicker);
 
     m_imagePopover = new Popover(QStringLiteral("Background images"), this);

@@ -67,9 +67,11 @@ QString CustomSizeForm::customH() const
 
 std::optional<CustomField> CustomSizeForm::customFieldFocus() const
 {
-    if (m_width->hasFocus())
+    // The field that has the keyboard whenever the popover is the active window.
+    const QWidget* focused = window()->focusWidget();
+    if (focused == m_width)
         return CustomField::width;
-    if (m_height->hasFocus())
+    if (focused == m_height)
         return CustomField::height;
     return std::nullopt;
 }

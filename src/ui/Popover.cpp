@@ -1,6 +1,7 @@
 // Anchored popup panels of the main window.
 #include "Popover.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QKeyEvent>
 #include <QScreen>
@@ -46,12 +47,16 @@ void Popover::showEvent(QShowEvent* event)
 {
     QFrame::showEvent(event);
     m_wasActive = false;
+    // A press in the main window closes the panel even when the window manager never gave it
+    // the focus.
+    qApp->installEventFilter(this);
     emit opened();
 }
 
 void Popover::hideEvent(QHideEvent* event)
 {
     QFrame::hideEvent(event);
+    qApp->removeEventFilter(this);
     emit closed();
 }
 
@@ -62,6 +67,18 @@ void Popover::keyPressEvent(QKeyEvent* event)
         return;
     }
     QFrame::keyPressEvent(event);
+}
+
+bool Popover::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress) {
+        // Only presses in the window the panel belongs to: a file chooser opened from the
+        // panel must not close it.
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (widget && parentWidget() && widget->window() == parentWidget()->window())
+            hide();
+    }
+    return QFrame::eventFilter(watched, event);
 }
 
 void Popover::changeEvent(QEvent* event)

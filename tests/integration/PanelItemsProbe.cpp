@@ -3,7 +3,9 @@
 //   quillet_panel_items                 the tray items, left to right
 //   quillet_panel_items --windows       the window-list snapshot, front to back
 //   quillet_panel_items --names         the named tray elements
-//   quillet_panel_items --time N        N snapshots and N full scans, with timings in ms
+//   quillet_panel_items --time N [PID]  N snapshots, name lists and full scans, with timings in
+//                                       ms; with PID, that process is stopped (SIGSTOP) after
+//                                       one warm-up scan and continued at the end
 //
 // Item lines: "id=0x… x=… y=… w=… h=… owner=… label=…" with the rectangle in global top-left
 // coordinates, so it can be compared with xwininfo on a desktop whose primary monitor is at 0,0.
@@ -16,6 +18,7 @@
 #include <QGuiApplication>
 #include <QTextStream>
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -107,9 +110,17 @@ int main(int argc, char** argv)
         printNames(*platform);
     } else if (args.value(0) == QLatin1String("--time")) {
         const int runs = std::max(1, args.value(1).toInt());
+        const pid_t silent = pid_t(args.value(2).toInt());
+        if (silent > 0) {
+            // The program has scanned before an application stops answering.
+            MenuBarScanner::currentItems(*platform);
+            kill(silent, SIGSTOP);
+        }
         printTimes("snapshot", timed(runs, [&] { platform->windowList().onScreenWindows(); }));
         printTimes("names", timed(runs, [&] { platform->itemNames().trayElements(); }));
         printTimes("scan", timed(runs, [&] { MenuBarScanner::currentItems(*platform); }));
+        if (silent > 0)
+            kill(silent, SIGCONT);
     } else {
         printItems(*platform);
     }

@@ -83,12 +83,17 @@ image_path() { qd_xfconf_get xfce4-desktop "$(xfconf-query -c xfce4-desktop -l |
 qd_wait_for 10 "a picture of ours on the desktop" bash -c "xfconf-query -c xfce4-desktop -l | grep '/workspace0/last-image\$' | head -n 1 | xargs -r xfconf-query -c xfce4-desktop -p | grep -q '^$XDG_DATA_HOME/Quillet/'" &&
   qd_pass "the desktop shows $(image_path)" || qd_fail "the desktop picture is $(image_path)"
 qd_check_eq "the colour popover is open" 0 "$("${atspi[@]}" showing "$quillet_pid" "Background color"; echo $?)"
+desktop_pixel() { import -window root -crop 1x1+1900+1060 -depth 8 txt:- | sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | tr a-f A-F; }
+desktop_is() { [ "$(desktop_pixel)" = "$1" ]; }
+qd_wait_for 10 "the stored colour on screen" desktop_is 3366CC &&
+  qd_pass "the desktop is #3366CC" || qd_fail "the desktop pixel is #$(desktop_pixel)"
+# A swatch of the colour popover changes it.
+press "#2979FF" "push button"
+qd_wait_for 10 "the chosen colour on screen" desktop_is 2979FF &&
+  qd_pass "the desktop is #2979FF after choosing its swatch" || qd_fail "after the swatch the desktop pixel is #$(desktop_pixel)"
+qd_screenshot "$QD_ARTIFACTS/solid-colour.png"
 xdotool key Escape
 sleep 0.5
-desktop_pixel() { import -window root -crop 1x1+1900+1060 -depth 8 txt:- | sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | tr a-f A-F; }
-qd_wait_for 10 "the solid colour on screen" bash -c "[ \"\$(import -window root -crop 1x1+1900+1060 -depth 8 txt:- | sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | tr a-f A-F)\" = 3366CC ]" &&
-  qd_pass "the desktop is #3366CC" || qd_fail "the desktop pixel is #$(desktop_pixel)"
-qd_screenshot "$QD_ARTIFACTS/solid-colour.png"
 
 qd_section "hide one tray icon"
 panel_strip() { import -window root -crop "400x32+$((${start_geometry%%x*} - 400))+0" -depth 8 "$1"; }

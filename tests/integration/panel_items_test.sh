@@ -87,20 +87,28 @@ windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
 qd_check "the window list has the panel at layer 24" \
   grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
 
-qd_section "a status item added and removed again"
+qd_section "status items added and removed again"
 # The panel lists a newly known item before the items it knew already.
 qd_launch extra_sni "$QD_TMP/extra-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
   --title "Extra item" --tooltip "ignored" --color 27ae60
-added="YAD 1|YAD 2|Extra item|Quillet test status item"
 qd_check "the new item appears in the panel's order with its title" \
-  qd_wait_for 15 "four tray items" labels_are "$added"
+  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|Extra item|Quillet test status item"
+# A status item's tooltip title is its description, named by the part before the first comma.
+qd_launch another_sni "$QD_TMP/another-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
+  --title "Another item, busy" --tooltip "ignored" --color 8e44ad
+qd_check "a second new item comes first" qd_wait_for 15 "five tray items" \
+  labels_are "YAD 1|YAD 2|Another item|Extra item|Quillet test status item"
 qd_log "labels: $(labels)"
 scan=$(items)
-extra=$(grep 'label=Extra item$' <<<"$scan")
-qd_check_eq "the new item shows its own icon" 27AE60 \
-  "$(pixel $(($(field x "$extra") + $(field w "$extra") / 2)) $(($(field h "$extra") / 2)))"
+# Each item's rectangle shows that item's own icon colour: names and places match.
+for pair in "Extra item:27AE60" "Another item:8E44AD"; do
+  line=$(grep "label=${pair%%:*}\$" <<<"$scan")
+  qd_check_eq "item '${pair%%:*}' shows its own icon" "${pair#*:}" \
+    "$(pixel $(($(field x "$line") + $(field w "$line") / 2)) $(($(field h "$line") / 2)))"
+done
+qd_stop_process "$another_sni" TERM 10 || true
 qd_stop_process "$extra_sni" TERM 10 || true
-qd_check "a rescan drops the item whose application quit" qd_wait_for 15 "three tray items" labels_are "$base"
+qd_check "a rescan drops the items whose applications quit" qd_wait_for 15 "three tray items" labels_are "$base"
 
 qd_section "an XEmbed icon added and removed again"
 qd_launch extra_yad "$QD_TMP/extra-yad.log" yad --notification --text="Extra icon" --image=dialog-error

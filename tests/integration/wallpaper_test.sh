@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Desktop pictures on real desktops. With xfdesktop: the colour choice shows on every monitor and
-# workspace, switching off and quitting put the user's own picture back everywhere, and after
+# workspace, switching off and quitting put each workspace's own picture and style back, after
 # kill -9 the next launch restores it from the stored record. Without a desktop program: the
 # colour goes into the root pixmap and the previous root picture comes back on quit.
 # Usage: wallpaper_test.sh PATH-TO-QUILLET
@@ -105,6 +105,40 @@ set_everywhere() { # FILE
     done
   done
 }
+# The user's own setup: workspace 1 of each monitor has another picture, scaled to fit.
+set_varied() {
+  local output w
+  set_everywhere "$mine"
+  for output in $(monitor_outputs); do
+    xfconf-query -c xfce4-desktop -p "$(backdrop "$output" 1)/last-image" -s "$mine2"
+    xfconf-query -c xfce4-desktop -p "$(backdrop "$output" 1)/image-style" -s 4
+  done
+}
+varied_is_back() {
+  local output w
+  for output in $(monitor_outputs); do
+    for w in $(workspaces); do
+      local want=$mine style=5
+      [ "$w" != 1 ] || { want=$mine2 style=4; }
+      [ "$(qd_xfconf_get xfce4-desktop "$(backdrop "$output" "$w")/last-image")" = "$want" ] || return 1
+      [ "$(qd_xfconf_get xfce4-desktop "$(backdrop "$output" "$w")/image-style")" = "$style" ] || return 1
+    done
+  done
+}
+check_varied() { # WHAT
+  local output w want style
+  for output in $(monitor_outputs); do
+    for w in $(workspaces); do
+      want=$mine style=5
+      [ "$w" != 1 ] || { want=$mine2 style=4; }
+      qd_check_eq "$1 on $output, workspace $w" "$want" \
+        "$(qd_xfconf_get xfce4-desktop "$(backdrop "$output" "$w")/last-image")"
+      qd_check_eq "$1: style on $output, workspace $w" "$style" \
+        "$(qd_xfconf_get xfce4-desktop "$(backdrop "$output" "$w")/image-style")"
+    done
+  done
+}
+
 output_ids_record() { # FILE -> the expected record: every monitor's output id to FILE
   "$QD_PYTHON" - "$1" "$(monitor_outputs)" <<'EOF'
 import json, subprocess, sys
@@ -143,10 +177,10 @@ xfce_colour_switch_off_and_quit() {
 
   if qd_wait_for 15 "Quillet's tray icon" "${tray[@]}" layout "$quillet_pid"; then
     "${tray[@]}" click "$quillet_pid" Enabled
-    if qd_wait_for 10 "the user's picture back" everywhere_is "$mine"; then
-      qd_pass "switching off puts the user's picture back on every workspace"
+    if qd_wait_for 10 "the user's pictures back" varied_is_back; then
+      qd_pass "switching off puts each workspace's own picture and style back"
     else
-      check_everywhere "after switching off" "$mine"
+      check_varied "after switching off"
     fi
     qd_check_eq "the record is gone after switching off" null "$(stored wallpaper.originalURLs)"
     qd_wait_for 10 "the user's picture on screen" all_centres_are 336699
@@ -155,14 +189,14 @@ xfce_colour_switch_off_and_quit() {
     qd_fail "no tray icon registered by quillet"
   fi
   stop_quillet
-  check_everywhere "after quitting while switched off" "$mine"
+  check_varied "after quitting while switched off"
 
   qd_section "xfdesktop: quitting restores"
   launch_quillet quillet-quit
   qd_wait_for 15 "the colour picture" everywhere_is "$colour_file" ||
     qd_fail "colour not shown on the second launch"
   stop_quillet
-  check_everywhere "after quitting" "$mine"
+  check_varied "after quitting"
   qd_check_eq "no record after quitting" null "$(stored wallpaper.originalURLs)"
   qd_wait_for 10 "the user's picture on screen" all_centres_are 336699
   check_centres "user's picture shown after quitting" 336699
@@ -170,6 +204,8 @@ xfce_colour_switch_off_and_quit() {
 
 xfce_killed_then_relaunched() {
   qd_section "xfdesktop: after kill -9 the next launch and quit restore from the record"
+  # Only the shown picture survives a crash, so this user has one picture everywhere.
+  set_everywhere "$mine"
   qd_new_home
   write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color",
                    "state.backgroundColor": "#2E8B57"}'
@@ -336,13 +372,15 @@ light=$QD_TMP/light.png dark=$QD_TMP/dark.png banded=$QD_TMP/banded.png
 convert -size 320x200 xc:'#F4F1E8' "$light"
 convert -size 320x200 xc:'#1B1F2A' "$dark"
 convert -size 320x200 xc:white -fill '#0000FF' -draw 'rectangle 0,0 319,9' "$banded"
-set_everywhere "$mine"
+mine2=$QD_TMP/mine-too.png
+convert -size 320x200 xc:'#884422' "$mine2"
+set_varied
 xfce_colour_switch_off_and_quit
 xfce_killed_then_relaunched
 image_follows_the_appearance
 tinted_strip_under_covered_panel
 qd_stop_desktop
 
-qd_start_desktop --no-xfdesktop
+qd_start_desktop --no-xfdesktop --monitors "$monitors"
 root_window_colour_and_restore
 qd_finish

@@ -15,6 +15,9 @@
 #include "ui/ResolutionStrip.h"
 #include "ui/WindowListBox.h"
 #include "ui/WindowRow.h"
+#include "ui/components/MiniScreen.h"
+#include "ui/components/PickThumb.h"
+#include "ui/components/WallpaperWell.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -180,7 +183,9 @@ TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
     EXPECT_TRUE(view.showCustomPopover());
     QLineEdit* width = view.customForm()->field(CustomField::width);
     QLineEdit* height = view.customForm()->field(CustomField::height);
-    QTRY_COMPARE(view.customForm()->customFieldFocus(), std::optional(CustomField::width));
+    // (QtTest's QTRY_ macros would end the test silently under GoogleTest: wait explicitly.)
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return view.customForm()->customFieldFocus() == CustomField::width; }, 2000));
 
     QTest::keyClicks(width, QStringLiteral(" 1000 "));
     QTest::keyClicks(height, QStringLiteral("700.5"));
@@ -195,8 +200,9 @@ TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
     custom->click();
     EXPECT_EQ(width->text(), QStringLiteral(" 1000 "));
     EXPECT_EQ(height->text(), QStringLiteral("700.5"));
-    QTRY_VERIFY(width->hasFocus());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return view.customForm()->customFieldFocus() == CustomField::width; }, 2000));
+    QTest::keyClick(width, Qt::Key_Escape);
     EXPECT_FALSE(view.showCustomPopover());
     EXPECT_TRUE(fake.windowControl->log.isEmpty());
 
@@ -430,10 +436,34 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::color);
     EXPECT_TRUE(view.showColorPopover());
-    view.colorPopover()->hide();
+    // A press elsewhere in the window dismisses it; the choice stays.
+    QTest::mousePress(view.windowList(), Qt::LeftButton);
+    EXPECT_FALSE(view.showColorPopover());
+    EXPECT_EQ(model->background(), DesktopBackground::color);
+    // Without a light picture the Image preview shows its placeholder; the wells open, and
+    // picking or clearing one goes to the model.
+    model->setLightWallpaperURL(std::nullopt);
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::image);
     EXPECT_TRUE(view.showImagePopover());
+    auto* preview = qobject_cast<MiniScreen*>(
+        static_cast<PickThumb*>(
+            view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")))
+            ->preview());
+    ASSERT_NE(preview, nullptr);
+    EXPECT_EQ(preview->background().kind, MiniScreen::Background::Kind::image);
+    EXPECT_EQ(preview->background().path, std::nullopt);
+    const QList<WallpaperWell*> wells = view.imagePopover()->findChildren<WallpaperWell*>();
+    ASSERT_EQ(wells.size(), 2);
+    EXPECT_EQ(wells[0]->label(), QStringLiteral("Light"));
+    EXPECT_EQ(wells[0]->path(), std::nullopt);
+    const QString picture = dirs.resourceDir() + QStringLiteral("/Dark.png");
+    emit wells[0]->picked(picture);
+    EXPECT_EQ(model->lightWallpaperURL(), picture);
+    EXPECT_EQ(wells[0]->path(), picture);
+    EXPECT_EQ(preview->background().path, picture);
+    emit wells[1]->cleared();
+    EXPECT_EQ(model->darkWallpaperURL(), std::nullopt);
     view.imagePopover()->hide();
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Keep"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::keep);
@@ -485,10 +515,27 @@ TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
 TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
 {
     addSecondMonitor();
+    // Three tray icons in the panel, named by their applications.
+    const QStringList apps{QStringLiteral("Network"), QStringLiteral("Volume"),
+                           QStringLiteral("Clipboard")};
+    for (int i = 0; i < apps.size(); ++i) {
+        WindowListEntry entry;
+        entry.layer = 25;
+        entry.number = quint32(500 + i);
+        entry.bounds = QRectF(1300 + 30 * i, 0, 20, 20);
+        entry.ownerName = apps[i];
+        entry.ownerPid = 4000 + i;
+        fake.windowList->entries.append(entry);
+    }
     makeModel();
+    model->setBackgroundColor(RgbColor{0.2, 0.4, 0.8, 1.0});
     const QString outDir = qEnvironmentVariable("QUILLET_ARTEFACTS",
                                                 QDir::currentPath() + QStringLiteral("/artefacts"));
     QDir().mkpath(outDir);
+    const auto save = [&outDir](QWidget* widget, const QString& name) {
+        EXPECT_TRUE(widget->grab().save(outDir + QLatin1Char('/') + name + QStringLiteral(".png")))
+            << name.toStdString();
+    };
     const QPalette light = QApplication::palette();
     QPalette dark = light;
     dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2e));
@@ -501,23 +548,43 @@ TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
     dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0x9a, 0x9f));
     dark.setColor(QPalette::Highlight, QColor(0x2f, 0x7c, 0xf6));
     for (const auto& [name, palette] : {std::pair{"light", light}, std::pair{"dark", dark}}) {
+        const QString theme = QString::fromUtf8(name);
         QApplication::setPalette(palette);
         model->setMenuBarCover(MenuBarCover::keep);
         MainWindow window(*model, *prefs);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        const QString path =
-            outDir + QStringLiteral("/main-window-%1.png").arg(QString::fromUtf8(name));
-        EXPECT_TRUE(window.grab().save(path));
-        // With the panel cover on and no screen capture the banner shows between the cards.
+        ContentView& view = *window.content();
+        save(&window, QStringLiteral("main-window-%1").arg(theme));
+
+        // The popovers, each opened by its control.
+        view.centerCells().last()->click();
+        view.customForm()->field(CustomField::width)->setText(QStringLiteral("1000"));
+        save(view.customPopover(), QStringLiteral("custom-size-%1").arg(theme));
+        view.customPopover()->hide();
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
+        save(view.colorPopover(), QStringLiteral("color-%1").arg(theme));
+        view.colorPopover()->hide();
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
+        save(view.imagePopover(), QStringLiteral("images-%1").arg(theme));
+        view.imagePopover()->hide();
+        view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide items"))->click();
+        ASSERT_EQ(view.itemToggles().size(), 3);
+        view.itemToggles()[1]->click();
+        EXPECT_EQ(model->selectedItemIDs(), QSet<quint32>{501});
+        save(view.itemsPopover(), QStringLiteral("items-%1").arg(theme));
+        view.itemsPopover()->hide();
+
+        // With the panel cover on and no screen capture the banners show between the cards.
         fake.capture->allowed = false;
+        fake.windowControl->trusted = false;
         model->refreshPermissions();
-        model->setMenuBarCover(MenuBarCover::items);
         QApplication::processEvents();
-        EXPECT_TRUE(window.grab().save(
-            outDir + QStringLiteral("/main-window-%1-banners.png").arg(QString::fromUtf8(name))));
+        save(&window, QStringLiteral("main-window-%1-banners").arg(theme));
         fake.capture->allowed = true;
+        fake.windowControl->trusted = true;
         model->refreshPermissions();
+        model->toggleItem(501);
     }
     QApplication::setPalette(light);
 }

@@ -280,41 +280,82 @@ QString toolTipTitle(const QVariant& value)
     return title;
 }
 
-QList<RegisteredItem> registeredItems(const Caller& caller)
+QDBusPendingCall notAsked()
 {
+    return QDBusPendingCall::fromError(QDBusError(QDBusError::Other, QString()));
+}
+
+QDBusPendingCall askBus(const Caller& caller, const QString& method, const QString& name)
+{
+    return caller.start(QDBusConnection::sessionBus(), QStringLiteral("org.freedesktop.DBus"),
+                        QStringLiteral("/org/freedesktop/DBus"),
+                        QStringLiteral("org.freedesktop.DBus"), method, {name});
+}
+
+// The watcher's items with their process and Id, and with their title and tooltip when
+// `withTexts`. An item's Id never changes, so it is remembered by the item's unique bus name
+// (which the bus never hands out twice): an item that stops answering keeps its place.
+QList<RegisteredItem> registeredItems(const Caller& caller, bool withTexts)
+{
+    static QHash<QString, QString> idByOwner;
     const QDBusConnection session = QDBusConnection::sessionBus();
     const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
     const QVariantList reply = caller.call(
         session, watcher, QStringLiteral("/StatusNotifierWatcher"), propertiesInterface,
         QStringLiteral("Get"), {watcher, QStringLiteral("RegisteredStatusNotifierItems")});
     const QStringList entries = stringList(reply.value(0));
+
     struct Pending {
-        QDBusPendingCall properties;
+        QString service;
+        QString path;
+        QDBusPendingCall owner;
         QDBusPendingCall pid;
+        QString ownerName;
+        QDBusPendingCall properties;
     };
     QList<Pending> pending;
     for (const QString& entry : entries) {
         // "service/path", or a bare service with the default path.
         const qsizetype slash = entry.indexOf(QLatin1Char('/'));
         const QString service = slash < 0 ? entry : entry.left(slash);
-        const QString path = slash < 0 ? QStringLiteral("/StatusNotifierItem") : entry.mid(slash);
-        pending.append({caller.start(session, service, path, propertiesInterface,
-                                     QStringLiteral("GetAll"), {itemInterface}),
-                        caller.start(session, QStringLiteral("org.freedesktop.DBus"),
-                                     QStringLiteral("/org/freedesktop/DBus"),
-                                     QStringLiteral("org.freedesktop.DBus"),
-                                     QStringLiteral("GetConnectionUnixProcessID"), {service})});
+        pending.append({service,
+                        slash < 0 ? QStringLiteral("/StatusNotifierItem") : entry.mid(slash),
+                        askBus(caller, QStringLiteral("GetNameOwner"), service),
+                        askBus(caller, QStringLiteral("GetConnectionUnixProcessID"), service),
+                        QString(), notAsked()});
     }
+    for (Pending& p : pending) {
+        p.ownerName = Caller::finish(p.owner).value(0).toString();
+        if (withTexts)
+            p.properties = caller.start(session, p.service, p.path, propertiesInterface,
+                                        QStringLiteral("GetAll"), {itemInterface});
+        else if (!idByOwner.contains(p.ownerName))
+            p.properties =
+                caller.start(session, p.service, p.path, propertiesInterface, QStringLiteral("Get"),
+                             {itemInterface, QStringLiteral("Id")});
+    }
+
     QList<RegisteredItem> items;
+    QHash<QString, QString> ids;
     for (const Pending& p : std::as_const(pending)) {
         RegisteredItem item;
-        const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
-        item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
-        item.title = unwrap(properties.value(QStringLiteral("Title"))).toString();
-        item.toolTipTitle = toolTipTitle(properties.value(QStringLiteral("ToolTip")));
         item.pid = Caller::finish(p.pid).value(0).toLongLong();
+        item.id = idByOwner.value(p.ownerName);
+        if (withTexts) {
+            const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
+            if (properties.contains(QStringLiteral("Id")))
+                item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
+            item.title = unwrap(properties.value(QStringLiteral("Title"))).toString();
+            item.toolTipTitle = toolTipTitle(properties.value(QStringLiteral("ToolTip")));
+        } else if (item.id.isEmpty()) {
+            item.id = unwrap(Caller::finish(p.properties).value(0)).toString();
+        }
+        if (!p.ownerName.isEmpty() && !item.id.isEmpty())
+            ids.insert(p.ownerName, item.id);
         items.append(item);
     }
+    // Only items that are still registered are remembered.
+    idByOwner = ids;
     return items;
 }
 
@@ -351,8 +392,8 @@ TrayOrder trayOrder(const Caller& caller)
 
 namespace PanelStatusItems {
 
-QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::milliseconds perCall,
-                       const QDeadlineTimer& deadline)
+QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
+                       std::chrono::milliseconds perCall, const QDeadlineTimer& deadline)
 {
     if (accessibleRoots.isEmpty())
         return {};
@@ -362,7 +403,7 @@ QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::mi
     if (icons.isEmpty())
         return icons;
 
-    const QList<RegisteredItem> items = registeredItems(caller);
+    const QList<RegisteredItem> items = registeredItems(caller, withTexts);
     const TrayOrder order = trayOrder(caller);
     QStringList ids;
     for (const RegisteredItem& item : items)

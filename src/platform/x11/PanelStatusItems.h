@@ -24,7 +24,8 @@ struct StatusIcon {
 
 namespace PanelStatusItems {
 // `accessibleRoots` are "bus:path" pairs published by the tray host (_XEMBED_AT_SPI_PATH).
-// Every D-Bus call waits at most `perCall`; the whole search gives up at `deadline`.
-QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, std::chrono::milliseconds perCall,
-                       const QDeadlineTimer& deadline);
+// The items' titles and tooltips are asked for only `withTexts`. Every D-Bus call waits at most
+// `perCall`; the whole search gives up at `deadline`.
+QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
+                       std::chrono::milliseconds perCall, const QDeadlineTimer& deadline);
 } // namespace PanelStatusItems

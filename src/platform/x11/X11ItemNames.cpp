@@ -25,7 +25,7 @@ QList<NamedTrayElement> X11ItemNames::trayElements() const
         return result;
     const QPoint origin =
         X11::primaryMonitorOrigin(c, X11::rootWindow(), QDeadlineTimer(sourceLimit));
-    for (const TrayIcon& icon : X11TrayIcons::find(c, sourceLimit)) {
+    for (const TrayIcon& icon : X11TrayIcons::find(c, true, sourceLimit)) {
         NamedTrayElement element;
         element.x = icon.rootRect.x() - origin.x();
         element.description = icon.description;

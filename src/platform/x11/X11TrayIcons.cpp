@@ -14,7 +14,7 @@
 
 namespace X11TrayIcons {
 
-QList<TrayIcon> find(xcb_connection_t* c, std::chrono::milliseconds perRequest)
+QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest)
 {
     QList<TrayIcon> icons;
     QList<QByteArray> accessibleRoots;
@@ -62,7 +62,7 @@ QList<TrayIcon> find(xcb_connection_t* c, std::chrono::milliseconds perRequest)
 
     const QDeadlineTimer statusDeadline(4 * perRequest);
     for (const StatusIcon& s :
-         PanelStatusItems::find(accessibleRoots, perRequest, statusDeadline)) {
+         PanelStatusItems::find(accessibleRoots, withTexts, perRequest, statusDeadline)) {
         TrayIcon icon;
         icon.number = s.id;
         icon.rootRect = s.rootRect;

@@ -18,13 +18,13 @@ struct TrayIcon {
     std::optional<QString> ownerName;
     std::optional<QString> windowName;
     // What the icon's application publishes about it: a status item's tooltip title, and its
-    // title or the icon window's name. Empty when unknown.
+    // title or the icon window's name. Empty when unknown or not asked for.
     QString description;
     QString title;
 };
 
 namespace X11TrayIcons {
-// XEmbed icons in the tree's order, then status item icons left to right. Each X batch and
-// each D-Bus call waits at most `perRequest`.
-QList<TrayIcon> find(xcb_connection_t* c, std::chrono::milliseconds perRequest);
+// XEmbed icons in the tree's order, then status item icons left to right; status items' titles
+// and tooltips only `withTexts`. Each X batch and each D-Bus call waits at most `perRequest`.
+QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest);
 } // namespace X11TrayIcons

@@ -69,7 +69,7 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
     const QPointF origin = X11::primaryMonitorOrigin(c, root, QDeadlineTimer(requestLimit));
 
     // Tray icons are drawn above their panel: they come first.
-    for (const TrayIcon& icon : X11TrayIcons::find(c, requestLimit)) {
+    for (const TrayIcon& icon : X11TrayIcons::find(c, false, requestLimit)) {
         WindowListEntry e;
         e.layer = WindowLayer::trayIcon;
         e.number = icon.number;

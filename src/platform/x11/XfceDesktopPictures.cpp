@@ -1,10 +1,14 @@
-// xfconf-query with fixed argument vectors, no shell: the xfce4-desktop channel's
+// xfdesktop's settings in the xfce4-desktop channel, read and written through the xfconf
+// daemon's own D-Bus service:
 // /backdrop/screen0/monitor<output>/workspace<n>/{last-image,image-style}.
 #include "XfceDesktopPictures.h"
 
 #include "X11Connection.h"
 
-#include <QProcess>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
 #include <QRegularExpression>
 #include <QSet>
 #include <algorithm>
@@ -12,37 +16,65 @@
 
 namespace {
 
-const QString kXfconfQuery = QStringLiteral("/usr/bin/xfconf-query");
+const QString kService = QStringLiteral("org.xfce.Xfconf");
+const QString kPath = QStringLiteral("/org/xfce/Xfconf");
+const QString kInterface = QStringLiteral("org.xfce.Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 // xfdesktop's "Zoomed": scaled to fill the monitor, cut off equally on both sides.
-const QString kStyleZoomed = QStringLiteral("5");
+const int kStyleZoomed = 5;
+// A colour drag changes the picture many times a second: each call is a short message to the
+// daemon (well under a millisecond) rather than a process per property, bounded in case the
+// daemon hangs.
+const int kCallTimeoutMs = 2000;
 
-// Output of a successful run, or nothing.
-std::optional<QString> xfconf(const QStringList& arguments)
+QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
-    QProcess process;
-    process.start(kXfconfQuery, QStringList{QStringLiteral("-c"), kChannel} + arguments);
-    if (!process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished(1000);
-        return std::nullopt;
-    }
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        return std::nullopt;
-    return QString::fromLocal8Bit(process.readAllStandardOutput()).trimmed();
+    QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
+    message.setArguments(arguments);
+    return QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
 }
 
+// A stored value as text ("5", "true", a path), or nothing when the property does not exist.
 std::optional<QString> property(const QString& name)
 {
-    return xfconf({QStringLiteral("-p"), name});
+    const QDBusMessage reply = call(QStringLiteral("GetProperty"), {kChannel, name});
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return std::nullopt;
+    QVariant value = reply.arguments().constFirst();
+    if (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    return value.toString();
 }
 
-bool setProperty(const QString& name, const QString& type, const QString& value)
+// Creates the property where xfdesktop has not written it yet.
+bool setProperty(const QString& name, const QVariant& value)
 {
-    // -n creates the property where xfdesktop has not written it yet.
-    return xfconf({QStringLiteral("-p"), name, QStringLiteral("-n"), QStringLiteral("-t"), type,
-                   QStringLiteral("-s"), value})
-        .has_value();
+    const QDBusMessage reply = call(QStringLiteral("SetProperty"),
+                                    {kChannel, name, QVariant::fromValue(QDBusVariant(value))});
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
+
+// The names of every property under a prefix.
+QStringList propertyNames(const QString& prefix)
+{
+    const QDBusMessage reply = call(QStringLiteral("GetAllProperties"), {kChannel, prefix});
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return {};
+    QStringList names;
+    const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        QString key;
+        QDBusVariant value;
+        argument.beginMapEntry();
+        argument >> key >> value;
+        argument.endMapEntry();
+        names.append(key);
+    }
+    argument.endMap();
+    return names;
 }
 
 // A CARDINAL property of the root window, as the window manager publishes it.
@@ -75,11 +107,11 @@ QList<int> XfceDesktopPictures::workspaces(const QString& prefix) const
         int(std::clamp<quint32>(rootCardinal("_NET_NUMBER_OF_DESKTOPS").value_or(1), 1, 64));
     for (int i = 0; i < count; ++i)
         found.insert(i);
-    if (const auto listing = xfconf({QStringLiteral("-l")})) {
-        const QRegularExpression workspace(QRegularExpression::escape(prefix) +
-                                           QStringLiteral("/workspace(\\d+)/"));
-        for (auto it = workspace.globalMatch(*listing); it.hasNext();)
-            found.insert(it.next().captured(1).toInt());
+    const QRegularExpression workspace(QRegularExpression::escape(prefix) +
+                                       QStringLiteral("/workspace(\\d+)/"));
+    for (const QString& name : propertyNames(prefix)) {
+        if (const auto match = workspace.match(name); match.hasMatch())
+            found.insert(match.captured(1).toInt());
     }
     QList<int> result(found.begin(), found.end());
     std::sort(result.begin(), result.end());
@@ -96,6 +128,15 @@ std::optional<QString> XfceDesktopPictures::desktopPicture(const ScreenInfo& scr
                         .value_or(QString())
                         .toInt();
     const QString prefix = monitorPrefix(screen);
+    // The program asks for the picture just before its first change: what every workspace
+    // shows now is what it gets back.
+    QHash<int, Workspace>& record = m_before[prefix];
+    record.clear();
+    for (int w : workspaces(prefix)) {
+        const QString base = prefix + QStringLiteral("/workspace%1/").arg(w);
+        record.insert(w, {property(base + QStringLiteral("last-image")),
+                          property(base + QStringLiteral("image-style"))});
+    }
     auto path = property(prefix + QStringLiteral("/workspace%1/last-image").arg(workspace));
     if (!path && workspace != 0)
         path = property(prefix + QStringLiteral("/workspace0/last-image"));
@@ -109,14 +150,37 @@ bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QStr
     if (screen.outputName.isEmpty())
         return false;
     const QString prefix = monitorPrefix(screen);
-    bool ok = true;
-    for (int workspace : workspaces(prefix)) {
-        const QString base = prefix + QStringLiteral("/workspace%1/").arg(workspace);
-        // The style first, so xfdesktop never shows the new picture in the old style.
-        ok = setProperty(base + QStringLiteral("image-style"), QStringLiteral("int"),
-                         kStyleZoomed) &&
-             ok;
-        ok = setProperty(base + QStringLiteral("last-image"), QStringLiteral("string"), path) && ok;
+    const QList<int> all = workspaces(prefix);
+
+    // Putting back a picture the monitor showed when last asked puts back what every workspace
+    // had then, picture and style, as the user left them.
+    if (const auto saved = m_before.constFind(prefix); saved != m_before.constEnd()) {
+        const bool restoring = std::any_of(saved->cbegin(), saved->cend(),
+                                           [&](const Workspace& w) { return w.picture == path; });
+        if (restoring) {
+            const QHash<int, Workspace> before = *saved;
+            m_before.remove(prefix);
+            bool ok = true;
+            for (int workspace : all) {
+                const Workspace w = before.value(workspace);
+                ok = show(prefix, workspace, w.picture.value_or(path),
+                          w.style ? w.style->toInt() : kStyleZoomed) &&
+                     ok;
+            }
+            return ok;
+        }
     }
+
+    bool ok = true;
+    for (int workspace : all)
+        ok = show(prefix, workspace, path, kStyleZoomed) && ok;
     return ok;
+}
+
+bool XfceDesktopPictures::show(const QString& prefix, int workspace, const QString& path, int style)
+{
+    const QString base = prefix + QStringLiteral("/workspace%1/").arg(workspace);
+    // The style first, so xfdesktop never shows the new picture in the old style.
+    const bool styled = setProperty(base + QStringLiteral("image-style"), style);
+    return setProperty(base + QStringLiteral("last-image"), path) && styled;
 }

@@ -4,6 +4,7 @@
 
 #include "platform/DesktopPictures.h"
 
+#include <QHash>
 #include <QStringList>
 
 class XfceDesktopPictures final : public DesktopPictures {
@@ -12,13 +13,24 @@ public:
     // one in single-workspace mode).
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
     // Sets the picture, zoomed to fill, on every workspace of the monitor, so that switching
-    // workspaces never shows another picture.
+    // workspaces never shows another picture. When the picture is one that a workspace showed
+    // at the last desktopPicture() question, every workspace gets its own picture and style
+    // back instead.
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
     // xfdesktop keeps a readable path, which is the better original.
     QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
 
 private:
+    struct Workspace {
+        std::optional<QString> picture;
+        std::optional<QString> style;
+    };
+
     static QString monitorPrefix(const ScreenInfo& screen);
     // Workspaces 0 … n−1 of the window manager, plus any the settings already name.
     QList<int> workspaces(const QString& prefix) const;
+    static bool show(const QString& prefix, int workspace, const QString& path, int style);
+
+    // Per monitor settings prefix, per workspace: what it showed when last asked.
+    mutable QHash<QString, QHash<int, Workspace>> m_before;
 };

@@ -57,6 +57,7 @@ ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
 
     layOut();
     showState();
+    setHexText(m_hexText);
     updateColours();
 }
 

@@ -23,7 +23,7 @@ if "--class" in sys.argv[1:-1]:
     GLib.set_prgname(sys.argv[sys.argv.index("--class") + 1])
 from gi.repository import Gdk, Gtk  # noqa: E402
 
-SPEC = re.compile(r"^(?P<title>[^@]*)(@(?P<w>\d+)x(?P<h>\d+)(\+(?P<x>-?\d+)\+(?P<y>-?\d+))?)?$")
+WINDOW_ARG = re.compile(r"^(?P<title>[^@]*)(@(?P<w>\d+)x(?P<h>\d+)(\+(?P<x>-?\d+)\+(?P<y>-?\d+))?)?$")
 TYPES = {
     "normal": Gdk.WindowTypeHint.NORMAL,
     "dialog": Gdk.WindowTypeHint.DIALOG,
@@ -31,10 +31,10 @@ TYPES = {
 }
 
 
-def make_window(args, spec, app=None):
-    match = SPEC.match(spec)
+def make_window(args, window_arg, app=None):
+    match = WINDOW_ARG.match(window_arg)
     if not match:
-        sys.exit(f"bad window spec: {spec}")
+        sys.exit(f"bad window argument: {window_arg}")
     window = Gtk.ApplicationWindow(application=app) if app else Gtk.Window()
     window.set_title(match["title"])
     window.set_type_hint(TYPES[args.type])
@@ -64,14 +64,14 @@ def main():
         app = Gtk.Application(application_id=args.app_id)
 
         def activate(application):
-            windows.extend(make_window(args, spec, application) for spec in args.windows)
+            windows.extend(make_window(args, window_arg, application) for window_arg in args.windows)
 
         app.connect("activate", activate)
         GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, app.quit)
         app.run([])
     else:
         Gtk.init([])
-        windows.extend(make_window(args, spec) for spec in args.windows)
+        windows.extend(make_window(args, window_arg) for window_arg in args.windows)
         GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGTERM, Gtk.main_quit)
         Gtk.main()
 
