@@ -47,7 +47,8 @@ void reflow(benchmark::State& state)
         size = piece->image.size();
         benchmark::DoNotOptimize(piece);
     }
-    state.SetLabel(QStringLiteral("piece %1x%2").arg(size.width()).arg(size.height()).toStdString());
+    state.SetLabel(
+        QStringLiteral("piece %1x%2").arg(size.width()).arg(size.height()).toStdString());
 }
 BENCHMARK(reflow)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
 

@@ -7,7 +7,14 @@
 #include <QScreen>
 #include <cmath>
 
-MaskWindowPresenter::MaskWindowPresenter() = default;
+MaskWindowPresenter::MaskWindowPresenter()
+{
+    // The model rebuilds twice in a row (hidden flag, then tiles): windows are mapped once
+    // control returns to the event loop, so the ones torn down at once never reach the server.
+    m_orderFront.setSingleShot(true);
+    m_orderFront.setInterval(0);
+    QObject::connect(&m_orderFront, &QTimer::timeout, [this] { orderFront(); });
+}
 
 MaskWindowPresenter::~MaskWindowPresenter()
 {
@@ -35,8 +42,16 @@ void MaskWindowPresenter::showMasks(const QList<MaskTile>& tiles, const RgbColor
     for (const MaskTile& tile : tiles) {
         auto window = std::make_unique<MaskWindow>(toScreenGeometry(tile.rect, primaryGeometry),
                                                    tile.image, fill);
-        window->orderFrontRegardless();
         m_windows.push_back(std::move(window));
+    }
+    m_orderFront.start();
+}
+
+void MaskWindowPresenter::orderFront()
+{
+    for (const auto& window : m_windows) {
+        if (!window->isVisible())
+            window->orderFrontRegardless();
     }
 }
 

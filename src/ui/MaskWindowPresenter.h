@@ -6,7 +6,9 @@
 
 #include <QList>
 #include <QRect>
+#include <QTimer>
 #include <memory>
+#include <vector>
 
 class MaskWindow;
 
@@ -26,5 +28,8 @@ public:
     static QRect toScreenGeometry(const QRectF& bottomLeft, const QRect& primaryGeometry);
 
 private:
+    void orderFront();
+
     std::vector<std::unique_ptr<MaskWindow>> m_windows;
+    QTimer m_orderFront;
 };

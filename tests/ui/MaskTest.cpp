@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
@@ -121,7 +122,11 @@ TEST(MaskWindowPresenter, onePlacedWindowPerTileAndTeardown)
         {0, 0, 0, 1});
     const QList<MaskWindow*> windows = presenter.menuBarWindows();
     ASSERT_EQ(windows.size(), 2);
+    // Mapped once the event loop runs, so a rebuild right after never shows the first set.
+    EXPECT_FALSE(windows[0]->isVisible());
+    QCoreApplication::processEvents();
     EXPECT_TRUE(windows[0]->isVisible());
+    EXPECT_TRUE(windows[1]->isVisible());
     EXPECT_NE(windows[0]->sliceView(), nullptr);
     EXPECT_EQ(windows[1]->sliceView(), nullptr);
     EXPECT_EQ(windows[1]->fill(), QColor(Qt::black));

@@ -50,15 +50,6 @@ TEST_F(OverlayFixture, everyAssignmentTearsDownAndRebuilds)
     EXPECT_EQ(presenter.shown.size(), 2);
 }
 
-TEST_F(OverlayFixture, fallbackColorReachesThePresenter)
-{
-    EXPECT_EQ(overlay.fallbackColor(), (RgbColor{0, 0, 0, 1}));
-    overlay.setFallbackColor({1, 0, 0, 0.5});
-    overlay.setBarTiles(twoTiles);
-    overlay.setMenuBarHidden(true);
-    EXPECT_EQ(presenter.fill, (RgbColor{1, 0, 0, 0.5}));
-}
-
 TEST_F(OverlayFixture, screenChangesCallBackOncePerNotification)
 {
     fake.screens->announceChange(); // no callback installed: nothing happens

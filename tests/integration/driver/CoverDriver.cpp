@@ -33,13 +33,24 @@ namespace {
 
 QTextStream out(stdout);
 
-QString rootRect(const QRect& r)
+// A rectangle in Qt's logical pixels as device pixels of the root window, as screenshots see
+// it (the test desktop's primary monitor is at the root's origin).
+QString rootRect(const QRectF& r)
 {
+    const qreal dpr = QGuiApplication::primaryScreen()->devicePixelRatio();
+    const QRectF d(r.topLeft() * dpr, r.size() * dpr);
     return QStringLiteral("x=%1 y=%2 w=%3 h=%4")
-        .arg(r.x())
-        .arg(r.y())
-        .arg(r.width())
-        .arg(r.height());
+        .arg(qRound(d.x()))
+        .arg(qRound(d.y()))
+        .arg(qRound(d.width()))
+        .arg(qRound(d.height()));
+}
+
+// Bottom-left points to Qt's top-left logical coordinates, without rounding.
+QRectF primaryTopLeft(const QRectF& r, const QRect& primary)
+{
+    return QRectF(r.x() + primary.x(), primary.height() - (r.y() + r.height()) + primary.y(),
+                  r.width(), r.height());
 }
 
 class Driver final : public QObject {
@@ -88,8 +99,8 @@ private:
             const QRect primary = QGuiApplication::primaryScreen()->geometry();
             for (const MenuBarItem& item : m_model.menuBarItems()) {
                 out << "item id=" << item.id << ' '
-                    << rootRect(MaskWindowPresenter::toScreenGeometry(item.cocoaRect, primary))
-                    << " label=" << item.label << Qt::endl;
+                    << rootRect(primaryTopLeft(item.cocoaRect, primary)) << " label=" << item.label
+                    << Qt::endl;
             }
         } else if (command == QLatin1String("cover")) {
             if (const auto cover = menuBarCoverFromRaw(argument))
