@@ -13,8 +13,20 @@
 //   unless the arrow is expanded.
 // The buttons carry nothing that names their item, so they are matched to the watcher's items
 // by that order (StatusItemOrder); when that is uncertain the icons are listed without names.
+//
+// The panel's own (in-process) plugins, such as the clock, have no X windows of their own. The
+// panel process is itself an application on the AT-SPI bus, named "xfce4-panel": each panel
+// window is a "frame" child of the application, whose single child (a "panel") is the panel's
+// item box; the item box's children are the plugins in the panel's order (the panel's
+// plugin-ids list in xfconf), each with its screen extents. The clock is a plugin whose child
+// is a toggle button named after its tooltip (the date, so no use as a lasting name); an
+// external plugin such as the notification area holds a filler that embeds the plug's tree;
+// separators and expanding gaps are plugins without children. The plugin's name comes from its
+// type (/plugins/plugin-N in xfconf) and the Name of the type's desktop file in
+// xfce4/panel/plugins/ under the data directories.
 #include "PanelStatusItems.h"
 
+#include "PanelPluginChoice.h"
 #include "StatusItemOrder.h"
 
 #include <QDBusArgument>
@@ -24,7 +36,9 @@
 #include <QDBusPendingCall>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QFile>
 #include <QHash>
+#include <QStandardPaths>
 #include <algorithm>
 
 namespace {
@@ -388,6 +402,119 @@ TrayOrder trayOrder(const Caller& caller)
     return order;
 }
 
+constexpr quint32 frameRole = 23;
+
+struct PanelFrame {
+    AccessibleRef itemBox;
+    QRect rect;
+};
+
+QList<AccessibleRef> childrenOf(const Caller& caller, const QDBusConnection& bus,
+                                const AccessibleRef& node)
+{
+    return parseChildren(
+        caller.call(bus, node.bus, node.path, accessibleInterface, QStringLiteral("GetChildren")));
+}
+
+QDBusPendingCall startExtents(const Caller& caller, const QDBusConnection& bus,
+                              const AccessibleRef& node)
+{
+    return caller.start(bus, node.bus, node.path, QStringLiteral("org.a11y.atspi.Component"),
+                        QStringLiteral("GetExtents"), {QVariant::fromValue(quint32(0))});
+}
+
+// The panel applications on the bus: every application named "xfce4-panel".
+QList<AccessibleRef> panelApplications(const Caller& caller, const QDBusConnection& bus)
+{
+    const QList<AccessibleRef> apps =
+        childrenOf(caller, bus,
+                   {QStringLiteral("org.a11y.atspi.Registry"),
+                    QStringLiteral("/org/a11y/atspi/accessible/root")});
+    QList<QDBusPendingCall> names;
+    for (const AccessibleRef& app : apps)
+        names.append(caller.start(bus, app.bus, app.path, propertiesInterface,
+                                  QStringLiteral("Get"),
+                                  {accessibleInterface, QStringLiteral("Name")}));
+    QList<AccessibleRef> panels;
+    for (qsizetype i = 0; i < apps.size(); ++i) {
+        if (unwrap(Caller::finish(names[i]).value(0)).toString() == QLatin1String("xfce4-panel"))
+            panels.append(apps[i]);
+    }
+    return panels;
+}
+
+// The panel window that holds `point`, with its item box.
+std::optional<PanelFrame> panelAt(const Caller& caller, const QDBusConnection& bus,
+                                  const AccessibleRef& app, const QPoint& point)
+{
+    const QList<AccessibleRef> frames = childrenOf(caller, bus, app);
+    QList<QDBusPendingCall> roles, rects;
+    for (const AccessibleRef& f : frames) {
+        roles.append(
+            caller.start(bus, f.bus, f.path, accessibleInterface, QStringLiteral("GetRole")));
+        rects.append(startExtents(caller, bus, f));
+    }
+    for (qsizetype i = 0; i < frames.size(); ++i) {
+        const bool frame = Caller::finish(roles[i]).value(0).toUInt() == frameRole;
+        const std::optional<QRect> rect = parseExtents(Caller::finish(rects[i]));
+        if (!frame || !rect || !rect->contains(point))
+            continue;
+        const QList<AccessibleRef> box = childrenOf(caller, bus, frames[i]);
+        if (box.size() == 1)
+            return PanelFrame{box.first(), *rect};
+    }
+    return std::nullopt;
+}
+
+// The Name of a plugin type's desktop file, or nothing.
+QString pluginTypeName(const QString& type)
+{
+    if (type.isEmpty() || type.contains(QLatin1Char('/')))
+        return {};
+    QFile file(QStandardPaths::locate(QStandardPaths::GenericDataLocation,
+                                      QStringLiteral("xfce4/panel/plugins/") + type +
+                                          QStringLiteral(".desktop")));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return {};
+    bool inEntry = false;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.startsWith(QLatin1Char('[')))
+            inEntry =
+                line == QLatin1String("[Xfce Panel]") || line == QLatin1String("[Desktop Entry]");
+        else if (inEntry && line.startsWith(QLatin1String("Name=")))
+            return line.mid(5).trimmed();
+    }
+    return {};
+}
+
+// The plugins' names in the order of the one panel with `count` plugins; empty when no single
+// panel of the settings has that many.
+QStringList pluginNames(const Caller& caller, qsizetype count)
+{
+    const QVariantList reply = caller.call(
+        QDBusConnection::sessionBus(), QStringLiteral("org.xfce.Xfconf"),
+        QStringLiteral("/org/xfce/Xfconf"), QStringLiteral("org.xfce.Xfconf"),
+        QStringLiteral("GetAllProperties"), {QStringLiteral("xfce4-panel"), QStringLiteral("/")});
+    const QVariantMap properties = variantMap(reply.value(0));
+    QList<QStringList> candidates;
+    for (auto it = properties.constBegin(); it != properties.constEnd(); ++it) {
+        if (!it.key().startsWith(QLatin1String("/panels/")) ||
+            !it.key().endsWith(QLatin1String("/plugin-ids")))
+            continue;
+        const QStringList ids = stringList(it.value());
+        if (ids.size() == count)
+            candidates.append(ids);
+    }
+    QStringList names;
+    if (candidates.size() != 1)
+        return names;
+    for (const QString& id : std::as_const(candidates.first()))
+        names << pluginTypeName(
+            unwrap(properties.value(QStringLiteral("/plugins/plugin-") + id)).toString());
+    return names;
+}
+
 } // namespace
 
 namespace PanelStatusItems {
@@ -417,6 +544,55 @@ QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
         icons[i].toolTipTitle = item.toolTipTitle;
     }
     return icons;
+}
+
+QList<StatusIcon> panelExtras(const QRect& trayArea, std::chrono::milliseconds perCall,
+                              const QDeadlineTimer& deadline)
+{
+    QList<StatusIcon> extras;
+    if (trayArea.isEmpty())
+        return extras;
+    const Caller caller{int(perCall.count()), deadline};
+    const QDBusConnection bus = accessibilityBus(caller);
+    if (!bus.isConnected())
+        return extras;
+    for (const AccessibleRef& app : panelApplications(caller, bus)) {
+        const std::optional<PanelFrame> panel = panelAt(caller, bus, app, trayArea.center());
+        if (!panel)
+            continue;
+        const QList<AccessibleRef> plugins = childrenOf(caller, bus, panel->itemBox);
+        QList<QDBusPendingCall> states, rects, kids;
+        for (const AccessibleRef& p : plugins) {
+            states.append(
+                caller.start(bus, p.bus, p.path, accessibleInterface, QStringLiteral("GetState")));
+            rects.append(startExtents(caller, bus, p));
+            kids.append(caller.start(bus, p.bus, p.path, accessibleInterface,
+                                     QStringLiteral("GetChildren")));
+        }
+        const QDBusPendingCall pid = caller.start(
+            bus, QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"),
+            {app.bus});
+        QList<PanelPluginBox> boxes;
+        for (qsizetype i = 0; i < plugins.size(); ++i) {
+            PanelPluginBox box;
+            box.showing = parseShowing(Caller::finish(states[i]));
+            box.rect = parseExtents(Caller::finish(rects[i])).value_or(QRect());
+            box.hasContent = !parseChildren(Caller::finish(kids[i])).isEmpty();
+            boxes.append(box);
+        }
+        const qint64 panelPid = Caller::finish(pid).value(0).toLongLong();
+        const QList<qsizetype> chosen =
+            PanelPluginChoice::rightOfTray(boxes, panel->rect, trayArea);
+        const QStringList names =
+            chosen.isEmpty() ? QStringList() : pluginNames(caller, boxes.size());
+        for (qsizetype i : chosen)
+            extras.append(
+                StatusIcon{syntheticId(plugins[i]), boxes[i].rect, panelPid, names.value(i), {}});
+        // Only one notification area is searched for.
+        break;
+    }
+    return extras;
 }
 
 } // namespace PanelStatusItems

@@ -28,4 +28,10 @@ namespace PanelStatusItems {
 // `perCall`; the whole search gives up at `deadline`.
 QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
                        std::chrono::milliseconds perCall, const QDeadlineTimer& deadline);
+
+// The panel's own plugins right of the notification area `trayArea` (root coordinates) on the
+// panel that holds it, left to right: the clock and whatever else stands there. Each has the
+// panel's process and, for its title, the plugin's name where the panel's settings give one.
+QList<StatusIcon> panelExtras(const QRect& trayArea, std::chrono::milliseconds perCall,
+                              const QDeadlineTimer& deadline);
 } // namespace PanelStatusItems

@@ -5,6 +5,7 @@
 // parent was created by the host's client. The host's own plug windows (created by the host
 // and placed into another client's window, as xfce4-panel's external plugins are) are where
 // the status item icons live; see PanelStatusItems.
+// The panel's own plugins right of the notification area (the clock) come last, as items too.
 #include "X11TrayIcons.h"
 
 #include "PanelStatusItems.h"
@@ -18,6 +19,9 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
 {
     QList<TrayIcon> icons;
     QList<QByteArray> accessibleRoots;
+    // The notification area: its plug, else the span of its icons.
+    QRect trayArea;
+    QRect iconSpan;
     int screen = 0;
     for (auto it = xcb_setup_roots_iterator(xcb_get_setup(c)); it.rem;
          xcb_screen_next(&it), ++screen) {
@@ -42,8 +46,11 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
         }
         for (const X11::WindowFacts& plug :
              X11::windowFacts(c, root, plugs, QDeadlineTimer(perRequest))) {
-            if (!plug.atSpiPath.isEmpty())
+            if (!plug.atSpiPath.isEmpty()) {
                 accessibleRoots.append(plug.atSpiPath);
+                if (trayArea.isEmpty() && plug.valid && plug.viewable)
+                    trayArea = plug.rootRect;
+            }
         }
         for (const X11::WindowFacts& f :
              X11::windowFacts(c, root, iconWindows, QDeadlineTimer(perRequest))) {
@@ -57,6 +64,7 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
             icon.windowName = f.name;
             icon.title = f.name.value_or(QString());
             icons.append(icon);
+            iconSpan |= f.rootRect;
         }
     }
 
@@ -74,6 +82,23 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
         icon.description = s.toolTipTitle;
         icon.title = s.title;
         icons.append(icon);
+        iconSpan |= s.rootRect;
+    }
+
+    if (trayArea.isEmpty())
+        trayArea = iconSpan;
+    for (const StatusIcon& s :
+         PanelStatusItems::panelExtras(trayArea, perRequest, QDeadlineTimer(4 * perRequest))) {
+        TrayIcon extra;
+        extra.number = s.id;
+        extra.rootRect = s.rootRect;
+        extra.pid = s.pid;
+        if (s.pid > 0)
+            extra.ownerName = X11::ownerName(s.pid, QString());
+        if (!s.title.isEmpty())
+            extra.windowName = s.title;
+        extra.title = s.title;
+        icons.append(extra);
     }
     return icons;
 }
