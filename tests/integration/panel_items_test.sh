@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Tray items of the real Xfce panel as the program's backends see them: the two XEmbed icons and
-# the StatusNotifierItem of the test desktop left to right with their names and positions, an
-# item added and removed again, and no items once the panel is gone.
+# the StatusNotifierItem of the test desktop left to right with their names and positions, then
+# the panel's clock right of the notification area, an item added and removed again, and no
+# items once the panel is gone.
 # Usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS
 set -uo pipefail
 
@@ -42,11 +43,11 @@ pixel() { # X Y
     sed -n 's/.*#\([0-9A-Fa-f]\{6\}\).*/\1/p' | tr 'a-f' 'A-F'
 }
 
-base="YAD 1|YAD 2|Quillet test status item"
+base="YAD 1|YAD 2|Quillet test status item|Clock"
 
 qd_section "the desktop's tray items, left to right"
 # The panel draws its status item once it has read the item's properties.
-qd_wait_for 15 "three tray items" labels_are "$base" || true
+qd_wait_for 15 "three tray items and the clock" labels_are "$base" || true
 scan=$(items)
 qd_log "scan:"$'\n'"$scan"
 qd_check_eq "labels left to right" "$base" "$(labels)"
@@ -83,6 +84,18 @@ qd_check_eq "the status item's owner is its process" python3 "$(field owner "$sn
 qd_check "the status item's id is synthetic (top bit set)" \
   test $(($(field id "$sni" | sed 's/^id=//') & 0x80000000)) != 0
 
+# The clock is the panel's own plugin, right of the notification area: the last item, ending at
+# the right edge of the screen, owned by the panel.
+clock=$(tail -n 1 <<<"$scan")
+root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+qd_check_eq "the clock is the rightmost item" Clock "$(label_of "$clock")"
+qd_check_eq "the clock's owner is the panel" xfce4-panel "$(field owner "$clock")"
+qd_check_eq "the clock ends at the screen's right edge" "$root_w" \
+  "$(($(field x "$clock") + $(field w "$clock")))"
+qd_check "the clock's id is synthetic (top bit set)" \
+  test $(($(field id "$clock" | sed 's/^id=//') & 0x80000000)) != 0
+qd_check "the clock is wider than a tray icon" test "$(field w "$clock")" -gt 30
+
 windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
 qd_check "the window list has the panel at layer 24" \
   grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
@@ -92,12 +105,12 @@ qd_section "status items added and removed again"
 qd_launch extra_sni "$QD_TMP/extra-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
   --title "Extra item" --tooltip "ignored" --color 27ae60
 qd_check "the new item appears in the panel's order with its title" \
-  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|Extra item|Quillet test status item"
+  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|Extra item|Quillet test status item|Clock"
 # A status item's tooltip title is its description, named by the part before the first comma.
 qd_launch another_sni "$QD_TMP/another-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
   --title "Another item, busy" --tooltip "ignored" --color 8e44ad
 qd_check "a second new item comes first" qd_wait_for 15 "five tray items" \
-  labels_are "YAD 1|YAD 2|Another item|Extra item|Quillet test status item"
+  labels_are "YAD 1|YAD 2|Another item|Extra item|Quillet test status item|Clock"
 qd_log "labels: $(labels)"
 scan=$(items)
 # Each item's rectangle shows that item's own icon colour: names and places match.
@@ -113,7 +126,7 @@ qd_check "a rescan drops the items whose applications quit" qd_wait_for 15 "thre
 qd_section "an XEmbed icon added and removed again"
 qd_launch extra_yad "$QD_TMP/extra-yad.log" yad --notification --text="Extra icon" --image=dialog-error
 qd_check "the new icon is numbered with the others" \
-  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|YAD 3|Quillet test status item"
+  qd_wait_for 15 "four tray items" labels_are "YAD 1|YAD 2|YAD 3|Quillet test status item|Clock"
 qd_stop_process "$extra_yad" TERM 10 || true
 qd_check "a rescan drops the icon whose application quit" qd_wait_for 15 "three tray items" labels_are "$base"
 
