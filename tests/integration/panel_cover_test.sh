@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The panel cover on the real Xfce panel, with the real mask windows (through the cover driver):
 # with "items" and the middle of three tray icons hidden, the others close up to the right at the
-# median spacing and nothing of the hidden one shows; clicks on a masked icon reach the panel;
+# median spacing and nothing of the hidden one shows, while the panel's clock right of them stays
+# an item and still shows; clicks on a masked icon reach the panel;
 # with "entire" the panel strip is uniform; the masks are made again and stay visible after
 # "xfwm4 --replace" with compositing; on two monitors each one gets its own mask.
 # Usage: panel_cover_test.sh PATH-TO-QUILLET … (the driver comes from QUILLET_COVER_DRIVER)
@@ -84,27 +85,30 @@ off_row() { # FILE GEOMETRY
 qd_section "one monitor: hide the middle tray icon"
 qd_start_desktop
 start_driver
-labels="YAD 1|YAD 2|Quillet test status item"
+labels="YAD 1|YAD 2|Quillet test status item|Clock"
 got_labels() { drive items && [ "$(sed -n 's/.* label=//p' <<<"$reply" | paste -sd '|')" = "$labels" ]; }
-qd_wait_for 20 "three tray items" got_labels || true
+qd_wait_for 20 "three tray items and the clock" got_labels || true
 items=$reply
 qd_log "items:"$'\n'"$items"
-qd_check_eq "tray items" "$labels" "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')"
+qd_check_eq "tray items, then the clock" "$labels" "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')"
 panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
 root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
 [ -n "$root_w" ] || root_w=1920
 shoot bare
 
 one=$(item_line "YAD 1") two=$(item_line "YAD 2") sni=$(item_line "Quillet test status item")
+clock=$(item_line Clock)
 x1=$(field x "$one") w1=$(field w "$one")
 x2=$(field x "$two") w2=$(field w "$two")
 x3=$(field x "$sni") w3=$(field w "$sni")
-# The spacing is the upper median of the two gaps, that is the larger one.
-gap_a=$((x2 - x1 - w1)) gap_b=$((x3 - x2 - w2))
-spacing=$((gap_a > gap_b ? gap_a : gap_b))
-new_x1=$((x3 - spacing - w1))
+x4=$(field x "$clock") w4=$(field w "$clock")
+qd_check_eq "the clock is the rightmost item and ends at the screen's right edge" "$root_w" "$((x4 + w4))"
+# The spacing is the middle one of the three gaps.
+spacing=$(printf '%s\n' $((x2 - x1 - w1)) $((x3 - x2 - w2)) $((x4 - x3 - w3)) | sort -n | sed -n 2p)
+new_x3=$((x4 - spacing - w3))
+new_x1=$((new_x3 - spacing - w1))
 tile_x=$((x1 - 8))
-qd_log "gaps $gap_a $gap_b: spacing $spacing; YAD 1 moves from $x1 to $new_x1"
+qd_log "spacing $spacing; YAD 1 moves from $x1 to $new_x1, the status item from $x3 to $new_x3"
 
 drive cover items
 drive settle
@@ -121,13 +125,16 @@ qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -g
 qd_check_eq "the mask shows a picture" 1 "$(field picture "$masks")"
 shoot hidden
 h=$panel_h
-qd_check_eq "the rightmost icon stays where it was" 0 \
-  "$(differing "$bare" "${w3}x$h+$x3+0" "$hidden" "${w3}x$h+$x3+0")"
-qd_check_eq "YAD 1 closes up to the right, one median gap before the rightmost icon" 0 \
+# The clock's text may change between the two pictures; it must not become bare background.
+qd_check "the clock still shows over the mask" test "$(off_row "$hidden" "${w4}x$h+$x4+0")" -gt 0
+qd_check "the clock showed before" test "$(off_row "$bare" "${w4}x$h+$x4+0")" -gt 0
+qd_check_eq "the status item closes up to the clock, one median gap before it" 0 \
+  "$(differing "$bare" "${w3}x$h+$x3+0" "$hidden" "${w3}x$h+$new_x3+0")"
+qd_check_eq "YAD 1 closes up to the right, one median gap before the status item" 0 \
   "$(differing "$bare" "${w1}x$h+$x1+0" "$hidden" "${w1}x$h+$new_x1+0")"
 qd_check_eq "nothing left of YAD 1 but panel background" 0 \
   "$(off_row "$hidden" "$((new_x1 - tile_x))x$h+$tile_x+0")"
-qd_check_eq "nothing between YAD 1 and the rightmost icon but panel background" 0 \
+qd_check_eq "nothing between YAD 1 and the status item but panel background" 0 \
   "$(off_row "$hidden" "${spacing}x$h+$((new_x1 + w1))+0")"
 
 qd_section "clicks pass through the mask"
