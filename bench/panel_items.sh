@@ -27,8 +27,9 @@ report() { # TITLE [PID-TO-SILENCE]
   "$probe" --time "$runs" ${2:-} 2>/dev/null | sed 's/^/  /'
 }
 
-qd_wait_for 15 "three tray items" count_is 3 || true
-report "3 tray icons (2 XEmbed, 1 status item), $(count) items found:"
+# The panel's clock is an item too.
+qd_wait_for 15 "three tray items and the clock" count_is 4 || true
+report "3 tray icons (2 XEmbed, 1 status item) and the clock, $(count) items found:"
 
 # 14 more XEmbed icons and 13 more status items.
 extra=()
@@ -41,8 +42,8 @@ for ((i = 1; i <= 13; i++)); do
     --color "$(printf '%02x%02x%02x' $((i * 18)) 120 $((255 - i * 18)))"
   extra+=("$p")
 done
-qd_wait_for 60 "thirty tray items" count_is 30 || true
-report "30 tray icons (16 XEmbed, 14 status items), $(count) items found:"
+qd_wait_for 60 "thirty tray items and the clock" count_is 31 || true
+report "30 tray icons (16 XEmbed, 14 status items) and the clock, $(count) items found:"
 echo "  labels: $("$probe" 2>/dev/null | sed -n 's/.* label=//p' | paste -sd '|')"
 
 # The probe stops the last status item's application after one scan and continues it after.
