@@ -19,8 +19,8 @@
 // window is a "frame" child of the application, whose single child (a "panel") is the panel's
 // item box; the item box's children are the plugins in the panel's order (the panel's
 // plugin-ids list in xfconf), each with its screen extents. The clock is a plugin whose child
-// is a toggle button named after its tooltip (the date, so no use as a lasting name); an
-// external plugin such as the notification area holds a filler that embeds the plug's tree;
+// is a toggle button whose accessible name is the date (it changes daily: no use as a lasting
+// name, which hidden items need); an external plugin such as the notification area holds a filler that embeds the plug's tree;
 // separators and expanding gaps are plugins without children. The plugin's name comes from its
 // type (/plugins/plugin-N in xfconf) and the Name of the type's desktop file in
 // xfce4/panel/plugins/ under the data directories.
