@@ -20,10 +20,10 @@
 // item box; the item box's children are the plugins in the panel's order (the panel's
 // plugin-ids list in xfconf), each with its screen extents. The clock is a plugin whose child
 // is a toggle button whose accessible name is the date (it changes daily: no use as a lasting
-// name, which hidden items need); an external plugin such as the notification area holds a filler that embeds the plug's tree;
-// separators and expanding gaps are plugins without children. The plugin's name comes from its
-// type (/plugins/plugin-N in xfconf) and the Name of the type's desktop file in
-// xfce4/panel/plugins/ under the data directories.
+// name, which hidden items need); an external plugin such as the notification area holds a filler
+// that embeds the plug's tree; separators and expanding gaps are plugins without children. The
+// plugin's name comes from its type (/plugins/plugin-N in xfconf) and the Name of the type's
+// desktop file in xfce4/panel/plugins/ under the data directories.
 #include "PanelStatusItems.h"
 
 #include "PanelPluginChoice.h"
