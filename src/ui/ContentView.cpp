@@ -19,6 +19,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -127,7 +128,30 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     refreshDesktop();
     refreshCover();
     refreshItems();
+    updateSymbols();
     updatePanelWidth();
+}
+
+void ContentView::updateSymbols()
+{
+    const auto tinted = [this](QAbstractButton* button) {
+        // Palette changes arrive already while the panel is being built.
+        if (!button)
+            return;
+        const int side = button->iconSize().width();
+        button->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), side,
+                                           Look::secondary(palette()), devicePixelRatioF())));
+    };
+    tinted(m_refresh);
+    tinted(m_rescan);
+}
+
+void ContentView::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    // The drawn symbols take the theme's dimmed colour: redraw them when the theme changes.
+    if (event->type() == QEvent::PaletteChange)
+        updateSymbols();
 }
 
 // --- Resolution ------------------------------------------------------------------------------
@@ -242,8 +266,6 @@ QWidget* ContentView::buildWindowCard()
     header->addStretch(1);
     auto* refresh = new QToolButton(m_columns);
     refresh->setAutoRaise(true);
-    refresh->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 14,
-                                        Look::secondary(palette()), devicePixelRatioF())));
     refresh->setIconSize(QSize(14, 14));
     refresh->setToolTip(QStringLiteral("Refresh window list"));
     refresh->setAccessibleName(QStringLiteral("Refresh window list"));
@@ -639,8 +661,6 @@ void ContentView::buildPopovers()
     auto* rescan = new QToolButton(m_itemsPopover);
     rescan->setAutoRaise(true);
     rescan->setText(QStringLiteral("Rescan"));
-    rescan->setIcon(QIcon(Look::symbol(QStringLiteral("arrow.clockwise"), 12,
-                                       Look::secondary(palette()), devicePixelRatioF())));
     rescan->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     rescan->setIconSize(QSize(12, 12));
     rescan->setFont(Look::caption());

@@ -65,6 +65,9 @@ public:
     // closes the popover in every case.
     void confirmCustomSize();
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     QWidget* buildResolutionCard();
     QWidget* buildWindowCard();
@@ -83,6 +86,7 @@ private:
     void refreshCover();
     void refreshItems();
     void updatePanelWidth();
+    void updateSymbols();
     void openCustomPopover(QWidget* anchor);
 
     AppModel& m_model;

@@ -28,6 +28,7 @@
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QTest>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 namespace {
@@ -346,6 +347,18 @@ TEST_F(PanelFixture, resolutionStripFadesTheEdgesItCanScrollPast)
                   3 * 16)
             << "at y " << y;
     }
+
+    // Without a scroll bar the strip still scrolls: a vertical wheel moves it sideways, and a
+    // tile that takes the keyboard focus is brought into view.
+    bar->setValue(0);
+    QWheelEvent wheel(QPointF(10, 10), strip->mapToGlobal(QPointF(10, 10)), QPoint(),
+                      QPoint(0, -120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(strip->viewport(), &wheel);
+    EXPECT_GT(bar->value(), 0);
+    bar->setValue(0);
+    QWidget* last = strip->tiles().last();
+    last->setFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return bar->value() == bar->maximum(); }, 1000));
 
     // The common scale: the 3840 × 2160 mode is drawn at most 168 × 108.
     EXPECT_DOUBLE_EQ(ContentRules::tileScale(model->modes()), std::min(168.0 / 3840, 108.0 / 2160));

@@ -8,6 +8,7 @@
 
 #include "X11Connection.h"
 #include "X11Probes.h"
+#include "X11Replies.h"
 
 #include <QPoint>
 #include <array>
@@ -82,27 +83,6 @@ private:
     bool m_timedOut = false;
 };
 
-QList<quint32> values32(const xcb_get_property_reply_t* reply)
-{
-    QList<quint32> result;
-    if (!reply || reply->format != 32)
-        return result;
-    const auto* data = static_cast<const uint32_t*>(xcb_get_property_value(reply));
-    const int count = xcb_get_property_value_length(reply) / 4;
-    result.reserve(count);
-    for (int i = 0; i < count; ++i)
-        result.append(data[i]);
-    return result;
-}
-
-QByteArray bytes(const xcb_get_property_reply_t* reply)
-{
-    if (!reply || reply->format != 8)
-        return {};
-    return QByteArray(static_cast<const char*>(xcb_get_property_value(reply)),
-                      xcb_get_property_value_length(reply));
-}
-
 xcb_get_property_cookie_t requestProperty(xcb_connection_t* c, xcb_window_t window, xcb_atom_t name,
                                           xcb_atom_t type, uint32_t longLength)
 {
@@ -126,7 +106,7 @@ struct X11WindowControl::State {
     {
         ReplyWaiter waiter(c);
         const auto cookie = requestProperty(c, window, name, XCB_ATOM_ATOM, 64);
-        return values32(
+        return X11::cardinals(
             waiter.take<xcb_get_property_reply_t>(cookie.sequence, Clock::now() + replyTimeout)
                 .get());
     }
@@ -137,7 +117,7 @@ struct X11WindowControl::State {
         ReplyWaiter waiter(c);
         const auto cookie =
             requestProperty(c, window, ewmh._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL, 4);
-        const QList<quint32> v = values32(
+        const QList<quint32> v = X11::cardinals(
             waiter.take<xcb_get_property_reply_t>(cookie.sequence, Clock::now() + replyTimeout)
                 .get());
         if (v.size() < 4)
@@ -305,7 +285,7 @@ QList<ClientWindow> X11WindowControl::windows() const
     ReplyWaiter waiter(c);
     const auto listCookie =
         requestProperty(c, s.root, s.ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW, 16384);
-    const QList<quint32> clients = values32(
+    const QList<quint32> clients = X11::cardinals(
         waiter.take<xcb_get_property_reply_t>(listCookie.sequence, Clock::now() + replyTimeout)
             .get());
 
@@ -358,30 +338,30 @@ QList<ClientWindow> X11WindowControl::windows() const
 
         ClientWindow window;
         window.handle = p.window;
-        window.role =
-            s.role(values32(r[typeReq].get()), !values32(r[transientReq].get()).isEmpty());
-        const QList<quint32> states = values32(r[stateReq].get());
+        window.role = s.role(X11::cardinals(r[typeReq].get()),
+                             !X11::cardinals(r[transientReq].get()).isEmpty());
+        const QList<quint32> states = X11::cardinals(r[stateReq].get());
         window.skipTaskbar = states.contains(s.ewmh._NET_WM_STATE_SKIP_TASKBAR);
         window.minimized = states.contains(s.ewmh._NET_WM_STATE_HIDDEN);
-        const QList<quint32> pids = values32(r[pidReq].get());
+        const QList<quint32> pids = X11::cardinals(r[pidReq].get());
         window.pid = pids.isEmpty() ? 0 : qint64(pids.first());
 
-        const QByteArray netName = bytes(r[netNameReq].get());
+        const QByteArray netName = X11::bytes(r[netNameReq].get());
         if (!netName.isEmpty()) {
             window.title = QString::fromUtf8(netName);
         } else if (r[nameReq]) {
             // WM_NAME is Latin-1 unless the client says it is UTF-8.
-            const QByteArray legacy = bytes(r[nameReq].get());
+            const QByteArray legacy = X11::bytes(r[nameReq].get());
             window.title = r[nameReq]->type == s.ewmh.UTF8_STRING ? QString::fromUtf8(legacy)
                                                                   : QString::fromLatin1(legacy);
         }
 
-        const QList<QByteArray> classParts = bytes(r[classReq].get()).split('\0');
+        const QList<QByteArray> classParts = X11::bytes(r[classReq].get()).split('\0');
         const QString instance =
             classParts.size() > 0 ? QString::fromLatin1(classParts[0]) : QString();
         const QString className =
             classParts.size() > 1 ? QString::fromLatin1(classParts[1]) : QString();
-        const QString applicationId = QString::fromUtf8(bytes(r[appIdReq].get()));
+        const QString applicationId = QString::fromUtf8(X11::bytes(r[appIdReq].get()));
         window.app = m_names.name(applicationId, instance, className)
                          .value_or(className.isEmpty() ? instance : className);
         result.append(window);
@@ -406,8 +386,8 @@ std::optional<QRectF> X11WindowControl::frame(quint64 handle) const
     const auto geometry = waiter.take<xcb_get_geometry_reply_t>(geometryCookie.sequence, deadline);
     const auto position =
         waiter.take<xcb_translate_coordinates_reply_t>(positionCookie.sequence, deadline);
-    const QList<quint32> extents =
-        values32(waiter.take<xcb_get_property_reply_t>(extentsCookie.sequence, deadline).get());
+    const QList<quint32> extents = X11::cardinals(
+        waiter.take<xcb_get_property_reply_t>(extentsCookie.sequence, deadline).get());
     const QPoint origin = s.primaryOrigin(waiter, monitorsCookie);
     if (!geometry || !position)
         return std::nullopt;
