@@ -129,6 +129,7 @@ void captureMonitorArea(benchmark::State& state)
 BENCHMARK(captureMonitorArea)
     ->Args({1920, 1080})
     ->Args({3840, 2160})
+    ->Args({7680, 2160})
     ->Unit(benchmark::kMillisecond);
 
 // The panel strip alone through the backend.

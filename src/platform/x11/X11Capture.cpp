@@ -6,6 +6,7 @@
 #include "X11Probes.h"
 #include "X11RandR.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -46,22 +47,21 @@ bool rootHasRgb32Layout(xcb_connection_t* c)
     return false;
 }
 
-// Copies 32-bit rows into an opaque RGB32 image.
-QImage toOpaqueImage(const std::uint8_t* data, std::size_t length, int width, int height)
+// Copies 32-bit rows into an opaque RGB32 image of the same size.
+bool copyOpaque(const std::uint8_t* data, std::size_t length, QImage& image)
 {
+    const int width = image.width();
+    const int height = image.height();
     const std::size_t rowBytes = std::size_t(width) * 4;
     if (length < rowBytes * std::size_t(height))
-        return {};
-    QImage image(width, height, QImage::Format_RGB32);
-    if (image.isNull())
-        return {};
+        return false;
     for (int y = 0; y < height; ++y) {
         const auto* src = reinterpret_cast<const quint32*>(data + rowBytes * std::size_t(y));
         auto* dst = reinterpret_cast<quint32*>(image.scanLine(y));
         for (int x = 0; x < width; ++x)
             dst[x] = src[x] | 0xff000000u;
     }
-    return image;
+    return true;
 }
 
 } // namespace
@@ -132,8 +132,7 @@ QImage X11Capture::captureRootRect(const QRect& requested)
                               XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment, 0),
             nullptr));
         if (reply)
-            return toOpaqueImage(static_cast<const std::uint8_t*>(m_shmAddress), reply->size,
-                                 rect.width(), rect.height());
+            return filled(static_cast<const std::uint8_t*>(m_shmAddress), reply->size, rect.size());
     }
 
     Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
@@ -144,9 +143,35 @@ QImage X11Capture::captureRootRect(const QRect& requested)
         nullptr));
     if (!reply)
         return {};
-    return toOpaqueImage(xcb_get_image_data(reply.get()),
-                         std::size_t(xcb_get_image_data_length(reply.get())), rect.width(),
-                         rect.height());
+    return filled(xcb_get_image_data(reply.get()),
+                  std::size_t(xcb_get_image_data_length(reply.get())), rect.size());
+}
+
+QImage X11Capture::filled(const std::uint8_t* data, std::size_t length, QSize size)
+{
+    // A capture that nobody holds any more is written over instead of allocating anew: large
+    // fresh allocations come straight from the kernel, and touching their pages costs more
+    // than the copy itself.
+    auto reusable = std::find_if(m_buffers.begin(), m_buffers.end(), [size](const QImage& image) {
+        return image.size() == size && image.isDetached();
+    });
+    if (reusable == m_buffers.end()) {
+        QImage image(size, QImage::Format_RGB32);
+        if (image.isNull())
+            return {};
+        // Keep a few, dropping one no longer in use first.
+        if (m_buffers.size() >= 4) {
+            auto unused = std::find_if(m_buffers.begin(), m_buffers.end(),
+                                       [](const QImage& i) { return i.isDetached(); });
+            m_buffers.erase(unused != m_buffers.end() ? unused : m_buffers.begin());
+        }
+        m_buffers.append(image);
+        image = QImage();
+        reusable = m_buffers.end() - 1;
+    }
+    if (!copyOpaque(data, length, *reusable))
+        return {};
+    return *reusable;
 }
 
 bool X11Capture::ensureSegment(std::size_t bytes)

@@ -4,6 +4,8 @@
 
 #include "platform/ScreenCapture.h"
 
+#include <QImage>
+#include <QList>
 #include <QRect>
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +32,7 @@ public:
     bool usesSharedMemory() const { return m_shmUsable; }
 
 private:
+    QImage filled(const std::uint8_t* data, std::size_t length, QSize size);
     bool ensureSegment(std::size_t bytes);
     void releaseSegment();
 
@@ -39,4 +42,6 @@ private:
     int m_shmId = -1;
     void* m_shmAddress = nullptr;
     std::size_t m_shmSize = 0;
+    // Earlier captures, written over once the caller has let go of them.
+    QList<QImage> m_buffers;
 };
