@@ -3,6 +3,8 @@
 
 #include <QGuiApplication>
 #include <QHash>
+#include <QList>
+#include <QScreen>
 #include <cstdlib>
 
 namespace X11 {
@@ -40,6 +42,56 @@ xcb_atom_t atom(const char* name)
     std::free(reply);
     cache.insert(key, result);
     return result;
+}
+
+namespace {
+struct Monitor {
+    QRectF root;   // in root pixels
+    QRectF points; // where Qt places it, in points
+    qreal ratio = 1;
+};
+
+QList<Monitor> monitors()
+{
+    QList<Monitor> result;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const QRect g = screen->geometry();
+        const qreal ratio = screen->devicePixelRatio();
+        result.append({QRectF(g.topLeft(), QSizeF(g.size()) * ratio), QRectF(g), ratio});
+    }
+    return result;
+}
+} // namespace
+
+QRectF rootToPoints(const QRectF& rootRect)
+{
+    for (const Monitor& m : monitors()) {
+        if (m.ratio == 1 || !m.root.contains(rootRect.center()))
+            continue;
+        const QPointF origin = m.root.topLeft();
+        return QRectF(origin + (rootRect.topLeft() - origin) / m.ratio, rootRect.size() / m.ratio);
+    }
+    return rootRect;
+}
+
+QPointF pointsToRoot(const QPointF& point)
+{
+    for (const Monitor& m : monitors()) {
+        if (m.ratio == 1 || !m.points.contains(point))
+            continue;
+        const QPointF origin = m.root.topLeft();
+        return origin + (point - origin) * m.ratio;
+    }
+    return point;
+}
+
+QSizeF pointsToRoot(const QSizeF& size, const QPointF& at)
+{
+    for (const Monitor& m : monitors()) {
+        if (m.points.contains(at))
+            return size * m.ratio;
+    }
+    return size;
 }
 
 } // namespace X11

@@ -27,7 +27,7 @@ QList<NamedTrayElement> X11ItemNames::trayElements() const
         X11::primaryMonitorOrigin(c, X11::rootWindow(), QDeadlineTimer(sourceLimit));
     for (const TrayIcon& icon : X11TrayIcons::find(c, true, sourceLimit)) {
         NamedTrayElement element;
-        element.x = icon.rootRect.x() - origin.x();
+        element.x = X11::rootToPoints(QRectF(icon.rootRect)).x() - origin.x();
         element.description = icon.description;
         element.title = icon.title;
         element.appName = icon.ownerName.value_or(QString());

@@ -395,8 +395,9 @@ std::optional<QRectF> X11WindowControl::frame(quint64 handle) const
     const int right = extents.size() == 4 ? int(extents[1]) : 0;
     const int top = extents.size() == 4 ? int(extents[2]) : 0;
     const int bottom = extents.size() == 4 ? int(extents[3]) : 0;
-    return QRectF(position->dst_x - left - origin.x(), position->dst_y - top - origin.y(),
-                  geometry->width + left + right, geometry->height + top + bottom);
+    const QRectF outer(position->dst_x - left, position->dst_y - top,
+                       geometry->width + left + right, geometry->height + top + bottom);
+    return X11::rootToPoints(outer).translated(-QPointF(origin));
 }
 
 // X positions and sizes are whole pixels. Positions round to the nearest pixel and sizes round
@@ -409,9 +410,9 @@ void X11WindowControl::setPosition(quint64 handle, QPointF topLeft)
         return;
     const auto window = xcb_window_t(handle);
     s.leaveMaximized(window);
-    const QPoint origin = s.primaryOrigin();
-    const int x = int(std::floor(topLeft.x() + 0.5)) + origin.x();
-    const int y = int(std::floor(topLeft.y() + 0.5)) + origin.y();
+    const QPointF root = X11::pointsToRoot(topLeft + QPointF(s.primaryOrigin()));
+    const int x = int(std::floor(root.x() + 0.5));
+    const int y = int(std::floor(root.y() + 0.5));
     s.moveResize(window, XCB_EWMH_MOVERESIZE_WINDOW_X | XCB_EWMH_MOVERESIZE_WINDOW_Y, x, y, 0, 0);
 }
 
@@ -422,6 +423,9 @@ void X11WindowControl::setSize(quint64 handle, QSizeF size)
         return;
     const auto window = xcb_window_t(handle);
     s.leaveMaximized(window);
+    // The monitor the window stands on now decides how many pixels a point is.
+    if (const auto current = frame(handle))
+        size = X11::pointsToRoot(size, current->center() + QPointF(s.primaryOrigin()));
     // The window manager sizes the client: take its decorations off the outer size.
     const auto [left, right, top, bottom] = s.frameExtents(window);
     const int width = std::max(1, int(std::floor(size.width())) - left - right);

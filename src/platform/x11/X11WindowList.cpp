@@ -73,7 +73,7 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
         WindowListEntry e;
         e.layer = WindowLayer::trayIcon;
         e.number = icon.number;
-        e.bounds = QRectF(icon.rootRect).translated(-origin);
+        e.bounds = X11::rootToPoints(QRectF(icon.rootRect)).translated(-origin);
         e.ownerName = icon.ownerName;
         e.windowName = icon.windowName;
         e.ownerPid = icon.pid;
@@ -89,7 +89,7 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
         WindowListEntry e;
         e.layer = layerOf(f);
         e.number = f.window;
-        e.bounds = frameOf(f).translated(-origin);
+        e.bounds = X11::rootToPoints(frameOf(f)).translated(-origin);
         e.ownerName = X11::ownerName(f.pid, f.wmClass);
         e.windowName = f.name;
         e.ownerPid = f.pid;
