@@ -96,6 +96,15 @@ qd_check "the clock's id is synthetic (top bit set)" \
   test $(($(field id "$clock" | sed 's/^id=//') & 0x80000000)) != 0
 qd_check "the clock is wider than a tray icon" test "$(field w "$clock")" -gt 30
 
+# At a device pixel ratio of 2 (a 192-dpi desktop) the program works in points: every item is
+# reported at half its pixel position and width, with the same names.
+scaled=$(QT_SCALE_FACTOR=2 "$probe" 2>>"$QD_TMP/probe.log")
+qd_check_eq "at ratio 2 the labels are the same" "$base" "$(sed -n 's/.* label=//p' <<<"$scaled" | paste -sd '|')"
+half() { awk -v v="$1" 'BEGIN { printf "%g", v / 2 }'; }
+qd_check_eq "at ratio 2 the positions are in points" \
+  "$(while read -r line; do echo "$(half "$(field x "$line")") $(half "$(field w "$line")")"; done <<<"$scan")" \
+  "$(while read -r line; do echo "$(field x "$line") $(field w "$line")"; done <<<"$scaled")"
+
 windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
 qd_check "the window list has the panel at layer 24" \
   grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
