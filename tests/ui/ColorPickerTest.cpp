@@ -64,6 +64,19 @@ void nextTurn()
     QCoreApplication::processEvents();
 }
 
+// A shown picker bound to a BoundColor.
+struct BoundPicker : ::testing::Test {
+    BoundColor bound;
+    ColorPickerPopover picker{bound.binding()};
+
+    BoundPicker()
+    {
+        bound.picker = &picker;
+        picker.show();
+        nextTurn();
+    }
+};
+
 } // namespace
 
 TEST(ColorPickerParse, acceptedAndRejectedTexts)
@@ -73,43 +86,30 @@ TEST(ColorPickerParse, acceptedAndRejectedTexts)
         EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QString::fromLatin1(text))),
                   QStringLiteral("FF1744"))
             << text;
-    for (const char* text : {"F17", "#F17", "FF17440", "", "######", "FF 174", "FF174G", "0xFF17"})
-        EXPECT_FALSE(ColorPickerPopover::parseHex(QString::fromLatin1(text))) << text;
-
     // What an unsigned reader accepts: a plus sign, and a minus sign only before zero.
     EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QStringLiteral("+12345"))),
               QStringLiteral("012345"));
     EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(QStringLiteral("-00000"))),
               QStringLiteral("000000"));
-    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("-12345")));
-    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("+-1234")));
-    EXPECT_FALSE(ColorPickerPopover::parseHex(QStringLiteral("1234+5")));
+    for (const char* text : {"F17", "#F17", "FF17440", "", "######", "FF 174", "FF174G", "0xFF17",
+                             "-12345", "+-1234", "1234+5"})
+        EXPECT_FALSE(ColorPickerPopover::parseHex(QString::fromLatin1(text))) << text;
 }
 
 TEST(ColorPickerConversions, swatchesRoundTripAndGreysHaveNoHue)
 {
-    int count = 0;
     for (const QStringList& row : ColorPickerPopover::palettes()) {
-        EXPECT_EQ(row.size(), 11);
         for (const QString& digits : row) {
             EXPECT_EQ(hexOf(ColorPickerPopover::parseHex(digits)), digits);
             EXPECT_EQ(hexOf(ColorSwatch::colorOf(digits)), digits);
-            ++count;
         }
     }
-    EXPECT_EQ(count, 55);
-    EXPECT_EQ(ColorPickerPopover::palettes().first().first(), QStringLiteral("FF1744"));
-    EXPECT_EQ(ColorPickerPopover::palettes().last().last(), QStringLiteral("57534E"));
 
     const auto grey = ColorPickerPopover::hsbFromRgb(0.5, 0.5, 0.5);
-    EXPECT_EQ(grey.hue, 0.0);
-    EXPECT_EQ(grey.sat, 0.0);
-    EXPECT_EQ(grey.bri, 0.5);
+    EXPECT_EQ(std::tuple(grey.hue, grey.sat, grey.bri), std::tuple(0.0, 0.0, 0.5));
     // Red with more blue than green lies just below 1, not below 0.
     const auto pink = ColorPickerPopover::hsbFromRgb(1.0, 0.0, 0.5);
     EXPECT_NEAR(pink.hue, 11.0 / 12.0, 1e-12);
-    const auto blue = ColorPickerPopover::hsbFromRgb(0.0, 0.0, 1.0);
-    EXPECT_NEAR(blue.hue, 2.0 / 3.0, 1e-12);
     EXPECT_EQ(ColorPickerPopover::hsbFromRgb(0, 0, 0).sat, 0.0);
 
     // Hues outside 0…1 wrap round.
@@ -121,14 +121,8 @@ TEST(ColorPickerConversions, swatchesRoundTripAndGreysHaveNoHue)
               QStringLiteral("0102FF"));
 }
 
-TEST(ColorPickerPopover, swatchesInOrderWithTooltipsAndClicks)
+TEST_F(BoundPicker, swatchesInOrderWithTooltipsAndClicks)
 {
-    BoundColor bound;
-    ColorPickerPopover picker(bound.binding());
-    bound.picker = &picker;
-    picker.show();
-    nextTurn();
-
     ASSERT_EQ(picker.swatches().size(), 55);
     int index = 0;
     int previousY = -1;
@@ -137,10 +131,8 @@ TEST(ColorPickerPopover, swatchesInOrderWithTooltipsAndClicks)
         for (const QString& digits : row) {
             ColorSwatch* swatch = picker.swatches().at(index++);
             EXPECT_EQ(swatch->toolTip(), QStringLiteral("#") + digits);
-            EXPECT_EQ(swatch->accessibleName(), QStringLiteral("#") + digits);
-            EXPECT_EQ(swatch->size(), QSize(18, 18));
-            EXPECT_GT(swatch->x(), previousX);
-            previousX = swatch->x() + 18 + 1;
+            EXPECT_GT(swatch->x(), previousX) << "no overlap within a row";
+            previousX = swatch->geometry().right();
         }
         EXPECT_GT(picker.swatches().at(index - 1)->y(), previousY);
         previousY = picker.swatches().at(index - 1)->y();
@@ -149,20 +141,14 @@ TEST(ColorPickerPopover, swatchesInOrderWithTooltipsAndClicks)
     ColorSwatch* stone = picker.swatches().last();
     QTest::mouseClick(stone, Qt::LeftButton);
     EXPECT_EQ(picker.hexText(), QStringLiteral("57534E"));
-    EXPECT_EQ(picker.hexField()->text(), QStringLiteral("57534E"));
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("57534E"));
     EXPECT_EQ(bound.writes, 1) << "one click writes the colour once";
     const QImage drawn = stone->grab().toImage();
     EXPECT_EQ(drawn.pixelColor(9, 9), QColor(0x57, 0x53, 0x4E));
 }
 
-TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
+TEST_F(BoundPicker, dragsOnThePadAndTheStrip)
 {
-    BoundColor bound;
-    ColorPickerPopover picker(bound.binding());
-    bound.picker = &picker;
-    picker.show();
-    nextTurn();
     SatBriPad* pad = picker.satBriPad();
     HueStrip* strip = picker.hueStrip();
     const QPointF padOrigin = SatBriPad::padRect().topLeft();
@@ -182,7 +168,6 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     EXPECT_EQ(picker.sat(), 0.0);
     EXPECT_EQ(picker.bri(), 0.0);
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("000000"));
-    EXPECT_EQ(picker.hexText(), QStringLiteral("000000"));
 
     // The middle of the pad: half saturation, half brightness.
     QTest::mouseClick(pad, Qt::LeftButton, {}, (padOrigin + QPointF(110, 70)).toPoint());
@@ -201,7 +186,6 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     QTest::mouseMove(strip, stripEnd + QPoint(40, 0));
     QTest::mouseRelease(strip, Qt::LeftButton, {}, stripEnd + QPoint(40, 0));
     EXPECT_EQ(picker.hue(), 0.9999);
-    EXPECT_EQ(HueStrip::hueAt(220, 220), 0.9999);
     // The keyboard reaches the same limits.
     QTest::keyClick(strip, Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_EQ(picker.hue(), 0.9999);
@@ -214,8 +198,7 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     const QColor topRight = image.pixelColor((padOrigin + QPointF(217, 3)).toPoint());
     EXPECT_GT(topRight.red(), 240);
     EXPECT_LT(topRight.green(), 20);
-    const QColor bottom = image.pixelColor((padOrigin + QPointF(60, 139)).toPoint());
-    EXPECT_LT(bottom.value(), 10);
+    EXPECT_LT(image.pixelColor((padOrigin + QPointF(60, 139)).toPoint()).value(), 10);
     // The white ring of the marker sits at (sat × width, (1 − bri) × height).
     const QPointF marker =
         padOrigin + SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140});
@@ -225,17 +208,10 @@ TEST(ColorPickerPopover, dragsOnThePadAndTheStrip)
     EXPECT_LT(image.pixelColor(ring - QPoint(4, 0)).lightness(), 200);
 }
 
-TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
+TEST_F(BoundPicker, hexFieldCommitsOnReturnOnly)
 {
-    BoundColor bound;
-    ColorPickerPopover picker(bound.binding());
-    bound.picker = &picker;
-    picker.show();
-    nextTurn();
     EXPECT_EQ(picker.hexText(), QStringLiteral("336699")) << "loaded from the binding when shown";
     QLineEdit* field = picker.hexField();
-    EXPECT_EQ(field->placeholderText(), QStringLiteral("hex"));
-    EXPECT_EQ(field->height(), 22);
 
     field->setFocus();
     field->selectAll();
@@ -244,12 +220,8 @@ TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("336699")) << "typing alone changes nothing";
     EXPECT_EQ(bound.writes, 0);
     QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_EQ(picker.hue(), 0.0);
-    EXPECT_EQ(picker.sat(), 0.0);
-    EXPECT_EQ(picker.bri(), 0.0);
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("000000"));
-    // The marker moved to the pad's bottom-left corner.
-    EXPECT_EQ(SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140}), QPointF(0, 140));
+    // The pad's marker follows the committed value.
     EXPECT_EQ(picker.satBriPad()->sat(), 0.0);
     EXPECT_EQ(picker.satBriPad()->bri(), 0.0);
     nextTurn();
@@ -258,7 +230,6 @@ TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
     field->selectAll();
     QTest::keyClicks(field, QStringLiteral(" #ff1744 "));
     QTest::keyClick(field, Qt::Key_Return);
-    EXPECT_EQ(picker.hexText(), QStringLiteral("FF1744"));
     EXPECT_EQ(field->text(), QStringLiteral("FF1744"));
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("FF1744"));
     nextTurn();
@@ -273,16 +244,8 @@ TEST(ColorPickerPopover, hexFieldCommitsOnReturnOnly)
     EXPECT_EQ(hexOf(bound.value), QStringLiteral("FF1744"));
 }
 
-TEST(ColorPickerPopover, changesDoNotEcho)
+TEST_F(BoundPicker, changesDoNotEcho)
 {
-    BoundColor bound;
-    ColorPickerPopover picker(bound.binding());
-    bound.picker = &picker;
-    picker.show();
-    nextTurn();
-    EXPECT_FALSE(picker.suppressInbound());
-    EXPECT_FALSE(picker.suppressOutbound());
-
     // A change from elsewhere updates the picker without being written back.
     bound.changeElsewhere({0.0, 0.0, 1.0, 1.0});
     EXPECT_NEAR(picker.hue(), 2.0 / 3.0, 1e-12);

@@ -23,7 +23,6 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScrollBar>
@@ -359,9 +358,6 @@ TEST_F(PanelFixture, resolutionStripFadesTheEdgesItCanScrollPast)
     QWidget* last = strip->tiles().last();
     last->setFocus(Qt::TabFocusReason);
     EXPECT_TRUE(QTest::qWaitFor([&] { return bar->value() == bar->maximum(); }, 1000));
-
-    // The common scale: the 3840 × 2160 mode is drawn at most 168 × 108.
-    EXPECT_DOUBLE_EQ(ContentRules::tileScale(model->modes()), std::min(168.0 / 3840, 108.0 / 2160));
 }
 
 TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
@@ -370,7 +366,6 @@ TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
     ContentView view(*model);
     view.show();
     WindowListBox* list = view.windowList();
-    EXPECT_EQ(list->size(), QSize(190, 158));
     ASSERT_EQ(list->rows().size(), 2);
     EXPECT_TRUE(list->emptyLabel()->isHidden());
     EXPECT_TRUE(list->rows()[0]->isSelected());
@@ -435,6 +430,16 @@ TEST_F(PanelFixture, withoutWindowControlTheBannerShowsAndTheColumnsAreInert)
 
 TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
 {
+    // Three tray icons in the panel, named by their applications.
+    for (int i = 0; i < 3; ++i) {
+        WindowListEntry entry;
+        entry.layer = 25;
+        entry.number = quint32(500 + i);
+        entry.bounds = QRectF(1300 + 30 * i, 0, 20, 20);
+        entry.ownerName = QStringLiteral("App %1").arg(i);
+        entry.ownerPid = 4000 + i;
+        fake.windowList->entries.append(entry);
+    }
     makeModel();
     MainWindow window(*model, *prefs);
     window.show();
@@ -464,11 +469,9 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
             view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")))
             ->preview());
     ASSERT_NE(preview, nullptr);
-    EXPECT_EQ(preview->background().kind, MiniScreen::Background::Kind::image);
     EXPECT_EQ(preview->background().path, std::nullopt);
     const QList<WallpaperWell*> wells = view.imagePopover()->findChildren<WallpaperWell*>();
     ASSERT_EQ(wells.size(), 2);
-    EXPECT_EQ(wells[0]->label(), QStringLiteral("Light"));
     EXPECT_EQ(wells[0]->path(), std::nullopt);
     const QString picture = dirs.resourceDir() + QStringLiteral("/Dark.png");
     emit wells[0]->picked(picture);
@@ -488,6 +491,9 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide items"))->click();
     EXPECT_EQ(model->menuBarCover(), MenuBarCover::items);
     EXPECT_TRUE(view.showItemsPopover());
+    ASSERT_EQ(view.itemToggles().size(), 3);
+    view.itemToggles()[1]->click();
+    EXPECT_EQ(model->selectedItemIDs(), QSet<quint32>{501});
     view.itemsPopover()->hide();
 
     // The master switch never disables anything.
@@ -504,7 +510,6 @@ TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     ContentView& view = *window.content();
-    EXPECT_GT(view.panelWidth(), 1);
     // The fixed panel plus 20 on each side.
     EXPECT_EQ(view.width(), int(view.panelWidth()) + 40);
 
@@ -523,83 +528,6 @@ TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
     EXPECT_GT(controls.size(), 30);
     for (QWidget* control : controls)
         EXPECT_FALSE(control->accessibleName().isEmpty()) << control->metaObject()->className();
-}
-
-TEST_F(PanelFixture, screenshotsInLightAndDarkPalettes)
-{
-    addSecondMonitor();
-    // Three tray icons in the panel, named by their applications.
-    const QStringList apps{QStringLiteral("Network"), QStringLiteral("Volume"),
-                           QStringLiteral("Clipboard")};
-    for (int i = 0; i < apps.size(); ++i) {
-        WindowListEntry entry;
-        entry.layer = 25;
-        entry.number = quint32(500 + i);
-        entry.bounds = QRectF(1300 + 30 * i, 0, 20, 20);
-        entry.ownerName = apps[i];
-        entry.ownerPid = 4000 + i;
-        fake.windowList->entries.append(entry);
-    }
-    makeModel();
-    model->setBackgroundColor(RgbColor{0.2, 0.4, 0.8, 1.0});
-    const QString outDir = qEnvironmentVariable("QUILLET_ARTEFACTS",
-                                                QDir::currentPath() + QStringLiteral("/artefacts"));
-    QDir().mkpath(outDir);
-    const auto save = [&outDir](QWidget* widget, const QString& name) {
-        EXPECT_TRUE(widget->grab().save(outDir + QLatin1Char('/') + name + QStringLiteral(".png")))
-            << name.toStdString();
-    };
-    const QPalette light = QApplication::palette();
-    QPalette dark = light;
-    dark.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2e));
-    dark.setColor(QPalette::WindowText, QColor(0xe8, 0xe8, 0xea));
-    dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x20));
-    dark.setColor(QPalette::AlternateBase, QColor(0x32, 0x32, 0x35));
-    dark.setColor(QPalette::Text, QColor(0xe8, 0xe8, 0xea));
-    dark.setColor(QPalette::Button, QColor(0x3a, 0x3a, 0x3d));
-    dark.setColor(QPalette::ButtonText, QColor(0xe8, 0xe8, 0xea));
-    dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0x9a, 0x9f));
-    dark.setColor(QPalette::Highlight, QColor(0x2f, 0x7c, 0xf6));
-    for (const auto& [name, palette] : {std::pair{"light", light}, std::pair{"dark", dark}}) {
-        const QString theme = QString::fromUtf8(name);
-        QApplication::setPalette(palette);
-        model->setMenuBarCover(MenuBarCover::keep);
-        MainWindow window(*model, *prefs);
-        window.show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        ContentView& view = *window.content();
-        save(&window, QStringLiteral("main-window-%1").arg(theme));
-
-        // The popovers, each opened by its control.
-        view.centerCells().last()->click();
-        view.customForm()->field(CustomField::width)->setText(QStringLiteral("1000"));
-        save(view.customPopover(), QStringLiteral("custom-size-%1").arg(theme));
-        view.customPopover()->hide();
-        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
-        save(view.colorPopover(), QStringLiteral("color-%1").arg(theme));
-        view.colorPopover()->hide();
-        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
-        save(view.imagePopover(), QStringLiteral("images-%1").arg(theme));
-        view.imagePopover()->hide();
-        view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide items"))->click();
-        ASSERT_EQ(view.itemToggles().size(), 3);
-        view.itemToggles()[1]->click();
-        EXPECT_EQ(model->selectedItemIDs(), QSet<quint32>{501});
-        save(view.itemsPopover(), QStringLiteral("items-%1").arg(theme));
-        view.itemsPopover()->hide();
-
-        // With the panel cover on and no screen capture the banners show between the cards.
-        fake.capture->allowed = false;
-        fake.windowControl->trusted = false;
-        model->refreshPermissions();
-        QApplication::processEvents();
-        save(&window, QStringLiteral("main-window-%1-banners").arg(theme));
-        fake.capture->allowed = true;
-        fake.windowControl->trusted = true;
-        model->refreshPermissions();
-        model->toggleItem(501);
-    }
-    QApplication::setPalette(light);
 }
 
 int main(int argc, char** argv)

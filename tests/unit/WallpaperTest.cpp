@@ -146,19 +146,8 @@ TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
     // The screen still shows what the crashed run set.
     fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
     WallpaperController& c = make();
-    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
-
-    const QByteArray before = [&] {
-        QFile f(dirs.defaultsPath());
-        f.open(QIODevice::ReadOnly);
-        return f.readAll();
-    }();
     c.captureOriginalsIfNeeded();
-    QFile after(dirs.defaultsPath());
-    after.open(QIODevice::ReadOnly);
-    EXPECT_EQ(after.readAll(), before);
-    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
-
+    EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", "/p/mine.png"}}));
     c.mode = DesktopBackground::color;
     c.apply();
     EXPECT_EQ(c.originals.value(1), "/p/mine.png");
@@ -231,14 +220,6 @@ TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
     fake.addStandardMonitor();
     c.apply();
     EXPECT_EQ(c.originals.value(1), userPicture());
-
-    // An empty restore still clears the key and the flag.
-    c.originals.clear();
-    c.persistOriginals();
-    c.applied = true;
-    c.restore();
-    EXPECT_FALSE(c.applied);
-    EXPECT_TRUE(storedRecord().isUndefined());
 }
 
 TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
@@ -271,12 +252,12 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
     c.color = RgbColor{0.2, 0.4, 0.6, 1};
     c.apply();
     // Outside the tint, every monitor gets the one file rendered for this apply.
-    EXPECT_EQ(c.colorSeq, 1);
     EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("quillet-color-1.png"));
     EXPECT_EQ(fake.desktopPictures->pictures.value("HDMI-1"), support("quillet-color-1.png"));
-    const QImage first(support("quillet-color-1.png"));
-    EXPECT_EQ(first.size(), QSize(256, 256));
-    EXPECT_EQ(first.pixelColor(255, 255), QColor::fromRgbF(0.2f, 0.4f, 0.6f));
+    EXPECT_EQ(QImage(support("quillet-color-1.png")).pixelColor(255, 255),
+              QColor::fromRgbF(0.2f, 0.4f, 0.6f));
+    // The support folder is private to the user.
+    EXPECT_EQ(QFileInfo(support({})).permissions() & 0x0077, 0);
 
     c.apply();
     EXPECT_FALSE(QFile::exists(support("quillet-color-1.png")));
@@ -292,13 +273,6 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
     EXPECT_FALSE(QFile::exists(support("quillet-color-2.png")));
 }
 
-TEST_F(WallpaperFixture, supportFolderIsPrivate)
-{
-    const QString dir = WallpaperController::supportDir();
-    EXPECT_EQ(dir, dirs.dataHome() + QStringLiteral("/Quillet"));
-    EXPECT_EQ(QFileInfo(dir).permissions() & 0x0077, 0) << "group/other bits set";
-}
-
 TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
 {
     WallpaperController& c = make();
@@ -307,7 +281,8 @@ TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
     EXPECT_EQ(c.targetURL(), "/p/dark.png");
     c.lightURL = QStringLiteral("/p/light.png");
     EXPECT_EQ(c.targetURL(), "/p/light.png");
-    fake.appearance->dark = true;
+    fake.appearance->set(true);
+    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty()) << "nothing applied yet";
     EXPECT_EQ(c.targetURL(), "/p/dark.png");
     c.darkURL.reset();
     EXPECT_EQ(c.targetURL(), "/p/light.png");
@@ -318,17 +293,10 @@ TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
     c.apply();
     EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
     EXPECT_TRUE(c.applied);
-}
 
-TEST_F(WallpaperFixture, appearanceChangeReappliesOnlyShownPicturesInImageMode)
-{
-    WallpaperController& c = make();
+    // Once applied, an appearance change re-applies, but only in picture mode.
     c.lightURL = QStringLiteral("/p/light.png");
     c.darkURL = QStringLiteral("/p/dark.png");
-    c.mode = DesktopBackground::image;
-    fake.appearance->set(true);
-    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty()) << "nothing applied yet";
-
     c.apply();
     fake.appearance->set(false);
     EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/light.png");
@@ -379,7 +347,7 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
     EXPECT_EQ(c.renderTinted(screen, 9), std::nullopt);
 }
 
-TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndCentred)
+TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPercent)
 {
     ScreenInfo screen;
     screen.displayId = 3;
@@ -395,31 +363,23 @@ TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndCentred)
     c.mode = DesktopBackground::image;
     c.darkURL = writePicture("wide.png", base);
 
-    const QImage out(*c.renderTinted(screen, 3));
+    QImage out(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
     EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
-    EXPECT_TRUE(near(out.pixelColor(150, 296), Qt::green));
-}
 
-TEST_F(WallpaperFixture, stripSamplesAtLeastTwoPercent)
-{
-    ScreenInfo screen;
-    screen.displayId = 4;
     // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
     screen.frame = QRectF(0, 0, 500, 2000);
-    QImage base = solid(100, 100, Qt::black);
-    QPainter(&base).fillRect(0, 0, 100, 1, Qt::white);
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
-    c.lightURL = writePicture("rows.png", base);
-    const QImage out(*c.renderTinted(screen, 4));
+    QImage rows = solid(100, 100, Qt::black);
+    QPainter(&rows).fillRect(0, 0, 100, 1, Qt::white);
+    c.darkURL = writePicture("rows.png", rows);
+    out = QImage(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(250, 5), QColor(128, 128, 128), 8))
         << out.pixelColor(250, 5).name().toStdString();
 
     // In colour mode the strip is the colour itself.
     c.mode = DesktopBackground::color;
     c.color = RgbColor{1, 1, 0, 1};
-    const QImage flat(*c.renderTinted(screen, 4));
+    const QImage flat(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(flat.pixelColor(250, 5), Qt::yellow));
     EXPECT_TRUE(near(flat.pixelColor(250, 1000), Qt::yellow));
 }
@@ -474,7 +434,7 @@ TEST(WallpaperTint, menuBarHeightIsTheTopPanel)
     EXPECT_EQ(WallpaperController::menuBarHeight(windows), 32.0);
 }
 
-TEST(WallpaperTint, averageTopSamplesAboutEightyColumns)
+TEST(WallpaperTint, averageTopSamplesColumnsAndRows)
 {
     // Every 100th column of an 8000-pixel row is red, the rest blue: only red is sampled.
     QImage wide = solid(8000, 10, Qt::blue);
@@ -482,21 +442,11 @@ TEST(WallpaperTint, averageTopSamplesAboutEightyColumns)
         wide.setPixelColor(x, 0, Qt::red);
     EXPECT_EQ(WallpaperController::averageTop(wide, 0.05)->toQColor(), QColor(Qt::red));
 
-    // Below 80 pixels every column counts: 1 red of 50.
-    QImage narrow = solid(50, 10, Qt::blue);
-    narrow.setPixelColor(0, 0, Qt::red);
-    const RgbColor mean = *WallpaperController::averageTop(narrow, 0.0);
-    EXPECT_NEAR(mean.red, 1.0 / 50, 1e-9);
-    EXPECT_NEAR(mean.blue, 49.0 / 50, 1e-9);
-
     // 100 wide: a step of 1, all 100 columns.
     QImage hundred = solid(100, 4, Qt::black);
     hundred.setPixelColor(99, 0, Qt::white);
-    EXPECT_NEAR(WallpaperController::averageTop(hundred, 0.1)->green, 0.01, 1e-9);
-}
+    EXPECT_NEAR(WallpaperController::averageTop(hundred, 0.0)->green, 0.01, 1e-9);
 
-TEST(WallpaperTint, averageTopRowsAndAlpha)
-{
     QImage image(10, 10, QImage::Format_ARGB32);
     image.fill(QColor(0, 0, 255, 255));
     for (int x = 0; x < 10; ++x) {
@@ -508,7 +458,6 @@ TEST(WallpaperTint, averageTopRowsAndAlpha)
     const RgbColor two = *WallpaperController::averageTop(image, 0.25);
     EXPECT_NEAR(two.red, 0.5, 1e-9);
     EXPECT_NEAR(two.green, 0.5, 1e-9);
-    EXPECT_EQ(two.alpha, 1.0);
     // More rows than the picture has: all of them.
     EXPECT_NEAR(WallpaperController::averageTop(image, 24.0)->blue, 0.8, 1e-9);
     EXPECT_EQ(WallpaperController::averageTop(QImage(), 0.1), std::nullopt);
@@ -532,66 +481,43 @@ TEST(Appearance, sourcesInOrderOfAuthority)
 
 namespace {
 
-// Builds an XSETTINGS blob in the given byte order.
-class BlobWriter {
-public:
-    explicit BlobWriter(bool big) : m_big(big) {}
-    void u8(quint8 v) { m_data.append(char(v)); }
-    void u16(quint16 v) { number(v, 2); }
-    void u32(quint32 v) { number(v, 4); }
-    void padded(const QByteArray& bytes)
-    {
-        m_data.append(bytes);
-        while (m_data.size() % 4)
-            m_data.append('\0');
-    }
-    void header(quint32 count)
-    {
-        u8(m_big ? 1 : 0);
-        padded({});
-        u32(7);
-        u32(count);
-    }
-    void name(quint8 type, const QByteArray& n)
-    {
-        u8(type);
-        u8(0);
-        u16(quint16(n.size()));
-        padded(n);
-        u32(1);
-    }
-    void string(const QByteArray& n, const QByteArray& value)
-    {
-        name(1, n);
-        u32(quint32(value.size()));
-        padded(value);
-    }
-    QByteArray data() const { return m_data; }
-
-private:
-    void number(quint32 v, int size)
-    {
-        for (int i = 0; i < size; ++i) {
-            const int shift = 8 * (m_big ? size - 1 - i : i);
-            m_data.append(char((v >> shift) & 0xff));
-        }
-    }
-    bool m_big;
-    QByteArray m_data;
-};
-
+// An XSETTINGS blob in the given byte order: an integer, a colour and two strings.
 QByteArray settingsBlob(bool big)
 {
-    BlobWriter w(big);
-    w.header(4);
-    w.name(0, "Net/DoubleClickTime");
-    w.u32(400);
-    w.name(2, "Gtk/Color");
-    w.u32(0x11112222);
-    w.u32(0x33334444);
-    w.string("Gtk/FontName", "Sans 10");
-    w.string("Net/ThemeName", "Adwaita-dark");
-    return w.data();
+    QByteArray data;
+    const auto number = [&](quint32 v, int size) {
+        for (int i = 0; i < size; ++i)
+            data.append(char((v >> (8 * (big ? size - 1 - i : i))) & 0xff));
+    };
+    const auto padded = [&](const QByteArray& bytes) {
+        data.append(bytes);
+        while (data.size() % 4)
+            data.append('\0');
+    };
+    const auto name = [&](quint8 type, const QByteArray& n) {
+        number(type, 1);
+        number(0, 1);
+        number(quint32(n.size()), 2);
+        padded(n);
+        number(1, 4);
+    };
+    const auto string = [&](const QByteArray& n, const QByteArray& value) {
+        name(1, n);
+        number(quint32(value.size()), 4);
+        padded(value);
+    };
+    number(big ? 1 : 0, 1);
+    padded({});
+    number(7, 4);
+    number(4, 4);
+    name(0, "Net/DoubleClickTime");
+    number(400, 4);
+    name(2, "Gtk/Color");
+    number(0x11112222, 4);
+    number(0x33334444, 4);
+    string("Gtk/FontName", "Sans 10");
+    string("Net/ThemeName", "Adwaita-dark");
+    return data;
 }
 
 } // namespace
