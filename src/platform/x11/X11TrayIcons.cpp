@@ -15,6 +15,25 @@
 
 namespace X11TrayIcons {
 
+namespace {
+
+// An item the panel draws itself: a status item's icon or one of the panel's own plugins.
+TrayIcon drawnByThePanel(const StatusIcon& s)
+{
+    TrayIcon icon;
+    icon.number = s.id;
+    icon.rootRect = s.rootRect;
+    icon.pid = s.pid;
+    if (s.pid > 0)
+        icon.ownerName = X11::ownerName(s.pid, QString());
+    if (!s.title.isEmpty())
+        icon.windowName = s.title;
+    icon.title = s.title;
+    return icon;
+}
+
+} // namespace
+
 QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest)
 {
     QList<TrayIcon> icons;
@@ -71,16 +90,8 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
     const QDeadlineTimer statusDeadline(4 * perRequest);
     for (const StatusIcon& s :
          PanelStatusItems::find(accessibleRoots, withTexts, perRequest, statusDeadline)) {
-        TrayIcon icon;
-        icon.number = s.id;
-        icon.rootRect = s.rootRect;
-        icon.pid = s.pid;
-        if (s.pid > 0)
-            icon.ownerName = X11::ownerName(s.pid, QString());
-        if (!s.title.isEmpty())
-            icon.windowName = s.title;
+        TrayIcon icon = drawnByThePanel(s);
         icon.description = s.toolTipTitle;
-        icon.title = s.title;
         icons.append(icon);
         iconSpan |= s.rootRect;
     }
@@ -88,18 +99,8 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
     if (trayArea.isEmpty())
         trayArea = iconSpan;
     for (const StatusIcon& s :
-         PanelStatusItems::panelExtras(trayArea, perRequest, QDeadlineTimer(4 * perRequest))) {
-        TrayIcon extra;
-        extra.number = s.id;
-        extra.rootRect = s.rootRect;
-        extra.pid = s.pid;
-        if (s.pid > 0)
-            extra.ownerName = X11::ownerName(s.pid, QString());
-        if (!s.title.isEmpty())
-            extra.windowName = s.title;
-        extra.title = s.title;
-        icons.append(extra);
-    }
+         PanelStatusItems::panelExtras(trayArea, perRequest, QDeadlineTimer(4 * perRequest)))
+        icons.append(drawnByThePanel(s));
     return icons;
 }
 

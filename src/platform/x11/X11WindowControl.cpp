@@ -9,6 +9,7 @@
 #include "X11Connection.h"
 #include "X11Probes.h"
 #include "X11Replies.h"
+#include "X11WindowFacts.h"
 
 #include <QPoint>
 #include <array>
@@ -131,18 +132,7 @@ struct X11WindowControl::State {
     {
         const auto reply = waiter.take<xcb_randr_get_monitors_reply_t>(cookie.sequence,
                                                                        Clock::now() + replyTimeout);
-        if (!reply)
-            return {};
-        std::optional<QPoint> first;
-        for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
-             xcb_randr_monitor_info_next(&it)) {
-            const QPoint origin(it.data->x, it.data->y);
-            if (it.data->primary)
-                return origin;
-            if (!first)
-                first = origin;
-        }
-        return first.value_or(QPoint());
+        return reply ? X11::primaryMonitorOrigin(reply.get()) : QPoint();
     }
     QPoint primaryOrigin() const
     {

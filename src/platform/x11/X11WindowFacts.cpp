@@ -151,10 +151,13 @@ QPoint primaryMonitorOrigin(xcb_connection_t* c, xcb_window_t root, const QDeadl
         return {};
     auto monitors =
         reply<xcb_randr_get_monitors_reply_t>(c, xcb_randr_get_monitors(c, root, 1), deadline);
-    if (!monitors)
-        return {};
+    return monitors ? primaryMonitorOrigin(monitors.get()) : QPoint();
+}
+
+QPoint primaryMonitorOrigin(const xcb_randr_get_monitors_reply_t* monitors)
+{
     std::optional<QPoint> first;
-    for (auto it = xcb_randr_get_monitors_monitors_iterator(monitors.get()); it.rem;
+    for (auto it = xcb_randr_get_monitors_monitors_iterator(monitors); it.rem;
          xcb_randr_monitor_info_next(&it)) {
         const QPoint origin(it.data->x, it.data->y);
         if (it.data->primary)

@@ -9,6 +9,7 @@
 #include <QRect>
 #include <QString>
 #include <optional>
+#include <xcb/randr.h>
 #include <xcb/xcb.h>
 
 namespace X11 {
@@ -53,6 +54,7 @@ std::optional<QString> ownerName(qint64 pid, const QString& wmClass);
 
 // Top-left corner of the primary RandR monitor (else the first monitor) in root coordinates.
 QPoint primaryMonitorOrigin(xcb_connection_t* c, xcb_window_t root, const QDeadlineTimer& deadline);
+QPoint primaryMonitorOrigin(const xcb_randr_get_monitors_reply_t* monitors);
 
 // The X client that created a window: its resource-id base.
 quint32 clientBase(xcb_connection_t* c, xcb_window_t window);
