@@ -1,11 +1,7 @@
 // The colour picker: reading typed colours, the HSB round trip, the controls driven with the
 // mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
+#include "FakeApp.h"
 #include "StoredKeys.h"
-#include "TestDirs.h"
 #include "ui/components/ColorPickerPopover.h"
 #include "ui/components/ColorSwatch.h"
 #include "ui/components/HueStrip.h"
@@ -301,12 +297,8 @@ TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
 
 TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
 {
-    TestDirs dirs;
-    FakePlatform fake;
-    fake.addStandardMonitor();
-    FakeScheduler scheduler;
-    DefaultsStore store(dirs.defaultsPath());
-    AppModel model(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, nullptr});
+    FakeApp app;
+    AppModel& model = app.makeModel();
     model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
 
     ColorPickerPopover picker({[&] { return model.backgroundColor(); },
@@ -321,7 +313,7 @@ TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
     EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
 
     QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
-    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
+    EXPECT_EQ(app.store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
     EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
     nextTurn();
 
@@ -331,11 +323,4 @@ TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
     EXPECT_EQ(published.count(), 1);
     EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
     EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
 }

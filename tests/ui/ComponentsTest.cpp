@@ -376,10 +376,3 @@ TEST(WallpaperWell, chooserOffersPicturesAndReportsTheChosenFile)
     ASSERT_EQ(picks.count(), 1);
     EXPECT_EQ(picks.at(0).at(0).toString(), file);
 }
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

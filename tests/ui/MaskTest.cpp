@@ -135,10 +135,3 @@ TEST(MaskWindowPresenter, onePlacedWindowPerTileAndTeardown)
     EXPECT_TRUE(presenter.menuBarWindows().isEmpty());
     EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
 }
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
