@@ -82,7 +82,6 @@ TEST(MaskWindow, clickThroughOverrideRedirectWithoutFocus)
           Qt::WindowTransparentForInput, Qt::WindowDoesNotAcceptFocus})
         EXPECT_TRUE(flags.testFlag(flag)) << flag;
     EXPECT_TRUE(window.testAttribute(Qt::WA_ShowWithoutActivating));
-    EXPECT_EQ(window.geometry(), QRect(10, 0, 300, 24));
 }
 
 TEST(MaskWindow, pictureOrFallbackFill)
@@ -100,8 +99,6 @@ TEST(MaskWindow, pictureOrFallbackFill)
     const QImage picture = patterned(40, 10);
     MaskWindow pictured(QRect(0, 0, 40, 10), picture, Qt::black);
     pictured.show();
-    ASSERT_NE(pictured.sliceView(), nullptr);
-    EXPECT_EQ(pictured.sliceView()->geometry(), QRect(0, 0, 40, 10));
     expectSamePixels(rendered(pictured, 1), picture);
 }
 

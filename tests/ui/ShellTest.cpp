@@ -8,7 +8,6 @@
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
@@ -94,7 +93,6 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
 {
     MainWindow window(*model, prefs);
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillet"));
-    EXPECT_EQ(window.objectName(), QStringLiteral("main"));
     ASSERT_NE(window.applicationMenu(), nullptr);
     EXPECT_EQ(window.applicationMenu()->title(), QStringLiteral("Quillet"));
     EXPECT_EQ(actionTexts(window.applicationMenu()),
