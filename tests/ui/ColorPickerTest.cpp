@@ -1,13 +1,10 @@
 // The colour picker: reading typed colours, the HSB round trip, the controls driven with the
 // mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
-#include "FakeApp.h"
-#include "StoredKeys.h"
 #include "ui/components/ColorPickerPopover.h"
 #include "ui/components/ColorSwatch.h"
 #include "ui/components/HueStrip.h"
 #include "ui/components/SatBriPad.h"
 
-#include <QAccessible>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
@@ -270,50 +267,4 @@ TEST_F(BoundPicker, changesDoNotEcho)
     EXPECT_EQ(picker.hexText(), QStringLiteral("808080"));
     EXPECT_EQ(picker.hueStrip()->hue(), 0.0);
     EXPECT_EQ(bound.writes, 1);
-}
-
-TEST_F(BoundPicker, everyControlIsNamedForAssistiveTechnology)
-{
-    int controls = 0;
-    for (QWidget* widget : picker.findChildren<QWidget*>()) {
-        if (widget->focusPolicy() == Qt::NoFocus)
-            continue;
-        ++controls;
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
-        ASSERT_NE(accessible, nullptr);
-        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
-            << widget->metaObject()->className();
-    }
-    // The pad, the strip, 55 swatches and the field.
-    EXPECT_EQ(controls, 58);
-}
-
-TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
-{
-    FakeApp app;
-    AppModel& model = app.makeModel();
-    model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
-
-    ColorPickerPopover picker({[&] { return model.backgroundColor(); },
-                               [&](const RgbColor& color) { model.setBackgroundColor(color); }});
-    QObject::connect(&model, &AppModel::published, &picker, [&](AppModel::Field field) {
-        if (field == AppModel::Field::backgroundColor)
-            picker.boundColorChanged(model.backgroundColor());
-    });
-    QSignalSpy published(&model, &AppModel::published);
-    picker.show();
-    nextTurn();
-    EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
-
-    QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
-    EXPECT_EQ(app.store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
-    EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
-    nextTurn();
-
-    // Another part of the program changes the colour: the picker follows without writing.
-    published.clear();
-    model.setBackgroundColor({0.0, 0.5, 0.0, 1.0});
-    EXPECT_EQ(published.count(), 1);
-    EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
-    EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
 }
