@@ -102,17 +102,15 @@ TEST(ResolutionTile, labelsAndCurrentFrame)
     EXPECT_FALSE(tile.isCurrent()) << "only the caller marks a tile current";
 }
 
-TEST(ScreenThumb, regionInsetAndMinimum)
+TEST(ScreenThumb, regionsInsetFilledOrOutlined)
 {
     expectRect(ScreenThumb::regionRect(QRectF(0, 0, 1, 1), 46, 30, 3), 1.5, 4.5, 43, 24);
     // The left half of the area below the strip.
     expectRect(ScreenThumb::regionRect(QRectF(0, 0, 0.5, 1), 46, 30, 3), 1.5, 4.5, 20, 24);
     // A sliver never draws smaller than 2 × 2.
     expectRect(ScreenThumb::regionRect(QRectF(0.5, 0.5, 0.01, 0.01), 46, 30, 3), 24.5, 18, 2, 2);
-}
 
-TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
-{
+    // A solid region is filled, a dashed one outlined.
     const QColor accent(255, 0, 0);
     auto render = [&](bool dashed) {
         ScreenThumb thumb(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), dashed,

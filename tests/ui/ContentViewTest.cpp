@@ -33,16 +33,11 @@
 
 namespace {
 
-QString named(const QAbstractButton* button)
-{
-    return button ? button->accessibleName() : QStringLiteral("<none>");
-}
-
 QStringList names(const QList<QAbstractButton*>& buttons)
 {
     QStringList result;
     for (const QAbstractButton* button : buttons)
-        result << named(button);
+        result << button->accessibleName();
     return result;
 }
 
@@ -71,22 +66,6 @@ struct PanelFixture : ::testing::Test, FakeApp {
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         return *window->content();
     }
-
-    void addSecondMonitor()
-    {
-        ScreenInfo screen;
-        screen.displayId = 2;
-        screen.name = QStringLiteral("Side Monitor");
-        screen.outputName = QStringLiteral("HDMI-1");
-        screen.frame = QRectF(1440, 0, 1920, 1080);
-        screen.visibleFrame = screen.frame;
-        fake.screens->list.append(screen);
-        fake.displayModes->displays.append(2);
-        fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true},
-                                            {21, 1600, 900, 1600, 900, 60.0, true},
-                                            {22, 1280, 720, 1280, 720, 60.0, true}});
-        fake.displayModes->current.insert(2, 20);
-    }
 };
 
 } // namespace
@@ -106,7 +85,19 @@ TEST_F(PanelFixture, displayPickerOnlyWithTwoDisplaysAndChangingItReloadsTheTile
     EXPECT_EQ(fake.displayModes->current.value(1), 10);
     EXPECT_EQ(model->currentWidth(), 1440);
 
-    addSecondMonitor();
+    // A second display with three modes.
+    ScreenInfo screen;
+    screen.displayId = 2;
+    screen.name = QStringLiteral("Side Monitor");
+    screen.outputName = QStringLiteral("HDMI-1");
+    screen.frame = QRectF(1440, 0, 1920, 1080);
+    screen.visibleFrame = screen.frame;
+    fake.screens->list.append(screen);
+    fake.displayModes->displays.append(2);
+    fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true},
+                                        {21, 1600, 900, 1600, 900, 60.0, true},
+                                        {22, 1280, 720, 1280, 720, 60.0, true}});
+    fake.displayModes->current.insert(2, 20);
     model->reloadDisplays();
     EXPECT_FALSE(view.displayRow()->isHidden());
     QComboBox* picker = view.displayPicker();
@@ -383,7 +374,7 @@ TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
     EXPECT_FALSE(list->emptyLabel()->isHidden());
     EXPECT_EQ(list->emptyLabel()->text(), QStringLiteral("No windows"));
     for (QAbstractButton* cell : view.repositionCells() + view.centerCells())
-        EXPECT_FALSE(cell->isEnabled()) << named(cell).toStdString();
+        EXPECT_FALSE(cell->isEnabled()) << cell->accessibleName().toStdString();
     // ... but the columns themselves stay usable: the refresh button still works.
     EXPECT_TRUE(view.refreshButton()->isEnabled());
 }
@@ -446,13 +437,12 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     // Without a light picture the Image preview shows its placeholder; the wells open, and
     // picking or clearing one goes to the model.
     model->setLightWallpaperURL(std::nullopt);
-    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
+    auto* image = static_cast<PickThumb*>(
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
+    image->click();
     EXPECT_EQ(model->background(), DesktopBackground::image);
     EXPECT_TRUE(view.showImagePopover());
-    auto* preview = qobject_cast<MiniScreen*>(
-        static_cast<PickThumb*>(
-            view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")))
-            ->preview());
+    auto* preview = qobject_cast<MiniScreen*>(image->preview());
     ASSERT_NE(preview, nullptr);
     EXPECT_EQ(preview->background().path, std::nullopt);
     const QList<WallpaperWell*> wells = view.imagePopover()->findChildren<WallpaperWell*>();
