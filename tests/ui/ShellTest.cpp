@@ -72,22 +72,18 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
 }
 
-TEST(PreferencesView, failedLoginItemLeavesTheToggleOn)
+struct ShellFixture : ::testing::Test, FakeApp {
+    ShellFixture() { makeModel(); }
+};
+
+TEST_F(ShellFixture, failedLoginItemLeavesTheToggleOn)
 {
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    FakeLoginItems login;
-    login.failure = QStringLiteral("denied");
-    Preferences prefs(store, login, nullptr);
+    fake.loginItems->failure = QStringLiteral("denied");
     PreferencesView view(prefs);
     view.show();
     QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
     EXPECT_TRUE(view.toggle("Launch at login")->isChecked());
 }
-
-struct ShellFixture : ::testing::Test, FakeApp {
-    ShellFixture() { makeModel(); }
-};
 
 TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
 {
