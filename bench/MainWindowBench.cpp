@@ -2,12 +2,7 @@
 // (tiles marked, centre cells rebuilt, whole panel redrawn), and one frame of scrolling the
 // resolution strip with its faded edges. Run offscreen:
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_main_window
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "FakeApp.h"
 #include "ui/ContentView.h"
 #include "ui/ResolutionStrip.h"
 
@@ -19,17 +14,9 @@
 namespace {
 
 // A 3840 × 2160 display with twelve modes and ten windows to list.
-struct Setup {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    DefaultsStore store{dirs.defaultsPath()};
-    std::unique_ptr<Preferences> prefs;
-    std::unique_ptr<AppModel> model;
-
+struct Setup : FakeApp {
     Setup()
     {
-        fake.addStandardMonitor();
         QList<PlatformDisplayMode> modes;
         for (int i = 0; i < 12; ++i) {
             const qint64 w = 3840 - i * 240;
@@ -41,9 +28,7 @@ struct Setup {
         for (int i = 0; i < 10; ++i)
             fake.windowControl->list.append({quint64(200 + i), QStringLiteral("App %1").arg(i),
                                              QStringLiteral("Document %1").arg(i)});
-        prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
+        makeModel();
     }
 };
 

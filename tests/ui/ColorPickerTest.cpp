@@ -1,18 +1,10 @@
 // The colour picker: reading typed colours, the HSB round trip, the controls driven with the
 // mouse and keyboard, and the two suppression flags that keep the bound colour from echoing.
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "StoredKeys.h"
-#include "TestDirs.h"
 #include "ui/components/ColorPickerPopover.h"
 #include "ui/components/ColorSwatch.h"
 #include "ui/components/HueStrip.h"
 #include "ui/components/SatBriPad.h"
 
-#include <QAccessible>
-#include <QApplication>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
@@ -275,67 +267,4 @@ TEST_F(BoundPicker, changesDoNotEcho)
     EXPECT_EQ(picker.hexText(), QStringLiteral("808080"));
     EXPECT_EQ(picker.hueStrip()->hue(), 0.0);
     EXPECT_EQ(bound.writes, 1);
-}
-
-TEST(ColorPickerPopover, everyControlIsNamedForAssistiveTechnology)
-{
-    BoundColor bound;
-    ColorPickerPopover picker(bound.binding());
-    picker.show();
-    int controls = 0;
-    for (QWidget* widget : picker.findChildren<QWidget*>()) {
-        if (widget->focusPolicy() == Qt::NoFocus)
-            continue;
-        ++controls;
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
-        ASSERT_NE(accessible, nullptr);
-        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
-            << widget->metaObject()->className();
-    }
-    // The pad, the strip, 55 swatches and the field.
-    EXPECT_EQ(controls, 58);
-    EXPECT_EQ(
-        QAccessible::queryAccessibleInterface(picker.swatches().first())->text(QAccessible::Name),
-        QStringLiteral("#FF1744"));
-}
-
-TEST(ColorPickerPopover, boundToTheModelsBackgroundColor)
-{
-    TestDirs dirs;
-    FakePlatform fake;
-    fake.addStandardMonitor();
-    FakeScheduler scheduler;
-    DefaultsStore store(dirs.defaultsPath());
-    AppModel model(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, nullptr});
-    model.setBackgroundColor({0.2, 0.4, 0.6, 1.0});
-
-    ColorPickerPopover picker({[&] { return model.backgroundColor(); },
-                               [&](const RgbColor& color) { model.setBackgroundColor(color); }});
-    QObject::connect(&model, &AppModel::published, &picker, [&](AppModel::Field field) {
-        if (field == AppModel::Field::backgroundColor)
-            picker.boundColorChanged(model.backgroundColor());
-    });
-    QSignalSpy published(&model, &AppModel::published);
-    picker.show();
-    nextTurn();
-    EXPECT_EQ(picker.hexText(), QStringLiteral("336699"));
-
-    QTest::mouseClick(picker.swatches().at(2), Qt::LeftButton);
-    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
-    EXPECT_EQ(published.count(), 1) << "one write, no echo back into the model";
-    nextTurn();
-
-    // Another part of the program changes the colour: the picker follows without writing.
-    published.clear();
-    model.setBackgroundColor({0.0, 0.5, 0.0, 1.0});
-    EXPECT_EQ(published.count(), 1);
-    EXPECT_EQ(picker.hexText(), QStringLiteral("008000"));
-    EXPECT_NEAR(picker.hue(), 1.0 / 3.0, 1e-12);
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
 }

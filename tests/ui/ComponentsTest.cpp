@@ -27,13 +27,7 @@ namespace {
 
 DisplayMode mode(qint64 width, qint64 height, qint64 scale = 1)
 {
-    DisplayMode m;
-    m.id = int(width);
-    m.width = width;
-    m.height = height;
-    m.pixelWidth = width * scale;
-    m.pixelHeight = height * scale;
-    return m;
+    return {qint32(width), width, height, width * scale, height * scale, 60.0};
 }
 
 void expectRect(const QRectF& actual, double x, double y, double w, double h)
@@ -85,7 +79,6 @@ TEST(ResolutionTile, windowLayoutCapsAndMinimums)
 TEST(ResolutionTile, labelsAndCurrentFrame)
 {
     ResolutionTile tile(mode(1440, 900, 2), true, 0.1);
-    EXPECT_EQ(ResolutionTile::sizeLabel(tile.mode()), QString::fromUtf8("1440 \u00d7 900"));
     EXPECT_EQ(ResolutionTile::pixelLabel(tile.mode()), QString::fromUtf8("2880 \u00d7 1800 px"));
     EXPECT_EQ(tile.accessibleName(), QString::fromUtf8("1440 \u00d7 900"));
     tile.resize(tile.sizeHint());
@@ -109,17 +102,15 @@ TEST(ResolutionTile, labelsAndCurrentFrame)
     EXPECT_FALSE(tile.isCurrent()) << "only the caller marks a tile current";
 }
 
-TEST(ScreenThumb, regionInsetAndMinimum)
+TEST(ScreenThumb, regionsInsetFilledOrOutlined)
 {
     expectRect(ScreenThumb::regionRect(QRectF(0, 0, 1, 1), 46, 30, 3), 1.5, 4.5, 43, 24);
     // The left half of the area below the strip.
     expectRect(ScreenThumb::regionRect(QRectF(0, 0, 0.5, 1), 46, 30, 3), 1.5, 4.5, 20, 24);
     // A sliver never draws smaller than 2 × 2.
     expectRect(ScreenThumb::regionRect(QRectF(0.5, 0.5, 0.01, 0.01), 46, 30, 3), 24.5, 18, 2, 2);
-}
 
-TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
-{
+    // A solid region is filled, a dashed one outlined.
     const QColor accent(255, 0, 0);
     auto render = [&](bool dashed) {
         ScreenThumb thumb(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), dashed,
@@ -143,9 +134,6 @@ TEST(ScreenThumb, solidRegionFilledDashedRegionOutlined)
     EXPECT_GT(countDiffering(dashed, top, Qt::white), 0);
     EXPECT_GT(countDiffering(dashed, top, accent), 0);
 
-    ScreenThumb hide(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"), 46, 30,
-                     3);
-    EXPECT_EQ(hide.accessibleName(), QStringLiteral("Hide"));
     ScreenThumb uncaptioned(QRectF(0, 0, 0.5, 1), std::nullopt, false, std::nullopt, 46, 30, 3);
     uncaptioned.setToolTip(QStringLiteral("Left half"));
     EXPECT_EQ(uncaptioned.accessibleName(), QStringLiteral("Left half"));
@@ -217,8 +205,6 @@ TEST(PickThumb, frameFollowsSelectionAndClicksCallBack)
     palette.setColor(QPalette::Highlight, QColor(0, 0, 255));
     thumb.setPalette(palette);
     thumb.resize(thumb.sizeHint());
-    EXPECT_EQ(preview->geometry(), PickThumb::previewRect(thumb.width()).toRect());
-    EXPECT_EQ(thumb.accessibleName(), QStringLiteral("Color"));
 
     const QPoint leftEdge =
         PickThumb::previewRect(thumb.width()).topLeft().toPoint() + QPoint(0, 19);
@@ -243,7 +229,6 @@ TEST(SectionCardAndBanner, structureAndTexts)
                      false, accessory, content);
     card.resize(400, card.sizeHint().height());
     card.show();
-    EXPECT_EQ(card.accessibleName(), QStringLiteral("Resolution"));
     // The accessory sits at the right of the header, the content below it, both inside the padding.
     EXPECT_EQ(accessory->geometry().right(), 400 - 1 - SectionCard::padding);
     EXPECT_GE(content->y(), accessory->geometry().bottom() + SectionCard::spacing);
@@ -281,15 +266,15 @@ TEST(WallpaperWell, dropsTakeTheFirstFileOnly)
 
     // An empty drop, or one of web addresses, is refused and changes nothing.
     QMimeData empty;
-    QDragEnterEvent emptyEnter(centre.toPoint(), Qt::CopyAction, &empty, Qt::LeftButton, {});
-    QApplication::sendEvent(&well, &emptyEnter);
-    EXPECT_FALSE(emptyEnter.isAccepted());
-    QDropEvent emptyDrop(centre, Qt::CopyAction, &empty, Qt::LeftButton, {});
-    QApplication::sendEvent(&well, &emptyDrop);
     QMimeData web;
     web.setUrls({QUrl(QStringLiteral("https://example.org/a.png"))});
-    QDropEvent webDrop(centre, Qt::CopyAction, &web, Qt::LeftButton, {});
-    QApplication::sendEvent(&well, &webDrop);
+    for (QMimeData* data : {&empty, &web}) {
+        QDragEnterEvent refused(centre.toPoint(), Qt::CopyAction, data, Qt::LeftButton, {});
+        QApplication::sendEvent(&well, &refused);
+        EXPECT_FALSE(refused.isAccepted());
+        QDropEvent ignored(centre, Qt::CopyAction, data, Qt::LeftButton, {});
+        QApplication::sendEvent(&well, &ignored);
+    }
     EXPECT_EQ(picks.count(), 1);
 }
 
@@ -321,8 +306,6 @@ TEST(WallpaperWell, clearButtonOnlyWithAPictureUnderThePointer)
     EXPECT_FALSE(well.clearButton()->isVisible());
     hover(wellArea.center());
     EXPECT_TRUE(well.clearButton()->isVisible());
-    EXPECT_FALSE(well.clearButton()->accessibleName().isEmpty());
-    EXPECT_EQ(well.accessibleName(), QStringLiteral("Dark"));
     EXPECT_TRUE(wellArea.contains(well.clearButton()->geometry().center()));
     // The picture fills the well.
     EXPECT_EQ(well.grab().toImage().pixelColor(wellArea.center().toPoint() + QPoint(-10, 5)),
@@ -375,11 +358,4 @@ TEST(WallpaperWell, chooserOffersPicturesAndReportsTheChosenFile)
     well.pick();
     ASSERT_EQ(picks.count(), 1);
     EXPECT_EQ(picks.at(0).at(0).toString(), file);
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -2,12 +2,8 @@
 // each control reaches the model.
 #include "ui/ContentView.h"
 
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "FakeApp.h"
+#include "StoredKeys.h"
 #include "ui/ContentRules.h"
 #include "ui/CustomSizeForm.h"
 #include "ui/MainWindow.h"
@@ -15,33 +11,33 @@
 #include "ui/ResolutionStrip.h"
 #include "ui/WindowListBox.h"
 #include "ui/WindowRow.h"
+#include "ui/components/ColorPickerPopover.h"
+#include "ui/components/ColorSwatch.h"
 #include "ui/components/MiniScreen.h"
 #include "ui/components/PickThumb.h"
 #include "ui/components/WallpaperWell.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollArea>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
 #include <gtest/gtest.h>
 
 namespace {
 
-QString named(const QAbstractButton* button)
-{
-    return button ? button->accessibleName() : QStringLiteral("<none>");
-}
-
 QStringList names(const QList<QAbstractButton*>& buttons)
 {
     QStringList result;
     for (const QAbstractButton* button : buttons)
-        result << named(button);
+        result << button->accessibleName();
     return result;
 }
 
@@ -50,46 +46,25 @@ int yIn(const QWidget* widget, const QWidget* ancestor)
     return widget->mapTo(ancestor, QPoint()).y();
 }
 
-struct PanelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    DefaultsStore store{dirs.defaultsPath()};
-    std::unique_ptr<Preferences> prefs;
-    std::unique_ptr<AppModel> model;
+struct PanelFixture : ::testing::Test, FakeApp {
+    std::unique_ptr<MainWindow> window;
 
     PanelFixture()
     {
-        fake.addStandardMonitor();
         fake.windowControl->list = {
             {101, QStringLiteral("Terminal"), QStringLiteral("~/src/quillet")},
             {102, QStringLiteral("Editor"), QStringLiteral("notes.txt")}};
         fake.windowControl->frames.insert(101, QRectF(100, 100, 600, 400));
         fake.windowControl->frames.insert(102, QRectF(200, 150, 500, 300));
-        prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
     }
 
-    AppModel& makeModel()
+    // The panel inside a shown main window, for the popovers and the focus.
+    ContentView& showWindow()
     {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
-        return *model;
-    }
-
-    void addSecondMonitor()
-    {
-        ScreenInfo screen;
-        screen.displayId = 2;
-        screen.name = QStringLiteral("Side Monitor");
-        screen.outputName = QStringLiteral("HDMI-1");
-        screen.frame = QRectF(1440, 0, 1920, 1080);
-        screen.visibleFrame = screen.frame;
-        fake.screens->list.append(screen);
-        fake.displayModes->displays.append(2);
-        fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true},
-                                            {21, 1600, 900, 1600, 900, 60.0, true},
-                                            {22, 1280, 720, 1280, 720, 60.0, true}});
-        fake.displayModes->current.insert(2, 20);
+        window = std::make_unique<MainWindow>(makeModel(), prefs);
+        window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        return *window->content();
     }
 };
 
@@ -110,7 +85,19 @@ TEST_F(PanelFixture, displayPickerOnlyWithTwoDisplaysAndChangingItReloadsTheTile
     EXPECT_EQ(fake.displayModes->current.value(1), 10);
     EXPECT_EQ(model->currentWidth(), 1440);
 
-    addSecondMonitor();
+    // A second display with three modes.
+    ScreenInfo screen;
+    screen.displayId = 2;
+    screen.name = QStringLiteral("Side Monitor");
+    screen.outputName = QStringLiteral("HDMI-1");
+    screen.frame = QRectF(1440, 0, 1920, 1080);
+    screen.visibleFrame = screen.frame;
+    fake.screens->list.append(screen);
+    fake.displayModes->displays.append(2);
+    fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true},
+                                        {21, 1600, 900, 1600, 900, 60.0, true},
+                                        {22, 1280, 720, 1280, 720, 60.0, true}});
+    fake.displayModes->current.insert(2, 20);
     model->reloadDisplays();
     EXPECT_FALSE(view.displayRow()->isHidden());
     QComboBox* picker = view.displayPicker();
@@ -136,25 +123,19 @@ TEST_F(PanelFixture, centreGroupOnA1440By900DisplayIsTwoRowsOfThree)
     ContentView view(*model);
     view.show();
 
-    const QList<CenterItem> expected{
-        CenterItem::filling(),           CenterItem::preset({1280, 800}),
-        CenterItem::preset({1440, 900}), CenterItem::preset({1024, 768}),
-        CenterItem::preset({800, 600}),  CenterItem::customSize()};
-    EXPECT_EQ(view.shownCenterItems(), expected);
-    EXPECT_EQ(
+    ASSERT_EQ(
         names(view.centerCells()),
         QStringList({"Fill screen", "Resize to 1280 \u00D7 800 and center",
                      "Resize to 1440 \u00D7 900 and center", "Resize to 1024 \u00D7 768 and center",
                      "Resize to 800 \u00D7 600 and center", "Resize to a custom size and center"}));
     const QList<QAbstractButton*>& cells = view.centerCells();
-    ASSERT_EQ(cells.size(), 6);
     EXPECT_EQ(yIn(cells[0], &view), yIn(cells[2], &view));
     EXPECT_GT(yIn(cells[3], &view), yIn(cells[2], &view));
     EXPECT_EQ(yIn(cells[3], &view), yIn(cells[5], &view));
     EXPECT_LT(cells[0]->mapTo(&view, QPoint()).x(), cells[1]->mapTo(&view, QPoint()).x());
 
     // The reposition group: eight regions and hiding in three full rows; no centring cell.
-    EXPECT_EQ(names(view.repositionCells()),
+    ASSERT_EQ(names(view.repositionCells()),
               QStringList({"Left half", "Right half", "Top half", "Bottom half", "Top-left quarter",
                            "Top-right quarter", "Bottom-left quarter", "Bottom-right quarter",
                            "Minimize the window"}));
@@ -171,11 +152,7 @@ TEST_F(PanelFixture, centreGroupOnA1440By900DisplayIsTwoRowsOfThree)
 
 TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
 {
-    makeModel();
-    MainWindow window(*model, *prefs);
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    ContentView& view = *window.content();
+    ContentView& view = showWindow();
     ASSERT_TRUE(model->selectedWindowID());
 
     QAbstractButton* custom = view.centerCells().last();
@@ -207,10 +184,8 @@ TEST_F(PanelFixture, customSizeParsesTrimmedDecimalsAndKeepsTheTexts)
     EXPECT_TRUE(fake.windowControl->log.isEmpty());
 
     // Invalid input closes the popover and does nothing, whichever field confirms.
-    for (const auto& [w, h, field] :
-         {std::tuple{"abc", "700", CustomField::width}, std::tuple{"0", "700", CustomField::height},
-          std::tuple{"800", "-5", CustomField::width},
-          std::tuple{"", "600", CustomField::height}}) {
+    for (const auto& [w, h, field] : {std::tuple{"abc", "700", CustomField::width},
+                                      std::tuple{"800", "-5", CustomField::height}}) {
         custom->click();
         width->setText(QString::fromUtf8(w));
         height->setText(QString::fromUtf8(h));
@@ -235,8 +210,6 @@ TEST(ContentRules, customSizeFieldsAcceptDecimalNumbersBetweenBlanks)
     EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("1e5"), QStringLiteral("0.25")),
               QSizeF(1e5, 0.25));
     EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("0"), QStringLiteral("700")),
-              std::nullopt);
-    EXPECT_EQ(ContentRules::parseCustomSize(QStringLiteral("800"), QStringLiteral("-1")),
               std::nullopt);
 }
 
@@ -270,12 +243,10 @@ TEST_F(PanelFixture, menuBarBannersFollowTheCoverAndPermissionsScreenRecordingFi
     EXPECT_GT(fake.capture->requests, requestsBefore);
     EXPECT_EQ(view.shownBanners(), QList<B>{B::itemNames});
 
-    // The rule itself, over every cover.
+    // The cases the panel did not reach above.
     using ContentRules::menuBarBanners;
     EXPECT_TRUE(menuBarBanners(MenuBarCover::keep, false, false).isEmpty());
-    EXPECT_EQ(menuBarBanners(MenuBarCover::entire, false, false), QList<B>{B::screenRecording});
     EXPECT_TRUE(menuBarBanners(MenuBarCover::entire, true, false).isEmpty());
-    EXPECT_EQ(menuBarBanners(MenuBarCover::items, true, false), QList<B>{B::itemNames});
     EXPECT_TRUE(menuBarBanners(MenuBarCover::items, true, true).isEmpty());
 }
 
@@ -321,20 +292,14 @@ TEST_F(PanelFixture, resolutionStripFadesTheEdgesItCanScrollPast)
     QScrollBar* bar = strip->horizontalScrollBar();
     ASSERT_GT(bar->maximum(), 0) << "the tiles should not fit";
 
-    bar->setValue(0);
-    QList<FadeStop> stops = strip->currentFadeStops();
-    EXPECT_TRUE(stops[0].opaque && stops[1].opaque);
-    EXPECT_FALSE(stops[3].opaque);
-    bar->setValue(bar->maximum() / 2);
-    stops = strip->currentFadeStops();
-    EXPECT_FALSE(stops[0].opaque);
-    EXPECT_FALSE(stops[3].opaque);
+    // Scrolled to the end only the leading edge fades.
     bar->setValue(bar->maximum());
-    stops = strip->currentFadeStops();
+    const QList<FadeStop> stops = strip->currentFadeStops();
     EXPECT_FALSE(stops[0].opaque);
     EXPECT_TRUE(stops[2].opaque && stops[3].opaque);
 
-    // The fade is drawn: the last column shows (almost only) the card behind the strip.
+    // At the start the trailing fade is drawn: the last column shows (almost only) the card
+    // behind the strip.
     bar->setValue(0);
     const QPoint origin = strip->mapTo(&view, QPoint());
     const QImage image = view.grab(QRect(origin, strip->size() + QSize(3, 0))).toImage();
@@ -405,7 +370,7 @@ TEST_F(PanelFixture, windowListSelectsRowsAndDisablesCellsWithoutASelection)
     EXPECT_FALSE(list->emptyLabel()->isHidden());
     EXPECT_EQ(list->emptyLabel()->text(), QStringLiteral("No windows"));
     for (QAbstractButton* cell : view.repositionCells() + view.centerCells())
-        EXPECT_FALSE(cell->isEnabled()) << named(cell).toStdString();
+        EXPECT_FALSE(cell->isEnabled()) << cell->accessibleName().toStdString();
     // ... but the columns themselves stay usable: the refresh button still works.
     EXPECT_TRUE(view.refreshButton()->isEnabled());
 }
@@ -440,11 +405,7 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
         entry.ownerPid = 4000 + i;
         fake.windowList->entries.append(entry);
     }
-    makeModel();
-    MainWindow window(*model, *prefs);
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    ContentView& view = *window.content();
+    ContentView& view = showWindow();
 
     view.pickThumb(QStringLiteral("Icons"), QStringLiteral("Hide"))->click();
     EXPECT_TRUE(model->desktopIconsHidden());
@@ -454,6 +415,17 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
     EXPECT_EQ(model->background(), DesktopBackground::color);
     EXPECT_TRUE(view.showColorPopover());
+    // Its picker is bound to the model's colour: a swatch stores it in one write, and a change
+    // made elsewhere shows in the picker.
+    auto* picker = view.colorPopover()->findChild<ColorPickerPopover*>();
+    QApplication::processEvents();
+    QSignalSpy published(model.get(), &AppModel::published);
+    picker->swatches().at(2)->click();
+    EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#FFC400"));
+    EXPECT_EQ(published.count(), 1);
+    QApplication::processEvents();
+    model->setBackgroundColor({0.0, 0.5, 0.0, 1.0});
+    EXPECT_EQ(picker->hexText(), QStringLiteral("008000"));
     // A press elsewhere in the window dismisses it; the choice stays.
     QTest::mousePress(view.windowList(), Qt::LeftButton);
     EXPECT_FALSE(view.showColorPopover());
@@ -461,13 +433,12 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
     // Without a light picture the Image preview shows its placeholder; the wells open, and
     // picking or clearing one goes to the model.
     model->setLightWallpaperURL(std::nullopt);
-    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image"))->click();
+    auto* image = static_cast<PickThumb*>(
+        view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
+    image->click();
     EXPECT_EQ(model->background(), DesktopBackground::image);
     EXPECT_TRUE(view.showImagePopover());
-    auto* preview = qobject_cast<MiniScreen*>(
-        static_cast<PickThumb*>(
-            view.pickThumb(QStringLiteral("Background"), QStringLiteral("Image")))
-            ->preview());
+    auto* preview = qobject_cast<MiniScreen*>(image->preview());
     ASSERT_NE(preview, nullptr);
     EXPECT_EQ(preview->background().path, std::nullopt);
     const QList<WallpaperWell*> wells = view.imagePopover()->findChildren<WallpaperWell*>();
@@ -505,34 +476,25 @@ TEST_F(PanelFixture, desktopAndCoverThumbsCallTheModelAndOpenTheirPopovers)
 
 TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
 {
-    makeModel();
-    MainWindow window(*model, *prefs);
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    ContentView& view = *window.content();
+    ContentView& view = showWindow();
     // The fixed panel plus 20 on each side.
     EXPECT_EQ(view.width(), int(view.panelWidth()) + 40);
 
-    QList<QWidget*> controls;
+    // Every control that takes the focus, popovers included, has a name for assistive tools. (The
+    // window list's plain inner scroller is the one exception, skipped here.)
+    int controls = 0;
     for (QWidget* root : QList<QWidget*>{&view, view.customPopover(), view.colorPopover(),
                                          view.imagePopover(), view.itemsPopover()}) {
-        for (QAbstractButton* b : root->findChildren<QAbstractButton*>())
-            controls << b;
-        for (QComboBox* c : root->findChildren<QComboBox*>())
-            controls << c;
-        for (QLineEdit* e : root->findChildren<QLineEdit*>()) {
-            if (!qobject_cast<QComboBox*>(e->parentWidget()))
-                controls << e;
+        for (QWidget* widget : root->findChildren<QWidget*>()) {
+            if (widget->focusPolicy() == Qt::NoFocus ||
+                widget->metaObject() == &QScrollArea::staticMetaObject)
+                continue;
+            ++controls;
+            QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
+            ASSERT_NE(accessible, nullptr);
+            EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
+                << widget->metaObject()->className() << " " << widget->objectName().toStdString();
         }
     }
-    EXPECT_GT(controls.size(), 30);
-    for (QWidget* control : controls)
-        EXPECT_FALSE(control->accessibleName().isEmpty()) << control->metaObject()->className();
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    EXPECT_GT(controls, 90);
 }

@@ -42,7 +42,7 @@ void expectSamePixels(const QImage& actual, const QImage& expected)
 
 } // namespace
 
-TEST(SliceView, drawsPixelForPixelOnDevicePixels)
+TEST(SliceView, drawsPixelForPixelAndStretchesWithoutBlending)
 {
     const QImage picture = patterned(12, 6);
     SliceView view(picture);
@@ -52,18 +52,15 @@ TEST(SliceView, drawsPixelForPixelOnDevicePixels)
     // At two device pixels per point a picture of twice the view's size is copied one to one.
     view.resize(6, 3);
     expectSamePixels(rendered(view, 2), picture);
-}
 
-TEST(SliceView, stretchesAStripWithoutBlending)
-{
+    // A stretched strip shows only its own colours: no blend of red and blue at the middle.
     QImage strip(2, 4, QImage::Format_RGB32);
     strip.setPixelColor(0, 0, Qt::red);
     strip.setPixelColor(1, 0, Qt::blue);
     QPainter(&strip).fillRect(0, 1, 2, 3, Qt::darkGreen);
-    SliceView view(strip);
-    view.resize(100, 8);
-    const QImage out = rendered(view, 1);
-    // Only the strip's own colours appear: no mix of red and blue at the middle.
+    SliceView stretched(strip);
+    stretched.resize(100, 8);
+    const QImage out = rendered(stretched, 1);
     for (int x = 0; x < 100; ++x) {
         const QColor top = out.pixelColor(x, 0);
         ASSERT_TRUE(top == QColor(Qt::red) || top == QColor(Qt::blue)) << x;
@@ -73,7 +70,7 @@ TEST(SliceView, stretchesAStripWithoutBlending)
     EXPECT_EQ(out.pixelColor(99, 1), QColor(Qt::blue));
 }
 
-TEST(MaskWindow, clickThroughOverrideRedirectWithoutFocus)
+TEST(MaskWindow, clickThroughWithoutFocusShowingAPictureOrAFill)
 {
     MaskWindow window(QRect(10, 0, 300, 24), std::nullopt, Qt::black);
     const Qt::WindowFlags flags = window.windowFlags();
@@ -82,11 +79,7 @@ TEST(MaskWindow, clickThroughOverrideRedirectWithoutFocus)
           Qt::WindowTransparentForInput, Qt::WindowDoesNotAcceptFocus})
         EXPECT_TRUE(flags.testFlag(flag)) << flag;
     EXPECT_TRUE(window.testAttribute(Qt::WA_ShowWithoutActivating));
-    EXPECT_EQ(window.geometry(), QRect(10, 0, 300, 24));
-}
 
-TEST(MaskWindow, pictureOrFallbackFill)
-{
     // Opaque black without a picture.
     MaskWindow black(QRect(0, 0, 40, 10), std::nullopt, QColor(0, 0, 0));
     EXPECT_FALSE(black.testAttribute(Qt::WA_TranslucentBackground));
@@ -100,8 +93,6 @@ TEST(MaskWindow, pictureOrFallbackFill)
     const QImage picture = patterned(40, 10);
     MaskWindow pictured(QRect(0, 0, 40, 10), picture, Qt::black);
     pictured.show();
-    ASSERT_NE(pictured.sliceView(), nullptr);
-    EXPECT_EQ(pictured.sliceView()->geometry(), QRect(0, 0, 40, 10));
     expectSamePixels(rendered(pictured, 1), picture);
 }
 
@@ -134,11 +125,4 @@ TEST(MaskWindowPresenter, onePlacedWindowPerTileAndTeardown)
     presenter.clearMasks();
     EXPECT_TRUE(presenter.menuBarWindows().isEmpty());
     EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
 }

@@ -1,11 +1,6 @@
 // The shell's widgets: the settings rows and their bindings, the application menu, the tray
 // menu, and the update feed's verdicts.
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "FakeApp.h"
 #include "UpdateFeed.h"
 #include "platform/AutostartLoginItems.h"
 #include "ui/MainWindow.h"
@@ -13,13 +8,12 @@
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
-#include <QSystemTrayIcon>
 #include <QSignalSpy>
+#include <QSystemTrayIcon>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -44,7 +38,8 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     PreferencesView view(prefs);
     view.show();
 
-    const QStringList titles{"Restore settings on launch", "Show in Dock", "Show in menu bar", "Launch at login"};
+    const QStringList titles{"Restore settings on launch", "Show in Dock", "Show in menu bar",
+                             "Launch at login"};
     int previousY = -1;
     for (const QString& title : titles) {
         QCheckBox* toggle = view.toggle(title);
@@ -58,7 +53,8 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_EQ(view.minimumHeight(), view.maximumHeight());
     // Explanations wrap but are never cut: every label gets the height it needs.
     for (const QLabel* label : view.findChildren<QLabel*>())
-        EXPECT_GE(label->height(), label->heightForWidth(label->width())) << label->text().toStdString();
+        EXPECT_GE(label->height(), label->heightForWidth(label->width()))
+            << label->text().toStdString();
 
     EXPECT_TRUE(view.toggle("Show in Dock")->isChecked());
     QTest::mouseClick(view.toggle("Show in Dock"), Qt::LeftButton);
@@ -76,44 +72,28 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
 }
 
-TEST(PreferencesView, failedLoginItemLeavesTheToggleOn)
+struct ShellFixture : ::testing::Test, FakeApp {
+    ShellFixture() { makeModel(); }
+};
+
+TEST_F(ShellFixture, failedLoginItemLeavesTheToggleOn)
 {
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    FakeLoginItems login;
-    login.failure = QStringLiteral("denied");
-    Preferences prefs(store, login, nullptr);
+    fake.loginItems->failure = QStringLiteral("denied");
     PreferencesView view(prefs);
     view.show();
     QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
     EXPECT_TRUE(view.toggle("Launch at login")->isChecked());
 }
 
-struct ShellFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    DefaultsStore store{dirs.defaultsPath()};
-    std::unique_ptr<Preferences> prefs;
-    std::unique_ptr<AppModel> model;
-
-    ShellFixture()
-    {
-        fake.addStandardMonitor();
-        prefs = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, prefs.get()});
-    }
-};
-
 TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
 {
-    MainWindow window(*model, *prefs);
+    MainWindow window(*model, prefs);
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillet"));
-    EXPECT_EQ(window.objectName(), QStringLiteral("main"));
     ASSERT_NE(window.applicationMenu(), nullptr);
     EXPECT_EQ(window.applicationMenu()->title(), QStringLiteral("Quillet"));
     EXPECT_EQ(actionTexts(window.applicationMenu()),
-              QStringList({"About Quillet", "Check for Updates\u2026", "---", "Settings\u2026", "---", "Quit Quillet"}));
+              QStringList({"About Quillet", "Check for Updates\u2026", "---", "Settings\u2026",
+                           "---", "Quit Quillet"}));
     const auto actions = window.applicationMenu()->actions();
     EXPECT_EQ(actions[3]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
     EXPECT_EQ(actions[5]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -135,7 +115,8 @@ TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
     StatusItemController tray([this]() -> AppModel& { return *model; });
     tray.setVisible(true);
     ASSERT_NE(tray.menu(), nullptr);
-    EXPECT_EQ(actionTexts(tray.menu()), QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
+    EXPECT_EQ(actionTexts(tray.menu()),
+              QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
     EXPECT_EQ(tray.item()->toolTip(), QStringLiteral("Quillet"));
 
     emit tray.menu()->aboutToShow();
@@ -186,7 +167,8 @@ TEST(UpdaterController, readsTheFeedInTheBackgroundAndReportsFailures)
     const QString feedPath = dirs.root() + QStringLiteral("/feed.xml");
     QFile feed(feedPath);
     ASSERT_TRUE(feed.open(QIODevice::WriteOnly));
-    feed.write("<rss><channel><item><version>99.0</version><link>https://example.org/99</link></item></channel></rss>");
+    feed.write("<rss><channel><item><version>99.0</version><link>https://example.org/99</link></"
+               "item></channel></rss>");
     feed.close();
 
     UpdaterController updater(QUrl::fromLocalFile(feedPath));
@@ -202,12 +184,6 @@ TEST(UpdaterController, readsTheFeedInTheBackgroundAndReportsFailures)
     broken.checkForUpdates();
     ASSERT_TRUE(brokenSpy.wait(5000));
     EXPECT_FALSE(brokenSpy.at(0).at(0).toBool());
-    EXPECT_TRUE(brokenSpy.at(0).at(1).toString().startsWith(QStringLiteral("Could not check for updates:")));
-}
-
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    EXPECT_TRUE(brokenSpy.at(0).at(1).toString().startsWith(
+        QStringLiteral("Could not check for updates:")));
 }
