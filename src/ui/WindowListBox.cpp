@@ -24,6 +24,8 @@ WindowListBox::WindowListBox(QWidget* parent) : QWidget(parent)
     m_scroll->setWidgetResizable(true);
     m_scroll->viewport()->setAutoFillBackground(false);
     m_scroll->setAutoFillBackground(false);
+    // The rows take the focus, not the scroller around them (it still follows the focused row).
+    m_scroll->setFocusPolicy(Qt::NoFocus);
 
     m_content = new QWidget;
     m_content->setAutoFillBackground(false);

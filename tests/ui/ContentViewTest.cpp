@@ -24,7 +24,6 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -480,14 +479,12 @@ TEST_F(PanelFixture, panelIsAsWideAsTheBottomRowAndEveryControlIsNamed)
     // The fixed panel plus 20 on each side.
     EXPECT_EQ(view.width(), int(view.panelWidth()) + 40);
 
-    // Every control that takes the focus, popovers included, has a name for assistive tools. (The
-    // window list's plain inner scroller is the one exception, skipped here.)
+    // Every control that takes the focus, popovers included, has a name for assistive tools.
     int controls = 0;
     for (QWidget* root : QList<QWidget*>{&view, view.customPopover(), view.colorPopover(),
                                          view.imagePopover(), view.itemsPopover()}) {
         for (QWidget* widget : root->findChildren<QWidget*>()) {
-            if (widget->focusPolicy() == Qt::NoFocus ||
-                widget->metaObject() == &QScrollArea::staticMetaObject)
+            if (widget->focusPolicy() == Qt::NoFocus)
                 continue;
             ++controls;
             QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(widget);
