@@ -232,14 +232,3 @@ TEST_F(PipelineFixture, withoutCapturesEntireIsBlackAndItemsShowsNothing)
     EXPECT_TRUE(presenter.shown.isEmpty());
     EXPECT_EQ(fake.capture->captures, 0);
 }
-
-TEST_F(PipelineFixture, aScreenChangeRecapturesAtOnce)
-{
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
-    const int captures = fake.capture->captures;
-    fake.screens->announceChange();
-    EXPECT_EQ(fake.capture->captures, captures + 1);
-    EXPECT_EQ(presenter.shown.size(), 1);
-}

@@ -115,27 +115,6 @@ TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
     EXPECT_TRUE(m.desktopIconsHidden());
 }
 
-TEST_F(ModelFixture, switchingOnAppliesTheLastModeToTheDisplaySelectedNow)
-{
-    fake.displayModes->displays.append(2);
-    fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true}});
-    fake.displayModes->current.insert(2, 20);
-    AppModel& m = make();
-
-    const DisplayMode small{11, 1280, 800, 1280, 800, 60.0};
-    m.apply(small);
-    EXPECT_EQ(fake.displayModes->switches.last(), qMakePair(1u, 11));
-    m.setSelectedDisplayID(2);
-    fake.displayModes->switches.clear();
-
-    m.setEnabled(false);
-    // Every display goes back to its start-up mode.
-    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{1u, 10}, {2u, 20}}));
-    fake.displayModes->switches.clear();
-    m.setEnabled(true);
-    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{2u, 11}}));
-}
-
 TEST_F(ModelFixture, restoreReadsNothingWhenOffAndIgnoresWrongCase)
 {
     for (const bool restore : {false, true}) {
