@@ -49,7 +49,6 @@ public:
     QHash<QString, QString> pictures;
     QHash<QString, QImage> snapshots;
     QList<QPair<QString, QString>> setRequests;
-    bool refuse = false;
     std::optional<QString> desktopPicture(const ScreenInfo& s) const override
     {
         if (!pictures.contains(s.outputName))
@@ -59,8 +58,6 @@ public:
     bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
     {
         setRequests.append({s.outputName, path});
-        if (refuse)
-            return false;
         pictures.insert(s.outputName, path);
         return true;
     }
@@ -208,20 +205,6 @@ public:
     void restartDesktop() override { log << QStringLiteral("restart"); }
 };
 
-class FakeProcesses final : public ProcessRunner {
-public:
-    QList<QStringList> runs;
-    QList<QStringList> detached;
-    void run(const QString& program, const QStringList& arguments) override
-    {
-        runs.append(QStringList{program} + arguments);
-    }
-    void startDetached(const QString& program, const QStringList& arguments) override
-    {
-        detached.append(QStringList{program} + arguments);
-    }
-};
-
 // Owns a Platform made of fakes and keeps typed pointers to them.
 class FakePlatform final {
 public:
@@ -243,7 +226,6 @@ public:
     FakeAppearance* appearance;
     FakeLoginItems* loginItems;
     FakeDesktopIcons* desktopIcons;
-    FakeProcesses* processes;
 
 private:
     std::unique_ptr<Platform> m_platform;
