@@ -5,7 +5,6 @@
 #include "FakeMaskPresenter.h"
 #include "FakePlatform.h"
 #include "FakeScheduler.h"
-#include "Preferences.h"
 #include "TestDirs.h"
 
 #include <QPainter>
@@ -39,7 +38,6 @@ struct PipelineFixture : ::testing::Test {
     FakeScheduler scheduler;
     FakeMaskPresenter presenter;
     std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
     std::unique_ptr<AppModel> model;
 
     PipelineFixture()
@@ -69,9 +67,8 @@ struct PipelineFixture : ::testing::Test {
 
     AppModel& make()
     {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        model = std::make_unique<AppModel>(
+            AppModel::Dependencies{fake, *store, scheduler, {dirs.resourceDir()}});
         model->overlays().setPresenter(&presenter);
         return *model;
     }

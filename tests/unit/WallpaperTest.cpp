@@ -10,6 +10,7 @@
 #include "platform/AppearanceRule.h"
 #include "platform/x11/XSettings.h"
 
+#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -471,38 +472,32 @@ namespace {
 QByteArray settingsBlob(bool big)
 {
     QByteArray data;
-    const auto number = [&](quint32 v, int size) {
-        for (int i = 0; i < size; ++i)
-            data.append(char((v >> (8 * (big ? size - 1 - i : i))) & 0xff));
-    };
+    QDataStream out(&data, QIODevice::WriteOnly);
+    out.setByteOrder(big ? QDataStream::BigEndian : QDataStream::LittleEndian);
     const auto padded = [&](const QByteArray& bytes) {
-        data.append(bytes);
+        out.writeRawData(bytes.constData(), int(bytes.size()));
         while (data.size() % 4)
-            data.append('\0');
+            out << quint8(0);
     };
+    // Type, an unused byte, the name's length, the padded name, the last-change serial.
     const auto name = [&](quint8 type, const QByteArray& n) {
-        number(type, 1);
-        number(0, 1);
-        number(quint32(n.size()), 2);
+        out << type << quint8(0) << quint16(n.size());
         padded(n);
-        number(1, 4);
+        out << quint32(1);
     };
-    const auto string = [&](const QByteArray& n, const QByteArray& value) {
-        name(1, n);
-        number(quint32(value.size()), 4);
-        padded(value);
-    };
-    number(big ? 1 : 0, 1);
+    out << quint8(big ? 1 : 0);
     padded({});
-    number(7, 4);
-    number(4, 4);
+    out << quint32(7) << quint32(4);
     name(0, "Net/DoubleClickTime");
-    number(400, 4);
+    out << quint32(400);
     name(2, "Gtk/Color");
-    number(0x11112222, 4);
-    number(0x33334444, 4);
-    string("Gtk/FontName", "Sans 10");
-    string("Net/ThemeName", "Adwaita-dark");
+    out << quint32(0x11112222) << quint32(0x33334444);
+    for (const auto& [n, value] : {std::pair<QByteArray, QByteArray>{"Gtk/FontName", "Sans 10"},
+                                   {"Net/ThemeName", "Adwaita-dark"}}) {
+        name(1, n);
+        out << quint32(value.size());
+        padded(value);
+    }
     return data;
 }
 

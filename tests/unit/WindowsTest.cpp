@@ -4,7 +4,6 @@
 #include "DefaultsStore.h"
 #include "FakePlatform.h"
 #include "FakeScheduler.h"
-#include "Preferences.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
@@ -37,13 +36,15 @@ void twoScreens(FakePlatform& fake, quint32 main = 1)
     fake.displayModes->main = main;
 }
 
-ClientWindow client(quint64 handle, qint64 pid, QString app, QString title = {})
+ClientWindow client(quint64 handle, qint64 pid, QString app, QString title = {},
+                    WindowRole role = WindowRole::normal)
 {
     ClientWindow w;
     w.handle = handle;
     w.pid = pid;
     w.app = std::move(app);
     w.title = std::move(title);
+    w.role = role;
     return w;
 }
 
@@ -162,24 +163,16 @@ TEST(WindowList, filtersAndGroupsByApplication)
 {
     FakePlatform fake;
     const qint64 own = QCoreApplication::applicationPid();
-    ClientWindow dialog = client(3, 30, "Files", "Copying");
-    dialog.role = WindowRole::dialog;
-    ClientWindow utility = client(4, 30, "Files", "Tools");
-    utility.role = WindowRole::utility;
-    ClientWindow dock = client(5, 40, "Panel");
-    dock.role = WindowRole::dock;
-    ClientWindow desktop = client(6, 41, "Desktop");
-    desktop.role = WindowRole::desktop;
     ClientWindow agent = client(7, 50, "Agent", "Status");
     agent.skipTaskbar = true;
     ClientWindow minimised = client(8, 30, "Files", "Downloads");
     minimised.minimized = true;
     fake.windowControl->list = {client(1, 30, "Files", "Home"),
                                 client(2, 20, "Editor", "notes.txt"),
-                                dialog,
-                                utility,
-                                dock,
-                                desktop,
+                                client(3, 30, "Files", "Copying", WindowRole::dialog),
+                                client(4, 30, "Files", "Tools", WindowRole::utility),
+                                client(5, 40, "Panel", "", WindowRole::dock),
+                                client(6, 41, "Desktop", "", WindowRole::desktop),
                                 agent,
                                 minimised,
                                 client(9, own, "Quillet", "Quillet"),
@@ -227,7 +220,6 @@ struct WindowModelFixture : ::testing::Test {
     FakePlatform fake;
     FakeScheduler scheduler;
     std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
     std::unique_ptr<AppModel> model;
 
     WindowModelFixture()
@@ -243,9 +235,8 @@ struct WindowModelFixture : ::testing::Test {
 
     AppModel& make()
     {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        model = std::make_unique<AppModel>(
+            AppModel::Dependencies{fake, *store, scheduler, {dirs.resourceDir()}});
         return *model;
     }
 };
