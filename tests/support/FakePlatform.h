@@ -51,9 +51,8 @@ public:
     QList<QPair<QString, QString>> setRequests;
     std::optional<QString> desktopPicture(const ScreenInfo& s) const override
     {
-        if (!pictures.contains(s.outputName))
-            return std::nullopt;
-        return pictures.value(s.outputName);
+        return pictures.contains(s.outputName) ? std::optional(pictures.value(s.outputName))
+                                               : std::nullopt;
     }
     bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
     {
@@ -123,9 +122,7 @@ public:
     }
     std::optional<QRectF> frame(quint64 handle) const override
     {
-        if (!frames.contains(handle))
-            return std::nullopt;
-        return frames.value(handle);
+        return frames.contains(handle) ? std::optional(frames.value(handle)) : std::nullopt;
     }
     void setPosition(quint64 handle, QPointF p) override
     {
@@ -174,23 +171,22 @@ public:
     Status status() const override { return current; }
     bool registerItem(QString* error) override
     {
-        ++registrations;
-        if (!failure.isEmpty()) {
-            *error = failure;
-            return false;
-        }
-        current = Status::enabled;
-        return true;
+        return change(Status::enabled, registrations, error);
     }
     bool unregisterItem(QString* error) override
     {
-        ++unregistrations;
-        if (!failure.isEmpty()) {
+        return change(Status::notRegistered, unregistrations, error);
+    }
+
+private:
+    bool change(Status to, int& counter, QString* error)
+    {
+        ++counter;
+        if (!failure.isEmpty())
             *error = failure;
-            return false;
-        }
-        current = Status::notRegistered;
-        return true;
+        else
+            current = to;
+        return failure.isEmpty();
     }
 };
 
