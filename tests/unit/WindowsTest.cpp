@@ -7,7 +7,6 @@
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
-#include "ui/ContentRules.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -200,17 +199,6 @@ TEST(WindowList, filtersAndGroupsByApplication)
     const int listings = fake.windowControl->listings;
     EXPECT_TRUE(WindowMover::windows(fake).isEmpty());
     EXPECT_EQ(fake.windowControl->listings, listings);
-}
-
-TEST(WindowSizes, presetsThatFitTheCurrentMode)
-{
-    // In the presets' own order; an unknown size (0) filters nothing.
-    const QList<QSizeF> all = AppModel::windowSizes();
-    EXPECT_EQ(ContentRules::fittingSizes(1440, 900),
-              QList<QSizeF>({{1280, 800}, {1440, 900}, {1024, 768}, {800, 600}}));
-    EXPECT_EQ(ContentRules::fittingSizes(0, 900), all);
-    EXPECT_EQ(ContentRules::fittingSizes(1440, 0), all);
-    EXPECT_TRUE(ContentRules::fittingSizes(799, 600).isEmpty());
 }
 
 namespace {
