@@ -73,6 +73,13 @@ struct PipelineFixture : ::testing::Test {
         return *model;
     }
 
+    // Chooses the cover and lets the delayed recapture run.
+    void settle(MenuBarCover cover)
+    {
+        model->setMenuBarCover(cover);
+        scheduler.advance(400ms);
+    }
+
     quint32 idOf(const QString& label) const
     {
         for (const MenuBarItem& item : model->menuBarItems()) {
@@ -110,8 +117,7 @@ TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
 TEST_F(PipelineFixture, togglingUsesTheCacheAndKeepsMasksUp)
 {
     AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     const int captures = fake.capture->captures;
     ASSERT_EQ(presenter.shown.size(), 1);
 
@@ -191,9 +197,8 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
     secondCapture.fill(Qt::gray);
     fake.capture->images.insert(2, secondCapture);
 
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
+    make();
+    settle(MenuBarCover::entire);
     ASSERT_EQ(presenter.shown.size(), 2);
     EXPECT_EQ(presenter.shown[0].rect, QRectF(0, 875, 1440, 25));
     // 40 points left of the first icon: a strip of bare panel 2 pixels wide.
@@ -206,8 +211,7 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
     EXPECT_EQ(presenter.shown[1].image->pixel(0, 0), QColor(Qt::gray).rgb());
 
     // Under the items cover only the screen with icons gets a piece.
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     ASSERT_EQ(presenter.shown.size(), 1);
     EXPECT_EQ(presenter.shown[0].rect.x(), 1292);
 }
@@ -215,17 +219,15 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
 TEST_F(PipelineFixture, withoutCapturesEntireIsBlackAndItemsShowsNothing)
 {
     fake.capture->allowed = false;
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
+    make();
+    settle(MenuBarCover::entire);
     ASSERT_EQ(presenter.shown.size(), 1);
     EXPECT_FALSE(presenter.shown[0].image);
     EXPECT_EQ(presenter.fill, (RgbColor{0, 0, 0, 1}));
     // Access is asked for again on every recomputation that finds no capture.
     EXPECT_EQ(fake.capture->requests, 2);
 
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     EXPECT_TRUE(presenter.shown.isEmpty());
     EXPECT_EQ(fake.capture->captures, 0);
 }

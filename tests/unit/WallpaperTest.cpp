@@ -66,9 +66,15 @@ struct WallpaperFixture : ::testing::Test {
         fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
     }
 
-    WallpaperController& make()
+    WallpaperController& make(DesktopBackground mode = DesktopBackground::keep)
     {
         controller = std::make_unique<WallpaperController>(fake, *store);
+        controller->mode = mode;
+        return *controller;
+    }
+    WallpaperController& colorApplied()
+    {
+        make(DesktopBackground::color).apply();
         return *controller;
     }
     QString shown(const QString& output = QStringLiteral("DP-1")) const
@@ -134,9 +140,7 @@ TEST(WallpaperOriginals, loadsOnlyReadableRecords)
 
 TEST_F(WallpaperFixture, recordsThePathThenPutsItBackAndForgetsIt)
 {
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
 
     EXPECT_TRUE(c.applied);
     EXPECT_EQ(c.originals, (QHash<quint32, QString>{{1, userPicture()}}));
@@ -155,9 +159,7 @@ TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
     store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
     // The screen still shows what the crashed run set.
     fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
     EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", "/p/mine.png"}}));
     c.restore();
     EXPECT_EQ(shown(), "/p/mine.png");
@@ -167,9 +169,7 @@ TEST_F(WallpaperFixture, snapshotIsPreferredWhenCapturePermitted)
 {
     fake.capture->allowed = true;
     fake.desktopPictures->snapshots.insert("DP-1", solid(40, 30, Qt::darkCyan));
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
 
     EXPECT_EQ(c.originals.value(1), support("original-1.png"));
     EXPECT_EQ(QImage(support("original-1.png")).pixelColor(5, 5), QColor(Qt::darkCyan));
@@ -208,9 +208,7 @@ TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
 {
     store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
     fake.screens->list.clear();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
     EXPECT_TRUE(c.originals.isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
     fake.addStandardMonitor();
@@ -220,9 +218,7 @@ TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
 
 TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
 {
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
     c.mode = DesktopBackground::keep;
     c.apply();
     EXPECT_FALSE(c.applied);
@@ -242,8 +238,7 @@ TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
 TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewIsWritten)
 {
     addSecondMonitor();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
+    WallpaperController& c = make(DesktopBackground::color);
     c.color = RgbColor{0.2, 0.4, 0.6, 1};
     c.apply();
     // Outside the tint, every monitor gets the one file rendered for this apply.
@@ -270,8 +265,7 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
 
 TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
 {
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.darkURL = QStringLiteral("/p/dark.png");
     EXPECT_EQ(c.targetURL(), "/p/dark.png");
     c.lightURL = QStringLiteral("/p/light.png");
@@ -311,8 +305,7 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
     // Base picture: a green band over blue; the band is what the strip samples.
     QImage base = solid(1512, 982, Qt::blue);
     QPainter(&base).fillRect(0, 0, 1512, 24, Qt::green);
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.lightURL = writePicture("base.png", base);
 
     const auto path = c.renderTinted(screen, 9);
@@ -347,8 +340,7 @@ TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPer
     painter.fillRect(300, 0, 300, 300, Qt::green);
     painter.fillRect(600, 0, 300, 300, Qt::blue);
     painter.end();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.darkURL = writePicture("wide.png", base);
 
     QImage out(*c.renderTinted(screen, 3));
@@ -378,8 +370,7 @@ TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
     ScreenInfo noId = screenOf(std::nullopt, QRectF(0, 1080, 800, 600));
     noId.outputName = QStringLiteral("VGA-1");
     fake.screens->list.append(noId);
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
+    WallpaperController& c = make(DesktopBackground::color);
     c.barTintActive = true;
     c.apply();
     EXPECT_EQ(shown(), support("tinted-1-1.jpg"));
