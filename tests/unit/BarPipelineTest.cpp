@@ -1,11 +1,7 @@
 // The model's panel pipeline with the fake platform and clock: captures and their cache, the
 // delayed recapture, item toggles by label, the master switch, and missing captures.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakeMaskPresenter.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 
 #include <QPainter>
 #include <gtest/gtest.h>
@@ -32,18 +28,12 @@ bool contains(const QImage& image, const QColor& color)
     return false;
 }
 
-struct PipelineFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
+struct PipelineFixture : ModelHarness {
     FakeMaskPresenter presenter;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<AppModel> model;
 
     PipelineFixture()
     {
-        // One 1440 × 900 monitor with a 25-point panel holding three tray icons.
-        fake.addStandardMonitor();
+        // The monitor's 25-point panel holds three tray icons.
         QImage capture(1440, 900, QImage::Format_RGB32);
         capture.fill(Qt::darkBlue);
         QPainter p(&capture);
@@ -65,11 +55,12 @@ struct PipelineFixture : ::testing::Test {
         fake.windowList->entries.append(entry);
     }
 
+    // The model goes first: it takes its masks down through the presenter.
+    ~PipelineFixture() override { model.reset(); }
+
     AppModel& make()
     {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, *store, scheduler, {dirs.resourceDir()}});
-        model->overlays().setPresenter(&presenter);
+        ModelHarness::make().overlays().setPresenter(&presenter);
         return *model;
     }
 

@@ -1,11 +1,8 @@
 // The display list, the resolutions offered for a display, the start-up modes put back, the
 // model's display operations, and the monitor name read from an EDID.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "DisplayController.h"
 #include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 
@@ -120,21 +117,7 @@ TEST_F(ControllerFixture, startUpModesAreWhatRestoreGoesBackTo)
 
 namespace {
 
-struct DisplayModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    DefaultsStore store{dirs.defaultsPath()};
-    std::unique_ptr<AppModel> model;
-
-    DisplayModelFixture() { fake.addStandardMonitor(); }
-    AppModel& make()
-    {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}});
-        return *model;
-    }
-};
+using DisplayModelFixture = ModelHarness;
 
 } // namespace
 

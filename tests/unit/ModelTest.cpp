@@ -1,12 +1,7 @@
 // The app model: master switch, desktop choices, launch restore, permissions and the poll,
 // and the desktop-icon switch it drives.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "DesktopIcons.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -16,24 +11,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct ModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
-    std::unique_ptr<AppModel> model;
-
-    ModelFixture() { fake.addStandardMonitor(); }
-
-    AppModel& make()
-    {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
-        return *model;
-    }
-};
+using ModelFixture = ModelHarness;
 
 qsizetype publishedCount(const QSignalSpy& spy, AppModel::Field field)
 {

@@ -1,11 +1,6 @@
 // Desktop pictures: the record of the user's own pictures, which files count as ours, the
 // solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 #include "WallpaperController.h"
 #include "platform/AppearanceRule.h"
 #include "platform/x11/XSettings.h"
@@ -52,17 +47,13 @@ WindowListEntry panel(QRectF bounds)
     return entry;
 }
 
-struct WallpaperFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
+struct WallpaperFixture : ModelHarness {
     std::unique_ptr<WallpaperController> controller;
 
+    // An Xfce-like desktop: a readable path per monitor, no snapshot.
     WallpaperFixture()
     {
-        // An Xfce-like desktop: a readable path per monitor, no snapshot.
         fake.capture->allowed = false;
-        fake.addStandardMonitor();
         fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
     }
 
@@ -512,23 +503,21 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
 
 TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
 {
-    FakeScheduler scheduler;
-    Preferences preferences(*store, *fake.loginItems, nullptr);
-    AppModel model({fake, *store, scheduler, {dirs.resourceDir()}, &preferences});
-    model.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
-    model.setBackground(DesktopBackground::color);
+    AppModel& m = ModelHarness::make();
+    m.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
+    m.setBackground(DesktopBackground::color);
     EXPECT_TRUE(shown().endsWith("/quillet-color-1.png"));
 
     // Switching off puts the user's picture back and forgets the record; on again re-renders.
-    model.setEnabled(false);
+    m.setEnabled(false);
     EXPECT_EQ(shown(), userPicture());
     EXPECT_TRUE(storedRecord().isUndefined());
-    model.setEnabled(true);
+    m.setEnabled(true);
     EXPECT_TRUE(shown().endsWith("/quillet-color-2.png"));
 
     // Covering the panel shows the tinted picture; uncovering the plain one again.
-    model.setMenuBarCover(MenuBarCover::entire);
+    m.setMenuBarCover(MenuBarCover::entire);
     EXPECT_TRUE(shown().endsWith("/tinted-1-1.jpg"));
-    model.setMenuBarCover(MenuBarCover::keep);
+    m.setMenuBarCover(MenuBarCover::keep);
     EXPECT_TRUE(shown().endsWith("/quillet-color-3.png"));
 }

@@ -1,9 +1,7 @@
 // Other applications' windows: the enumeration filters and grouping, region geometry and the two
 // coordinate systems, clamped resizing, the preset sizes, and the model's selection rules.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakePlatform.h"
-#include "FakeScheduler.h"
+#include "ModelHarness.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
@@ -203,29 +201,15 @@ TEST(WindowList, filtersAndGroupsByApplication)
 
 namespace {
 
-struct WindowModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<AppModel> model;
-
+struct WindowModelFixture : ModelHarness {
     WindowModelFixture()
     {
-        fake.addStandardMonitor();
         twoScreens(fake);
         fake.windowControl->list = {client(1, 30, "Files", "Home"),
                                     client(2, 20, "Editor", "a.txt"),
                                     client(3, 20, "Editor", "b.txt")};
         for (quint64 handle : {1, 2, 3})
             fake.windowControl->frames.insert(handle, QRectF(100, 100, 400, 300));
-    }
-
-    AppModel& make()
-    {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, *store, scheduler, {dirs.resourceDir()}});
-        return *model;
     }
 };
 
