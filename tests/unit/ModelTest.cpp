@@ -54,9 +54,15 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
     EXPECT_EQ(m.lightWallpaperURL(), mine);
     EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
     EXPECT_EQ(m.wallpaper().lightURL, mine);
+
+    // A cleared picture is forgotten until the next launch, which offers the default again.
+    m.setLightWallpaperURL(std::nullopt);
+    EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
+    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
+    EXPECT_EQ(make().lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
 }
 
-TEST_F(ModelFixture, masterSwitchSameValueDoesNothing)
+TEST_F(ModelFixture, equalValuesAreIgnoredByTheMasterSwitchAndPublishedByTheRest)
 {
     AppModel& m = make();
     QSignalSpy spy(&m, &AppModel::published);
@@ -64,6 +70,10 @@ TEST_F(ModelFixture, masterSwitchSameValueDoesNothing)
     EXPECT_EQ(spy.count(), 0);
     EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
     EXPECT_TRUE(fake.displayModes->switches.isEmpty());
+    m.setBackground(DesktopBackground::keep);
+    m.setBackground(DesktopBackground::keep);
+    EXPECT_EQ(spy.count(), 2);
+    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
 }
 
 TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
@@ -130,17 +140,6 @@ TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
     EXPECT_GT(publishedCount(spy, AppModel::Field::selectedItemIDs), before);
 }
 
-TEST_F(ModelFixture, clearedPictureIsForgottenUntilTheNextLaunch)
-{
-    AppModel& m = make();
-    m.setLightWallpaperURL(std::nullopt);
-    EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
-    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
-    model.reset();
-    AppModel& next = make();
-    EXPECT_EQ(next.lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
-}
-
 TEST_F(ModelFixture, accessibilityPollRunsOnceAndEndsWithOneRefresh)
 {
     fake.windowControl->trusted = false;
@@ -194,14 +193,4 @@ TEST_F(ModelFixture, deferredWorkDoesNothingOnceTheModelIsGone)
     model.reset();
     scheduler.advance(60s);
     EXPECT_EQ(scheduler.activeCount(), 0);
-}
-
-TEST_F(ModelFixture, everyAssignmentIsPublishedEvenWhenEqual)
-{
-    AppModel& m = make();
-    QSignalSpy spy(&m, &AppModel::published);
-    m.setBackground(DesktopBackground::keep);
-    m.setBackground(DesktopBackground::keep);
-    EXPECT_EQ(spy.count(), 2);
-    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
 }
