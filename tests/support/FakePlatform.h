@@ -49,18 +49,14 @@ public:
     QHash<QString, QString> pictures;
     QHash<QString, QImage> snapshots;
     QList<QPair<QString, QString>> setRequests;
-    bool refuse = false;
     std::optional<QString> desktopPicture(const ScreenInfo& s) const override
     {
-        if (!pictures.contains(s.outputName))
-            return std::nullopt;
-        return pictures.value(s.outputName);
+        return pictures.contains(s.outputName) ? std::optional(pictures.value(s.outputName))
+                                               : std::nullopt;
     }
     bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
     {
         setRequests.append({s.outputName, path});
-        if (refuse)
-            return false;
         pictures.insert(s.outputName, path);
         return true;
     }
@@ -126,9 +122,7 @@ public:
     }
     std::optional<QRectF> frame(quint64 handle) const override
     {
-        if (!frames.contains(handle))
-            return std::nullopt;
-        return frames.value(handle);
+        return frames.contains(handle) ? std::optional(frames.value(handle)) : std::nullopt;
     }
     void setPosition(quint64 handle, QPointF p) override
     {
@@ -177,23 +171,22 @@ public:
     Status status() const override { return current; }
     bool registerItem(QString* error) override
     {
-        ++registrations;
-        if (!failure.isEmpty()) {
-            *error = failure;
-            return false;
-        }
-        current = Status::enabled;
-        return true;
+        return change(Status::enabled, registrations, error);
     }
     bool unregisterItem(QString* error) override
     {
-        ++unregistrations;
-        if (!failure.isEmpty()) {
+        return change(Status::notRegistered, unregistrations, error);
+    }
+
+private:
+    bool change(Status to, int& counter, QString* error)
+    {
+        ++counter;
+        if (!failure.isEmpty())
             *error = failure;
-            return false;
-        }
-        current = Status::notRegistered;
-        return true;
+        else
+            current = to;
+        return failure.isEmpty();
     }
 };
 
@@ -206,20 +199,6 @@ public:
         log << (hidden ? QStringLiteral("hide") : QStringLiteral("show"));
     }
     void restartDesktop() override { log << QStringLiteral("restart"); }
-};
-
-class FakeProcesses final : public ProcessRunner {
-public:
-    QList<QStringList> runs;
-    QList<QStringList> detached;
-    void run(const QString& program, const QStringList& arguments) override
-    {
-        runs.append(QStringList{program} + arguments);
-    }
-    void startDetached(const QString& program, const QStringList& arguments) override
-    {
-        detached.append(QStringList{program} + arguments);
-    }
 };
 
 // Owns a Platform made of fakes and keeps typed pointers to them.
@@ -243,7 +222,6 @@ public:
     FakeAppearance* appearance;
     FakeLoginItems* loginItems;
     FakeDesktopIcons* desktopIcons;
-    FakeProcesses* processes;
 
 private:
     std::unique_ptr<Platform> m_platform;

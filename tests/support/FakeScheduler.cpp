@@ -29,13 +29,9 @@ std::shared_ptr<ScheduledTask> FakeScheduler::after(std::chrono::milliseconds de
 std::shared_ptr<ScheduledTask> FakeScheduler::every(std::chrono::milliseconds interval,
                                                     QObject* context, std::function<void()> tick)
 {
-    auto task = std::make_shared<Task>();
-    task->due = m_now + interval;
+    auto task = std::static_pointer_cast<Task>(after(interval, context, std::move(tick)));
     task->interval = interval;
     task->repeating = true;
-    task->context = context;
-    task->work = std::move(tick);
-    m_tasks.push_back(task);
     return task;
 }
 

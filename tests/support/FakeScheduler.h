@@ -15,7 +15,6 @@ public:
 
     // Moves the clock forward, running every due task in time order.
     void advance(std::chrono::milliseconds by);
-    std::chrono::milliseconds now() const { return m_now; }
     // Tasks not yet cancelled, finished or orphaned.
     int activeCount() const;
 

@@ -1,12 +1,7 @@
 // The model's panel pipeline with the fake platform and clock: captures and their cache, the
 // delayed recapture, item toggles by label, the master switch, and missing captures.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakeMaskPresenter.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 
 #include <QPainter>
 #include <gtest/gtest.h>
@@ -33,19 +28,12 @@ bool contains(const QImage& image, const QColor& color)
     return false;
 }
 
-struct PipelineFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
+struct PipelineFixture : ModelHarness {
     FakeMaskPresenter presenter;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
-    std::unique_ptr<AppModel> model;
 
     PipelineFixture()
     {
-        // One 1440 × 900 monitor with a 25-point panel holding three tray icons.
-        fake.addStandardMonitor();
+        // The monitor's 25-point panel holds three tray icons.
         QImage capture(1440, 900, QImage::Format_RGB32);
         capture.fill(Qt::darkBlue);
         QPainter p(&capture);
@@ -67,13 +55,20 @@ struct PipelineFixture : ::testing::Test {
         fake.windowList->entries.append(entry);
     }
 
+    // The model goes first: it takes its masks down through the presenter.
+    ~PipelineFixture() override { model.reset(); }
+
     AppModel& make()
     {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
-        model->overlays().setPresenter(&presenter);
+        ModelHarness::make().overlays().setPresenter(&presenter);
         return *model;
+    }
+
+    // Chooses the cover and lets the delayed recapture run.
+    void settle(MenuBarCover cover)
+    {
+        model->setMenuBarCover(cover);
+        scheduler.advance(400ms);
     }
 
     quint32 idOf(const QString& label) const
@@ -113,8 +108,7 @@ TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
 TEST_F(PipelineFixture, togglingUsesTheCacheAndKeepsMasksUp)
 {
     AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     const int captures = fake.capture->captures;
     ASSERT_EQ(presenter.shown.size(), 1);
 
@@ -194,9 +188,8 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
     secondCapture.fill(Qt::gray);
     fake.capture->images.insert(2, secondCapture);
 
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
+    make();
+    settle(MenuBarCover::entire);
     ASSERT_EQ(presenter.shown.size(), 2);
     EXPECT_EQ(presenter.shown[0].rect, QRectF(0, 875, 1440, 25));
     // 40 points left of the first icon: a strip of bare panel 2 pixels wide.
@@ -209,8 +202,7 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
     EXPECT_EQ(presenter.shown[1].image->pixel(0, 0), QColor(Qt::gray).rgb());
 
     // Under the items cover only the screen with icons gets a piece.
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     ASSERT_EQ(presenter.shown.size(), 1);
     EXPECT_EQ(presenter.shown[0].rect.x(), 1292);
 }
@@ -218,28 +210,15 @@ TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)
 TEST_F(PipelineFixture, withoutCapturesEntireIsBlackAndItemsShowsNothing)
 {
     fake.capture->allowed = false;
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
+    make();
+    settle(MenuBarCover::entire);
     ASSERT_EQ(presenter.shown.size(), 1);
     EXPECT_FALSE(presenter.shown[0].image);
     EXPECT_EQ(presenter.fill, (RgbColor{0, 0, 0, 1}));
     // Access is asked for again on every recomputation that finds no capture.
     EXPECT_EQ(fake.capture->requests, 2);
 
-    m.setMenuBarCover(MenuBarCover::items);
-    scheduler.advance(400ms);
+    settle(MenuBarCover::items);
     EXPECT_TRUE(presenter.shown.isEmpty());
     EXPECT_EQ(fake.capture->captures, 0);
-}
-
-TEST_F(PipelineFixture, aScreenChangeRecapturesAtOnce)
-{
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    scheduler.advance(400ms);
-    const int captures = fake.capture->captures;
-    fake.screens->announceChange();
-    EXPECT_EQ(fake.capture->captures, captures + 1);
-    EXPECT_EQ(presenter.shown.size(), 1);
 }

@@ -1,11 +1,8 @@
 // The display list, the resolutions offered for a display, the start-up modes put back, the
 // model's display operations, and the monitor name read from an EDID.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "DisplayController.h"
 #include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 
@@ -120,21 +117,7 @@ TEST_F(ControllerFixture, startUpModesAreWhatRestoreGoesBackTo)
 
 namespace {
 
-struct DisplayModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    DefaultsStore store{dirs.defaultsPath()};
-    std::unique_ptr<AppModel> model;
-
-    DisplayModelFixture() { fake.addStandardMonitor(); }
-    AppModel& make()
-    {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}});
-        return *model;
-    }
-};
+using DisplayModelFixture = ModelHarness;
 
 } // namespace
 
@@ -167,7 +150,7 @@ TEST_F(DisplayModelFixture, selectionFallsBackToTheMainThenTheFirstDisplay)
     EXPECT_TRUE(m.modes().isEmpty());
 }
 
-TEST_F(DisplayModelFixture, applyShowsTheSizeAndRecapturesOnlyAfterASwitch)
+TEST_F(DisplayModelFixture, applyAndMonitorChangesRecaptureOnlyWhenTheScreenChanged)
 {
     fake.capture->images.insert(1, QImage(1440, 900, QImage::Format_RGB32));
     AppModel& m = make();
@@ -188,13 +171,24 @@ TEST_F(DisplayModelFixture, applyShowsTheSizeAndRecapturesOnlyAfterASwitch)
     EXPECT_EQ(m.currentWidth(), 1440);
     EXPECT_EQ(m.lastAppliedMode()->id, 10);
     EXPECT_EQ(fake.capture->captures, capturesAfterSwitch);
+
+    // A monitor change recaptures at once but does not reload the display list.
+    fake.displayModes->displays.append(2);
+    fake.screens->announceChange();
+    EXPECT_EQ(fake.capture->captures, capturesAfterSwitch + 1);
+    EXPECT_EQ(m.displays().size(), 1);
 }
 
-TEST_F(DisplayModelFixture, switchingOnReappliesWithoutTouchingTheShownSize)
+TEST_F(DisplayModelFixture, offRestoresEveryDisplayAndOnReappliesTheLastModeToTheSelectedOne)
 {
+    fake.displayModes->displays.append(2);
+    fake.displayModes->modes.insert(2, {mode(20, 1920, 1080, 60)});
+    fake.displayModes->current.insert(2, 20);
     AppModel& m = make();
     m.setEnabled(false);
+    EXPECT_EQ(fake.displayModes->switches, Switches({{1u, 10}, {2u, 20}}));
     fake.displayModes->switches.clear();
+    // While off a choice is only remembered and shown.
     m.apply({11, 1280, 800, 1280, 800, 60.0});
     EXPECT_TRUE(fake.displayModes->switches.isEmpty());
     EXPECT_EQ(m.currentWidth(), 1280);
@@ -202,25 +196,13 @@ TEST_F(DisplayModelFixture, switchingOnReappliesWithoutTouchingTheShownSize)
     m.reloadModes();
     EXPECT_EQ(m.currentWidth(), 1440);
 
+    // Switching on applies it to the display selected now and leaves the shown size alone.
+    m.setSelectedDisplayID(2);
     m.setEnabled(true);
-    EXPECT_EQ(fake.displayModes->switches, Switches({{1u, 11}}));
+    EXPECT_EQ(fake.displayModes->switches, Switches({{2u, 11}}));
     EXPECT_EQ(m.currentWidth(), 1440);
-    // Turning off puts the start-up mode back but keeps the remembered one.
     m.setEnabled(false);
     EXPECT_EQ(m.lastAppliedMode()->id, 11);
-}
-
-TEST_F(DisplayModelFixture, aMonitorChangeDropsCapturesButKeepsTheDisplayList)
-{
-    fake.capture->images.insert(1, QImage(1440, 900, QImage::Format_RGB32));
-    AppModel& m = make();
-    m.setMenuBarCover(MenuBarCover::entire);
-    const int captures = fake.capture->captures;
-    fake.displayModes->displays.append(2);
-
-    fake.screens->announceChange();
-    EXPECT_GT(fake.capture->captures, captures);
-    EXPECT_EQ(m.displays().size(), 1);
 }
 
 TEST(Edid, productNameFromTheMonitorDescriptor)
@@ -230,21 +212,16 @@ TEST(Edid, productNameFromTheMonitorDescriptor)
     // First descriptor: a detailed timing (non-zero pixel clock) that happens to hold 0xFC.
     edid[54] = 0x3a;
     edid[57] = char(0xFC);
-    // Second: serial number text; third: the product name, line-feed ended, space padded.
-    edid.replace(72, 18,
-                 QByteArray("\x00\x00\x00\xff\x00"
-                            "ABC123\n      ",
-                            18));
-    edid.replace(90, 18,
-                 QByteArray("\x00\x00\x00\xfc\x00"
-                            "Studio 27\n   ",
-                            18));
+    // A display descriptor: three zero bytes, its tag, a zero, then 13 bytes of space-padded text.
+    const auto descriptor = [&](int at, char tag, const QByteArray& text) {
+        edid.replace(at, 18, QByteArray(3, '\0') + tag + '\0' + text.leftJustified(13, ' '));
+    };
+    // Second: serial number text; third: the product name, line-feed ended.
+    descriptor(72, char(0xFF), "ABC123\n");
+    descriptor(90, char(0xFC), "Studio 27\n");
     EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("Studio 27"));
     // Thirteen characters fill the descriptor without a line feed.
-    edid.replace(90, 18,
-                 QByteArray("\x00\x00\x00\xfc\x00"
-                            "ABCDEFGHIJKLM",
-                            18));
+    descriptor(90, char(0xFC), "ABCDEFGHIJKLM");
     EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("ABCDEFGHIJKLM"));
 
     QByteArray noName = edid;

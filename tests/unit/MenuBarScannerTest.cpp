@@ -83,29 +83,22 @@ TEST_F(ScannerFixture, convertsToBottomLeftCoordinatesAndKeepsItemsLeftOfThePrim
     EXPECT_EQ(items[1].cocoaRect, QRectF(1000, 878, 30, 22));
 }
 
-TEST_F(ScannerFixture, monitorsHigherOrLowerThanThePrimary)
+TEST_F(ScannerFixture, thePrimaryMonitorDecidesTheTopAndTheWidthLimit)
 {
-    // A monitor arranged lower: its panel windows start at top-left y 50.
+    // A monitor arranged lower: its panel windows start at top-left y 50; one arranged higher:
+    // its panel windows have a negative top-left y.
     addScreen({1440, -50, 1280, 800});
-    // One arranged higher: its panel windows have a negative top-left y.
     addScreen({-1280, 200, 1280, 800});
     fake.windowList->entries << window(1, {1500, 50, 22, 22}) << window(2, {-300, -200, 22, 22});
     EXPECT_EQ(ids(scan()), (QList<quint32>{2}));
-}
 
-TEST_F(ScannerFixture, nothingWithoutAPrimaryMonitor)
-{
-    fake.screens->list[0].frame.moveTo(1, 0);
-    fake.windowList->entries << window(1, {100, 0, 22, 22});
-    EXPECT_TRUE(scan().isEmpty());
-}
-
-TEST_F(ScannerFixture, widthLimitFollowsThePrimaryFrame)
-{
-    // A primary frame of any width: the limit follows it.
-    fake.screens->list[0].frame = QRectF(0, 0, 3000, 900);
-    fake.windowList->entries << window(4, {0, 0, 1440, 24}, u"panel"_qs, 24);
+    // A wider primary frame widens the limit.
+    fake.windowList->entries = {window(4, {0, 0, 1440, 24}, u"panel"_qs, 24)};
+    fake.screens->list[0].frame.setWidth(3000);
     EXPECT_EQ(ids(scan()), (QList<quint32>{4}));
+    // No monitor at the origin: no primary, nothing.
+    fake.screens->list[0].frame.moveTo(1, 0);
+    EXPECT_TRUE(scan().isEmpty());
 }
 
 TEST_F(ScannerFixture, stableOrderByLeftEdgeAndUnknownOwnersNumbered)

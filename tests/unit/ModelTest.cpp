@@ -1,12 +1,7 @@
 // The app model: master switch, desktop choices, launch restore, permissions and the poll,
 // and the desktop-icon switch it drives.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "DesktopIcons.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -16,24 +11,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct ModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
-    std::unique_ptr<AppModel> model;
+using ModelFixture = ModelHarness;
 
-    ModelFixture() { fake.addStandardMonitor(); }
-
-    AppModel& make()
-    {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
-        return *model;
-    }
-};
+qsizetype publishedCount(const QSignalSpy& spy, AppModel::Field field)
+{
+    return std::count_if(spy.begin(), spy.end(), [field](const QList<QVariant>& args) {
+        return args.at(0).value<AppModel::Field>() == field;
+    });
+}
 
 } // namespace
 
@@ -42,25 +27,18 @@ TEST(DesktopIcons, undoesOnlyWhatItHid)
     FakeDesktopIcons backend;
     DesktopIcons icons(backend);
 
+    // Nothing hidden yet, so nothing to undo; hiding twice runs twice; one restore undoes it.
     icons.restore();
-    EXPECT_TRUE(backend.log.isEmpty());
-
     icons.setHidden(true);
     icons.setHidden(true);
-    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "hide", "restart"}));
-    EXPECT_TRUE(icons.didHide());
-
-    backend.log.clear();
     icons.restore();
     icons.restore();
-    EXPECT_EQ(backend.log, QStringList({"show", "restart"}));
-
     // Showing clears the flag, so a later restore has nothing to undo.
-    backend.log.clear();
     icons.setHidden(true);
     icons.setHidden(false);
     icons.restore();
-    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "show", "restart"}));
+    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "hide", "restart", "show", "restart",
+                                        "hide", "restart", "show", "restart"}));
 }
 
 TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
@@ -75,15 +53,16 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
     EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("Clock")}));
     EXPECT_EQ(m.lightWallpaperURL(), mine);
     EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
-    EXPECT_TRUE(m.enabled());
-    EXPECT_EQ(m.selectedDisplayID(), 1u);
-    EXPECT_EQ(m.currentWidth(), 1440);
     EXPECT_EQ(m.wallpaper().lightURL, mine);
-    EXPECT_TRUE(m.canControlWindows());
-    EXPECT_TRUE(m.canCloneBar());
+
+    // A cleared picture is forgotten until the next launch, which offers the default again.
+    m.setLightWallpaperURL(std::nullopt);
+    EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
+    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
+    EXPECT_EQ(make().lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
 }
 
-TEST_F(ModelFixture, masterSwitchSameValueDoesNothing)
+TEST_F(ModelFixture, equalValuesAreIgnoredByTheMasterSwitchAndPublishedByTheRest)
 {
     AppModel& m = make();
     QSignalSpy spy(&m, &AppModel::published);
@@ -91,6 +70,10 @@ TEST_F(ModelFixture, masterSwitchSameValueDoesNothing)
     EXPECT_EQ(spy.count(), 0);
     EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
     EXPECT_TRUE(fake.displayModes->switches.isEmpty());
+    m.setBackground(DesktopBackground::keep);
+    m.setBackground(DesktopBackground::keep);
+    EXPECT_EQ(spy.count(), 2);
+    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
 }
 
 TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
@@ -114,50 +97,21 @@ TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
     EXPECT_TRUE(m.desktopIconsHidden());
 }
 
-TEST_F(ModelFixture, switchingOnAppliesTheLastModeToTheDisplaySelectedNow)
+TEST_F(ModelFixture, restoreReadsNothingWhenOffAndIgnoresWrongCase)
 {
-    fake.displayModes->displays.append(2);
-    fake.displayModes->modes.insert(2, {{20, 1920, 1080, 1920, 1080, 60.0, true}});
-    fake.displayModes->current.insert(2, 20);
-    AppModel& m = make();
-
-    const DisplayMode small{11, 1280, 800, 1280, 800, 60.0};
-    m.apply(small);
-    EXPECT_EQ(fake.displayModes->switches.last(), qMakePair(1u, 11));
-    m.setSelectedDisplayID(2);
-    fake.displayModes->switches.clear();
-
-    m.setEnabled(false);
-    // Every display goes back to its start-up mode.
-    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{1u, 10}, {2u, 20}}));
-    fake.displayModes->switches.clear();
-    m.setEnabled(true);
-    EXPECT_EQ(fake.displayModes->switches, (QList<QPair<quint32, qint32>>{{2u, 11}}));
-}
-
-TEST_F(ModelFixture, applyWhileOffOnlyRemembers)
-{
-    AppModel& m = make();
-    m.setEnabled(false);
-    fake.displayModes->switches.clear();
-    m.apply({11, 1280, 800, 1280, 800, 60.0});
-    EXPECT_TRUE(fake.displayModes->switches.isEmpty());
-    EXPECT_EQ(m.currentWidth(), 1280);
-    EXPECT_EQ(m.currentHeight(), 800);
-    EXPECT_EQ(m.lastAppliedMode()->id, 11);
-}
-
-TEST_F(ModelFixture, restorePreferenceOffReadsNoChoices)
-{
-    store->setString(StoredKeys::background, QStringLiteral("color"));
-    store->setBool(StoredKeys::desktopIconsHidden, true);
-    store->setString(StoredKeys::menuBarCover, QStringLiteral("entire"));
-    AppModel& m = make();
-    m.restoreIfEnabled();
-    EXPECT_EQ(m.background(), DesktopBackground::keep);
-    EXPECT_FALSE(m.desktopIconsHidden());
-    EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep);
-    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+    for (const bool restore : {false, true}) {
+        store->setBool(StoredKeys::restoreOnLaunch, restore);
+        store->setString(StoredKeys::background, restore ? u"Image"_qs : u"color"_qs);
+        store->setString(StoredKeys::menuBarCover, restore ? u"Entire"_qs : u"entire"_qs);
+        store->setBool(StoredKeys::desktopIconsHidden, !restore);
+        AppModel& m = make();
+        m.restoreIfEnabled();
+        EXPECT_EQ(m.background(), DesktopBackground::keep) << restore;
+        EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep) << restore;
+        EXPECT_FALSE(m.desktopIconsHidden());
+        EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+    }
+    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("Entire"));
 }
 
 TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
@@ -181,37 +135,9 @@ TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
     // The stored item selection follows 0.6 s later.
     QSignalSpy spy(&m, &AppModel::published);
     scheduler.advance(599ms);
-    const auto selectionPublished = [&] {
-        return std::count_if(spy.begin(), spy.end(), [](const QList<QVariant>& args) {
-            return args.at(0).value<AppModel::Field>() == AppModel::Field::selectedItemIDs;
-        });
-    };
-    const auto before = selectionPublished();
+    const auto before = publishedCount(spy, AppModel::Field::selectedItemIDs);
     scheduler.advance(1ms);
-    EXPECT_GT(selectionPublished(), before);
-}
-
-TEST_F(ModelFixture, wrongCaseStoredChoicesAreIgnored)
-{
-    store->setBool(StoredKeys::restoreOnLaunch, true);
-    store->setString(StoredKeys::menuBarCover, QStringLiteral("Entire"));
-    store->setString(StoredKeys::background, QStringLiteral("Image"));
-    AppModel& m = make();
-    m.restoreIfEnabled();
-    EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep);
-    EXPECT_EQ(m.background(), DesktopBackground::keep);
-    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("Entire"));
-}
-
-TEST_F(ModelFixture, clearedPictureIsForgottenUntilTheNextLaunch)
-{
-    AppModel& m = make();
-    m.setLightWallpaperURL(std::nullopt);
-    EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
-    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
-    model.reset();
-    AppModel& next = make();
-    EXPECT_EQ(next.lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
+    EXPECT_GT(publishedCount(spy, AppModel::Field::selectedItemIDs), before);
 }
 
 TEST_F(ModelFixture, accessibilityPollRunsOnceAndEndsWithOneRefresh)
@@ -251,10 +177,7 @@ TEST_F(ModelFixture, grantingDuringThePollRefreshesWindowsAndItemsOnce)
     EXPECT_TRUE(m.canNameItems());
     ASSERT_EQ(m.windows().size(), 1);
     EXPECT_EQ(m.windows().first().menuLabel(), QStringLiteral("Editor \u2014 notes.txt"));
-    const auto windowsPublished = std::count_if(spy.begin(), spy.end(), [](const QList<QVariant>& args) {
-        return args.at(0).value<AppModel::Field>() == AppModel::Field::windows;
-    });
-    EXPECT_EQ(windowsPublished, 1);
+    EXPECT_EQ(publishedCount(spy, AppModel::Field::windows), 1);
     scheduler.advance(60s);
     EXPECT_EQ(scheduler.activeCount(), 0);
 }
@@ -270,14 +193,4 @@ TEST_F(ModelFixture, deferredWorkDoesNothingOnceTheModelIsGone)
     model.reset();
     scheduler.advance(60s);
     EXPECT_EQ(scheduler.activeCount(), 0);
-}
-
-TEST_F(ModelFixture, everyAssignmentIsPublishedEvenWhenEqual)
-{
-    AppModel& m = make();
-    QSignalSpy spy(&m, &AppModel::published);
-    m.setBackground(DesktopBackground::keep);
-    m.setBackground(DesktopBackground::keep);
-    EXPECT_EQ(spy.count(), 2);
-    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
 }

@@ -50,16 +50,6 @@ TEST_F(OverlayFixture, everyAssignmentTearsDownAndRebuilds)
     EXPECT_EQ(presenter.shown.size(), 2);
 }
 
-TEST_F(OverlayFixture, screenChangesCallBackOncePerNotification)
-{
-    fake.screens->announceChange(); // no callback installed: nothing happens
-    int calls = 0;
-    overlay.onScreenChange = [&] { ++calls; };
-    fake.screens->announceChange();
-    fake.screens->announceChange();
-    EXPECT_EQ(calls, 2);
-}
-
 TEST_F(OverlayFixture, aReplacedWindowManagerGetsFreshMasks)
 {
     overlay.setMenuBarHidden(true);

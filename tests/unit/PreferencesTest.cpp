@@ -1,10 +1,11 @@
 // Preferences: defaults, stored booleans only, the shell and autostart effects.
-#include "platform/AutostartLoginItems.h"
+#include "Preferences.h"
+
 #include "DefaultsStore.h"
 #include "FakePlatform.h"
-#include "Preferences.h"
 #include "ShellHooks.h"
 #include "TestDirs.h"
+#include "platform/AutostartLoginItems.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
@@ -14,9 +15,15 @@ namespace {
 class RecordingShell final : public ShellHooks {
 public:
     QStringList log;
-    void setTaskbarPresence(bool shown) override { log << (shown ? QStringLiteral("taskbar on") : QStringLiteral("taskbar off")); }
+    void setTaskbarPresence(bool shown) override
+    {
+        log << (shown ? QStringLiteral("taskbar on") : QStringLiteral("taskbar off"));
+    }
     void bringToFront() override { log << QStringLiteral("front"); }
-    void setStatusItemVisible(bool visible) override { log << (visible ? QStringLiteral("tray on") : QStringLiteral("tray off")); }
+    void setStatusItemVisible(bool visible) override
+    {
+        log << (visible ? QStringLiteral("tray on") : QStringLiteral("tray off"));
+    }
 };
 
 QStringList g_messages;
@@ -25,14 +32,17 @@ void collect(QtMsgType, const QMessageLogContext&, const QString& message)
     g_messages << message;
 }
 
-} // namespace
-
-TEST(Preferences, firstLaunchDefaultsAndApply)
-{
+struct PreferencesFixture : ::testing::Test {
     TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
+    DefaultsStore store{dirs.defaultsPath()};
     FakeLoginItems login;
     RecordingShell shell;
+};
+
+} // namespace
+
+TEST_F(PreferencesFixture, firstLaunchDefaultsAndApply)
+{
     Preferences preferences(store, login, &shell);
 
     EXPECT_FALSE(preferences.restoreOnLaunch());
@@ -47,12 +57,8 @@ TEST(Preferences, firstLaunchDefaultsAndApply)
     EXPECT_EQ(store.boolValue(StoredKeys::launchAtLogin), false);
 }
 
-TEST(Preferences, everyAssignmentStoresAndApplies)
+TEST_F(PreferencesFixture, everyAssignmentStoresAndApplies)
 {
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    FakeLoginItems login;
-    RecordingShell shell;
     Preferences preferences(store, login, &shell);
 
     preferences.setShowInDock(false);
@@ -68,11 +74,8 @@ TEST(Preferences, everyAssignmentStoresAndApplies)
     EXPECT_TRUE(again.showInMenuBar());
 }
 
-TEST(Preferences, loginItemIsChangedOnlyWhenTheSystemDiffers)
+TEST_F(PreferencesFixture, loginItemIsChangedOnlyWhenTheSystemDiffers)
 {
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    FakeLoginItems login;
     Preferences preferences(store, login, nullptr);
 
     login.current = LoginItems::Status::enabled;
@@ -88,11 +91,8 @@ TEST(Preferences, loginItemIsChangedOnlyWhenTheSystemDiffers)
     EXPECT_EQ(login.registrations, 1);
 }
 
-TEST(Preferences, failedLoginItemChangeIsLoggedAndKept)
+TEST_F(PreferencesFixture, failedLoginItemChangeIsLoggedAndKept)
 {
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    FakeLoginItems login;
     login.failure = QStringLiteral("read-only file system");
     Preferences preferences(store, login, nullptr);
 
@@ -103,7 +103,8 @@ TEST(Preferences, failedLoginItemChangeIsLoggedAndKept)
 
     EXPECT_TRUE(preferences.launchAtLogin());
     EXPECT_EQ(store.boolValue(StoredKeys::launchAtLogin), true);
-    EXPECT_EQ(g_messages, QStringList({"Quillet: launch-at-login update failed: read-only file system"}));
+    EXPECT_EQ(g_messages,
+              QStringList({"Quillet: launch-at-login update failed: read-only file system"}));
 }
 
 TEST(AutostartLoginItems, entryFileDecidesTheStatus)

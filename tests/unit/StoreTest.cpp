@@ -5,7 +5,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <gtest/gtest.h>
@@ -54,14 +53,15 @@ TEST(DefaultsStore, writesAtomicallyPrivatelyAndReadsBack)
     {
         DefaultsStore store(dirs.defaultsPath());
         store.setBool(StoredKeys::desktopIconsHidden, true);
-        store.setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock"), QStringLiteral("yad 2")});
+        store.setStringList(StoredKeys::hiddenItemLabels,
+                            {QStringLiteral("Clock"), QStringLiteral("yad 2")});
         store.setString(StoredKeys::lightWallpaperURL, QStringLiteral("/tmp/x.png"));
         store.remove(StoredKeys::lightWallpaperURL);
     }
     const QFileInfo info(dirs.defaultsPath());
     ASSERT_TRUE(info.exists());
-    EXPECT_EQ(info.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther | QFileDevice::WriteGroup |
-                                    QFileDevice::WriteOther),
+    EXPECT_EQ(info.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther |
+                                    QFileDevice::WriteGroup | QFileDevice::WriteOther),
               QFileDevice::Permissions());
     const QJsonObject json = QJsonDocument::fromJson(readFile(dirs.defaultsPath())).object();
     EXPECT_EQ(json.value(QStringLiteral("state.desktopIconsHidden")), QJsonValue(true));
@@ -81,7 +81,9 @@ TEST(DefaultsStore, unreadableFileIsMovedAsideNotOverwritten)
         DefaultsStore store(dirs.defaultsPath());
         EXPECT_EQ(store.boolValue(StoredKeys::showInDock), true);
         ASSERT_FALSE(store.movedAsidePath().isEmpty());
-        EXPECT_TRUE(QFileInfo(store.movedAsidePath()).fileName().startsWith(QStringLiteral("defaults.json.corrupt-")));
+        EXPECT_TRUE(QFileInfo(store.movedAsidePath())
+                        .fileName()
+                        .startsWith(QStringLiteral("defaults.json.corrupt-")));
         EXPECT_EQ(readFile(store.movedAsidePath()), broken);
         store.setBool(StoredKeys::showInDock, false);
         EXPECT_EQ(readFile(store.movedAsidePath()), broken);
@@ -117,22 +119,4 @@ TEST(Codecs, colorFromHexReadsLeadingHexDigits)
     EXPECT_EQ(Codecs::colorFromHex(QStringLiteral("#123456789abcdef0123")), (RgbColor{1, 1, 1, 1}));
     // The number sign is dropped only once, at the start.
     EXPECT_EQ(Codecs::colorFromHex(QStringLiteral("##FF0000")), (RgbColor{0, 0, 0, 1}));
-}
-
-TEST(Codecs, picturePathsFallBackWhenTheFileIsGone)
-{
-    TestDirs dirs;
-    DefaultsStore store(dirs.defaultsPath());
-    const QString picture = dirs.root() + QStringLiteral("/mine.png");
-    writeFile(picture, "png");
-
-    Codecs::persistURL(store, picture, StoredKeys::lightWallpaperURL);
-    EXPECT_EQ(store.stringValue(StoredKeys::lightWallpaperURL), picture);
-    EXPECT_EQ(Codecs::loadURL(store, StoredKeys::lightWallpaperURL), picture);
-
-    QFile::remove(picture);
-    EXPECT_EQ(Codecs::loadURL(store, StoredKeys::lightWallpaperURL), std::nullopt);
-
-    Codecs::persistURL(store, std::nullopt, StoredKeys::lightWallpaperURL);
-    EXPECT_EQ(store.stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
 }

@@ -1,15 +1,11 @@
 // Desktop pictures: the record of the user's own pictures, which files count as ours, the
 // solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
-#include "TestDirs.h"
+#include "ModelHarness.h"
 #include "WallpaperController.h"
 #include "platform/AppearanceRule.h"
 #include "platform/x11/XSettings.h"
 
+#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -19,50 +15,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-struct WallpaperFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<WallpaperController> controller;
-
-    WallpaperFixture()
-    {
-        // An Xfce-like desktop: a readable path per monitor, no snapshot.
-        fake.addStandardMonitor();
-        fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
-    }
-
-    WallpaperController& make()
-    {
-        controller = std::make_unique<WallpaperController>(fake, *store);
-        return *controller;
-    }
-    QString userPicture() const { return dirs.root() + QStringLiteral("/home/beach.jpg"); }
-    QString support(const QString& name) const
-    {
-        return dirs.dataHome() + QStringLiteral("/Quillet/") + name;
-    }
-    QString writePicture(const QString& name, const QImage& image) const
-    {
-        const QString path = dirs.root() + u'/' + name;
-        image.save(path);
-        return path;
-    }
-    void addSecondMonitor()
-    {
-        ScreenInfo second;
-        second.displayId = 2;
-        second.outputName = QStringLiteral("HDMI-1");
-        second.frame = QRectF(1440, 0, 1920, 1080);
-        second.visibleFrame = second.frame;
-        fake.screens->list.append(second);
-    }
-    QJsonValue storedRecord() const
-    {
-        return DefaultsStore(dirs.defaultsPath()).rawValue(StoredKeys::originalURLs);
-    }
-};
 
 QImage solid(int w, int h, QColor c)
 {
@@ -78,6 +30,15 @@ bool near(QColor a, QColor b, int tolerance = 6)
            std::abs(a.blue() - b.blue()) <= tolerance;
 }
 
+ScreenInfo screenOf(std::optional<quint32> id, QRectF frame, double scale = 1)
+{
+    ScreenInfo screen;
+    screen.displayId = id;
+    screen.frame = screen.visibleFrame = frame;
+    screen.backingScale = scale;
+    return screen;
+}
+
 WindowListEntry panel(QRectF bounds)
 {
     WindowListEntry entry;
@@ -86,55 +47,98 @@ WindowListEntry panel(QRectF bounds)
     return entry;
 }
 
+struct WallpaperFixture : ModelHarness {
+    std::unique_ptr<WallpaperController> controller;
+
+    // An Xfce-like desktop: a readable path per monitor, no snapshot.
+    WallpaperFixture()
+    {
+        fake.capture->allowed = false;
+        fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
+    }
+
+    WallpaperController& make(DesktopBackground mode = DesktopBackground::keep)
+    {
+        controller = std::make_unique<WallpaperController>(fake, *store);
+        controller->mode = mode;
+        return *controller;
+    }
+    WallpaperController& colorApplied()
+    {
+        make(DesktopBackground::color).apply();
+        return *controller;
+    }
+    QString shown(const QString& output = QStringLiteral("DP-1")) const
+    {
+        return fake.desktopPictures->pictures.value(output);
+    }
+    QString userPicture() const { return dirs.root() + QStringLiteral("/home/beach.jpg"); }
+    QString support(const QString& name) const
+    {
+        return dirs.dataHome() + QStringLiteral("/Quillet/") + name;
+    }
+    QString writePicture(const QString& name, const QImage& image) const
+    {
+        const QString path = dirs.root() + u'/' + name;
+        image.save(path);
+        return path;
+    }
+    void addSecondMonitor()
+    {
+        ScreenInfo second = screenOf(2, QRectF(1440, 0, 1920, 1080));
+        second.outputName = QStringLiteral("HDMI-1");
+        fake.screens->list.append(second);
+    }
+    QJsonValue storedRecord() const
+    {
+        return DefaultsStore(dirs.defaultsPath()).rawValue(StoredKeys::originalURLs);
+    }
+};
+
 } // namespace
 
 TEST(WallpaperOriginals, loadsOnlyReadableRecords)
 {
     TestDirs dirs;
     DefaultsStore store(dirs.defaultsPath());
-    auto load = [&](const QJsonObject& record) {
+    auto load = [&](const QJsonValue& record) {
         store.setValue(StoredKeys::originalURLs, record);
         return WallpaperController::loadOriginals(store);
     };
 
-    // A bad key drops its entry only.
-    EXPECT_EQ(load({{"1", "/p/a.png"}, {"x", "/p/b.png"}}),
-              (QHash<quint32, QString>{{1, "/p/a.png"}}));
     // One value that is not text spoils the whole record.
-    EXPECT_TRUE(load({{"1", "/p/a.png"}, {"2", 5}}).isEmpty());
-    EXPECT_TRUE(load({{"1", "/p/a.png"}, {"2", QJsonArray{"/p/b.png"}}}).isEmpty());
-    // A leading plus is accepted; out-of-range, signed and empty keys are not.
-    EXPECT_EQ(load({{"+7", "/p/a.png"},
-                    {"4294967295", "/p/max.png"},
-                    {"4294967296", "/p/over.png"},
-                    {"-1", "/p/neg.png"},
-                    {"", "/p/empty.png"},
-                    {"+", "/p/plus.png"},
-                    {" 3", "/p/space.png"}}),
-              (QHash<quint32, QString>{{7, "/p/a.png"}, {4294967295u, "/p/max.png"}}));
-    // Files are not checked for existence.
-    EXPECT_EQ(load({{"12", "/nowhere/gone.png"}}).value(12), "/nowhere/gone.png");
+    EXPECT_TRUE(load(QJsonObject{{"1", "/p/a.png"}, {"2", 5}}).isEmpty());
+    EXPECT_TRUE(load(QJsonObject{{"1", "/p/a.png"}, {"2", QJsonArray{"/p/b.png"}}}).isEmpty());
+    // A bad key drops its entry only: a leading plus is accepted; out-of-range, signed and empty
+    // keys are not. Files are not checked for existence.
+    EXPECT_EQ(load(QJsonObject{{"+7", "/p/a.png"},
+                               {"12", "/nowhere/gone.png"},
+                               {"x", "/p/x.png"},
+                               {"4294967295", "/p/max.png"},
+                               {"4294967296", "/p/over.png"},
+                               {"-1", "/p/neg.png"},
+                               {"", "/p/empty.png"},
+                               {"+", "/p/plus.png"},
+                               {" 3", "/p/space.png"}}),
+              (QHash<quint32, QString>{
+                  {7, "/p/a.png"}, {12, "/nowhere/gone.png"}, {4294967295u, "/p/max.png"}}));
 
-    store.setValue(StoredKeys::originalURLs, QJsonValue("/p/a.png"));
-    EXPECT_TRUE(WallpaperController::loadOriginals(store).isEmpty());
+    EXPECT_TRUE(load(QJsonValue("/p/a.png")).isEmpty());
     store.remove(StoredKeys::originalURLs);
     EXPECT_TRUE(WallpaperController::loadOriginals(store).isEmpty());
 }
 
 TEST_F(WallpaperFixture, recordsThePathThenPutsItBackAndForgetsIt)
 {
-    fake.capture->allowed = false;
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
 
     EXPECT_TRUE(c.applied);
     EXPECT_EQ(c.originals, (QHash<quint32, QString>{{1, userPicture()}}));
     EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", userPicture()}}));
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("quillet-color-1.png"));
+    EXPECT_EQ(shown(), support("quillet-color-1.png"));
 
     c.restore();
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    EXPECT_EQ(shown(), userPicture());
     EXPECT_TRUE(c.originals.isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
     EXPECT_FALSE(c.applied);
@@ -145,39 +149,24 @@ TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
     store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
     // The screen still shows what the crashed run set.
     fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
-    WallpaperController& c = make();
-    c.captureOriginalsIfNeeded();
+    WallpaperController& c = colorApplied();
     EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", "/p/mine.png"}}));
-    c.mode = DesktopBackground::color;
-    c.apply();
-    EXPECT_EQ(c.originals.value(1), "/p/mine.png");
     c.restore();
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/mine.png");
+    EXPECT_EQ(shown(), "/p/mine.png");
 }
 
 TEST_F(WallpaperFixture, snapshotIsPreferredWhenCapturePermitted)
 {
     fake.capture->allowed = true;
     fake.desktopPictures->snapshots.insert("DP-1", solid(40, 30, Qt::darkCyan));
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
 
     EXPECT_EQ(c.originals.value(1), support("original-1.png"));
     EXPECT_EQ(QImage(support("original-1.png")).pixelColor(5, 5), QColor(Qt::darkCyan));
-
-    // Without permission the desktop's own path is the original.
-    WallpaperController second(fake, *store);
-    second.restore();
-    fake.desktopPictures->pictures.insert("DP-1", userPicture());
-    fake.capture->allowed = false;
-    second.captureOriginalsIfNeeded();
-    EXPECT_EQ(second.originals.value(1), userPicture());
 }
 
 TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
 {
-    fake.capture->allowed = false;
     const QString light = writePicture("light.png", solid(4, 4, Qt::white));
     const QString link = dirs.root() + QStringLiteral("/home/link-to-light.png");
     ASSERT_TRUE(QFile::link(light, link));
@@ -207,16 +196,11 @@ TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
 
 TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
 {
-    fake.capture->allowed = false;
     store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
     fake.screens->list.clear();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
     EXPECT_TRUE(c.originals.isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
-    EXPECT_TRUE(c.applied);
-
     fake.addStandardMonitor();
     c.apply();
     EXPECT_EQ(c.originals.value(1), userPicture());
@@ -224,14 +208,11 @@ TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
 
 TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
 {
-    fake.capture->allowed = false;
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
-    c.apply();
+    WallpaperController& c = colorApplied();
     c.mode = DesktopBackground::keep;
     c.apply();
     EXPECT_FALSE(c.applied);
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    EXPECT_EQ(shown(), userPicture());
 
     // Covered panel in keep mode: the user's own picture with its strip tinted; where that
     // picture cannot be read, the whole display is the flat colour.
@@ -239,21 +220,20 @@ TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
     c.color = RgbColor{1, 0, 0, 1};
     c.apply();
     EXPECT_TRUE(c.applied);
-    const QImage shown(fake.desktopPictures->pictures.value("DP-1"));
-    ASSERT_FALSE(shown.isNull());
-    EXPECT_TRUE(near(shown.pixelColor(700, 450), Qt::red));
+    const QImage picture(shown());
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_TRUE(near(picture.pixelColor(700, 450), Qt::red));
 }
 
 TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewIsWritten)
 {
     addSecondMonitor();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
+    WallpaperController& c = make(DesktopBackground::color);
     c.color = RgbColor{0.2, 0.4, 0.6, 1};
     c.apply();
     // Outside the tint, every monitor gets the one file rendered for this apply.
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("quillet-color-1.png"));
-    EXPECT_EQ(fake.desktopPictures->pictures.value("HDMI-1"), support("quillet-color-1.png"));
+    EXPECT_EQ(shown(), support("quillet-color-1.png"));
+    EXPECT_EQ(shown("HDMI-1"), support("quillet-color-1.png"));
     EXPECT_EQ(QImage(support("quillet-color-1.png")).pixelColor(255, 255),
               QColor::fromRgbF(0.2f, 0.4f, 0.6f));
     // The support folder is private to the user.
@@ -275,8 +255,7 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
 
 TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
 {
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.darkURL = QStringLiteral("/p/dark.png");
     EXPECT_EQ(c.targetURL(), "/p/dark.png");
     c.lightURL = QStringLiteral("/p/light.png");
@@ -292,37 +271,31 @@ TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
     // Neither picture: nothing is changed, but the originals are captured.
     c.apply();
     EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
-    EXPECT_TRUE(c.applied);
 
     // Once applied, an appearance change re-applies, but only in picture mode.
     c.lightURL = QStringLiteral("/p/light.png");
     c.darkURL = QStringLiteral("/p/dark.png");
     c.apply();
     fake.appearance->set(false);
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/light.png");
+    EXPECT_EQ(shown(), "/p/light.png");
     fake.appearance->set(true);
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), "/p/dark.png");
+    EXPECT_EQ(shown(), "/p/dark.png");
 
     c.mode = DesktopBackground::color;
     c.apply();
     const auto requests = fake.desktopPictures->setRequests.size();
     fake.appearance->set(false);
     EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
-    EXPECT_EQ(c.colorSeq, 1);
 }
 
 TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
 {
     fake.windowList->entries = {panel(QRectF(0, 0, 1512, 24))};
-    ScreenInfo screen;
-    screen.displayId = 9;
-    screen.frame = QRectF(0, 0, 1512, 982);
-    screen.backingScale = 2;
+    ScreenInfo screen = screenOf(9, QRectF(0, 0, 1512, 982), 2);
     // Base picture: a green band over blue; the band is what the strip samples.
     QImage base = solid(1512, 982, Qt::blue);
     QPainter(&base).fillRect(0, 0, 1512, 24, Qt::green);
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.lightURL = writePicture("base.png", base);
 
     const auto path = c.renderTinted(screen, 9);
@@ -349,9 +322,7 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
 
 TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPercent)
 {
-    ScreenInfo screen;
-    screen.displayId = 3;
-    screen.frame = QRectF(0, 0, 300, 300);
+    ScreenInfo screen = screenOf(3, QRectF(0, 0, 300, 300));
     // Three vertical thirds; scaled to fill a square only the middle one shows.
     QImage base(900, 300, QImage::Format_RGB32);
     QPainter painter(&base);
@@ -359,8 +330,7 @@ TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPer
     painter.fillRect(300, 0, 300, 300, Qt::green);
     painter.fillRect(600, 0, 300, 300, Qt::blue);
     painter.end();
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::image;
+    WallpaperController& c = make(DesktopBackground::image);
     c.darkURL = writePicture("wide.png", base);
 
     QImage out(*c.renderTinted(screen, 3));
@@ -387,16 +357,14 @@ TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPer
 TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
 {
     addSecondMonitor();
-    ScreenInfo noId;
+    ScreenInfo noId = screenOf(std::nullopt, QRectF(0, 1080, 800, 600));
     noId.outputName = QStringLiteral("VGA-1");
-    noId.frame = QRectF(0, 1080, 800, 600);
     fake.screens->list.append(noId);
-    WallpaperController& c = make();
-    c.mode = DesktopBackground::color;
+    WallpaperController& c = make(DesktopBackground::color);
     c.barTintActive = true;
     c.apply();
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), support("tinted-1-1.jpg"));
-    EXPECT_EQ(fake.desktopPictures->pictures.value("HDMI-1"), support("tinted-2-2.jpg"));
+    EXPECT_EQ(shown(), support("tinted-1-1.jpg"));
+    EXPECT_EQ(shown("HDMI-1"), support("tinted-2-2.jpg"));
     EXPECT_FALSE(fake.desktopPictures->pictures.contains("VGA-1"));
 
     c.apply();
@@ -485,38 +453,32 @@ namespace {
 QByteArray settingsBlob(bool big)
 {
     QByteArray data;
-    const auto number = [&](quint32 v, int size) {
-        for (int i = 0; i < size; ++i)
-            data.append(char((v >> (8 * (big ? size - 1 - i : i))) & 0xff));
-    };
+    QDataStream out(&data, QIODevice::WriteOnly);
+    out.setByteOrder(big ? QDataStream::BigEndian : QDataStream::LittleEndian);
     const auto padded = [&](const QByteArray& bytes) {
-        data.append(bytes);
+        out.writeRawData(bytes.constData(), int(bytes.size()));
         while (data.size() % 4)
-            data.append('\0');
+            out << quint8(0);
     };
+    // Type, an unused byte, the name's length, the padded name, the last-change serial.
     const auto name = [&](quint8 type, const QByteArray& n) {
-        number(type, 1);
-        number(0, 1);
-        number(quint32(n.size()), 2);
+        out << type << quint8(0) << quint16(n.size());
         padded(n);
-        number(1, 4);
+        out << quint32(1);
     };
-    const auto string = [&](const QByteArray& n, const QByteArray& value) {
-        name(1, n);
-        number(quint32(value.size()), 4);
-        padded(value);
-    };
-    number(big ? 1 : 0, 1);
+    out << quint8(big ? 1 : 0);
     padded({});
-    number(7, 4);
-    number(4, 4);
+    out << quint32(7) << quint32(4);
     name(0, "Net/DoubleClickTime");
-    number(400, 4);
+    out << quint32(400);
     name(2, "Gtk/Color");
-    number(0x11112222, 4);
-    number(0x33334444, 4);
-    string("Gtk/FontName", "Sans 10");
-    string("Net/ThemeName", "Adwaita-dark");
+    out << quint32(0x11112222) << quint32(0x33334444);
+    for (const auto& [n, value] : {std::pair<QByteArray, QByteArray>{"Gtk/FontName", "Sans 10"},
+                                   {"Net/ThemeName", "Adwaita-dark"}}) {
+        name(1, n);
+        out << quint32(value.size());
+        padded(value);
+    }
     return data;
 }
 
@@ -540,25 +502,21 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
 
 TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
 {
-    FakeScheduler scheduler;
-    Preferences preferences(*store, *fake.loginItems, nullptr);
-    AppModel model({fake, *store, scheduler, {dirs.resourceDir()}, &preferences});
-    model.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
-    model.setBackground(DesktopBackground::color);
-    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-1.png"));
+    AppModel& m = ModelHarness::make();
+    m.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
+    m.setBackground(DesktopBackground::color);
+    EXPECT_TRUE(shown().endsWith("/quillet-color-1.png"));
 
     // Switching off puts the user's picture back and forgets the record; on again re-renders.
-    model.setEnabled(false);
-    EXPECT_EQ(fake.desktopPictures->pictures.value("DP-1"), userPicture());
+    m.setEnabled(false);
+    EXPECT_EQ(shown(), userPicture());
     EXPECT_TRUE(storedRecord().isUndefined());
-    model.setEnabled(true);
-    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-2.png"));
+    m.setEnabled(true);
+    EXPECT_TRUE(shown().endsWith("/quillet-color-2.png"));
 
     // Covering the panel shows the tinted picture; uncovering the plain one again.
-    model.setMenuBarCover(MenuBarCover::entire);
-    EXPECT_TRUE(model.wallpaper().barTintActive);
-    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/tinted-1-1.jpg"));
-    model.setMenuBarCover(MenuBarCover::keep);
-    EXPECT_FALSE(model.wallpaper().barTintActive);
-    EXPECT_TRUE(fake.desktopPictures->pictures.value("DP-1").endsWith("/quillet-color-3.png"));
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_TRUE(shown().endsWith("/tinted-1-1.jpg"));
+    m.setMenuBarCover(MenuBarCover::keep);
+    EXPECT_TRUE(shown().endsWith("/quillet-color-3.png"));
 }

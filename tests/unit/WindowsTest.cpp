@@ -1,14 +1,10 @@
 // Other applications' windows: the enumeration filters and grouping, region geometry and the two
 // coordinate systems, clamped resizing, the preset sizes, and the model's selection rules.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakePlatform.h"
-#include "FakeScheduler.h"
-#include "Preferences.h"
+#include "ModelHarness.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
-#include "ui/ContentRules.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -37,13 +33,15 @@ void twoScreens(FakePlatform& fake, quint32 main = 1)
     fake.displayModes->main = main;
 }
 
-ClientWindow client(quint64 handle, qint64 pid, QString app, QString title = {})
+ClientWindow client(quint64 handle, qint64 pid, QString app, QString title = {},
+                    WindowRole role = WindowRole::normal)
 {
     ClientWindow w;
     w.handle = handle;
     w.pid = pid;
     w.app = std::move(app);
     w.title = std::move(title);
+    w.role = role;
     return w;
 }
 
@@ -162,24 +160,16 @@ TEST(WindowList, filtersAndGroupsByApplication)
 {
     FakePlatform fake;
     const qint64 own = QCoreApplication::applicationPid();
-    ClientWindow dialog = client(3, 30, "Files", "Copying");
-    dialog.role = WindowRole::dialog;
-    ClientWindow utility = client(4, 30, "Files", "Tools");
-    utility.role = WindowRole::utility;
-    ClientWindow dock = client(5, 40, "Panel");
-    dock.role = WindowRole::dock;
-    ClientWindow desktop = client(6, 41, "Desktop");
-    desktop.role = WindowRole::desktop;
     ClientWindow agent = client(7, 50, "Agent", "Status");
     agent.skipTaskbar = true;
     ClientWindow minimised = client(8, 30, "Files", "Downloads");
     minimised.minimized = true;
     fake.windowControl->list = {client(1, 30, "Files", "Home"),
                                 client(2, 20, "Editor", "notes.txt"),
-                                dialog,
-                                utility,
-                                dock,
-                                desktop,
+                                client(3, 30, "Files", "Copying", WindowRole::dialog),
+                                client(4, 30, "Files", "Tools", WindowRole::utility),
+                                client(5, 40, "Panel", "", WindowRole::dock),
+                                client(6, 41, "Desktop", "", WindowRole::desktop),
                                 agent,
                                 minimised,
                                 client(9, own, "Quillet", "Quillet"),
@@ -209,44 +199,17 @@ TEST(WindowList, filtersAndGroupsByApplication)
     EXPECT_EQ(fake.windowControl->listings, listings);
 }
 
-TEST(WindowSizes, presetsThatFitTheCurrentMode)
-{
-    // In the presets' own order; an unknown size (0) filters nothing.
-    const QList<QSizeF> all = AppModel::windowSizes();
-    EXPECT_EQ(ContentRules::fittingSizes(1440, 900),
-              QList<QSizeF>({{1280, 800}, {1440, 900}, {1024, 768}, {800, 600}}));
-    EXPECT_EQ(ContentRules::fittingSizes(0, 900), all);
-    EXPECT_EQ(ContentRules::fittingSizes(1440, 0), all);
-    EXPECT_TRUE(ContentRules::fittingSizes(799, 600).isEmpty());
-}
-
 namespace {
 
-struct WindowModelFixture : ::testing::Test {
-    TestDirs dirs;
-    FakePlatform fake;
-    FakeScheduler scheduler;
-    std::unique_ptr<DefaultsStore> store = std::make_unique<DefaultsStore>(dirs.defaultsPath());
-    std::unique_ptr<Preferences> preferences;
-    std::unique_ptr<AppModel> model;
-
+struct WindowModelFixture : ModelHarness {
     WindowModelFixture()
     {
-        fake.addStandardMonitor();
         twoScreens(fake);
         fake.windowControl->list = {client(1, 30, "Files", "Home"),
                                     client(2, 20, "Editor", "a.txt"),
                                     client(3, 20, "Editor", "b.txt")};
         for (quint64 handle : {1, 2, 3})
             fake.windowControl->frames.insert(handle, QRectF(100, 100, 400, 300));
-    }
-
-    AppModel& make()
-    {
-        preferences = std::make_unique<Preferences>(*store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, *store, scheduler, {dirs.resourceDir()}, preferences.get()});
-        return *model;
     }
 };
 
