@@ -8,6 +8,7 @@
 #   qd_wait_for 10 "what" cmd …    # poll a condition
 #   qd_stop_process "$pid" TERM 10 # signal it, wait, exit status in QD_STATUS
 #   qd_check "what" cmd …          # record a failure and go on
+#   qd_wait_eq 10 "what" want cmd… # poll until cmd prints want, then check it
 #   qd_finish                      # exit status of the test
 #
 # Every process started here is stopped by its PID when the test ends, whatever happens.
@@ -52,7 +53,7 @@ qd_start_desktop() {
   eval "$exports"
   QD_DESKTOP_STATE=$QUILLET_DESKTOP_STATE
   unset WAYLAND_DISPLAY SESSION_MANAGER
-  export XDG_SESSION_TYPE=x11
+  export XDG_SESSION_TYPE=x11 QT_QPA_PLATFORM=xcb
 }
 
 qd_stop_desktop() {
@@ -93,8 +94,8 @@ qd_running() { # PID
   [ "${stat%% *}" != Z ]
 }
 
-# Sends SIGNAL to PID (a child started with qd_launch), waits up to TIMEOUT seconds and puts its
-# exit status in QD_STATUS (128+n when a signal ended it). Returns 1 and kills it on timeout.
+# Sends SIGNAL to PID (a child started with qd_launch; 0 only waits), waits up to TIMEOUT seconds
+# and puts its exit status in QD_STATUS (128+n when a signal ended it). Kills it on timeout.
 qd_stop_process() { # PID SIGNAL TIMEOUT
   local pid=$1 signal=$2 timeout=$3 deadline
   deadline=$(($(date +%s%N) + timeout * 1000000000))
@@ -137,13 +138,27 @@ qd_wait_for() { # TIMEOUT DESCRIPTION COMMAND...
   done
 }
 
-# Screenshot of the whole desktop, or of one window with its frame when an id is given.
-qd_screenshot() { # FILE [WINDOW-ID]
-  if [ -n "${2:-}" ]; then
-    import -frame -window "$2" "$1"
-  else
-    import -window root "$1"
-  fi
+qd_screenshot() { import -window root "$1"; }
+
+# Hex colour (RRGGBB) of one pixel of the screen as it is now.
+qd_pixel() { # X Y
+  import -window root -crop "1x1+$1+$2" -depth 8 -format "%[hex:u.p{0,0}]" info: 2>/dev/null | cut -c1-6
+}
+
+# "WxH+X+Y" of a connected output, as xrandr reports it.
+qd_geometry() { # OUTPUT
+  xrandr | sed -n "s/^$1 connected \(primary \)\{0,1\}\([0-9]*x[0-9]*+[0-9]*+[0-9]*\).*/\2/p"
+}
+
+# "NAME ID" of every output, ID being the decimal RandR output id.
+qd_output_ids() {
+  local name line
+  while IFS= read -r line; do
+    case $line in
+      [![:space:]]*) name=${line%% *} ;;
+      *Identifier:*) echo "$name $((${line##*Identifier: }))" ;;
+    esac
+  done < <(xrandr --verbose)
 }
 
 # Id of the first visible window whose title matches REGEX (for example '^Quillet$').
@@ -156,7 +171,7 @@ qd_xfconf_get() { # CHANNEL PROPERTY
   xfconf-query -c "$1" -p "$2" 2>/dev/null || true
 }
 
-# X probe: owner SELECTION | wm | windows [--type T] | tray-icons | name-windows REGEX
+# X probe: owner SELECTION | wm | windows [--type T] | tray-icons
 qd_xprobe() {
   "$QD_PYTHON" "$QD_SUPPORT/xprobe.py" "$@"
 }
@@ -200,7 +215,42 @@ qd_check_eq() { # DESCRIPTION EXPECTED ACTUAL
   fi
 }
 
+# Polls until COMMAND prints EXPECTED (up to TIMEOUT seconds), then checks what it prints.
+qd_wait_eq() { # TIMEOUT DESCRIPTION EXPECTED COMMAND...
+  local timeout=$1 what=$2 want=$3
+  shift 3
+  qd_wait_for "$timeout" "$what" _qd_prints "$want" "$@"
+  qd_check_eq "$what" "$want" "$("$@" 2>/dev/null)"
+}
+_qd_prints() { [ "$("${@:2}" 2>/dev/null)" = "$1" ]; }
+
 qd_section() { qd_log "=== $*"; }
+
+# --- the program under test (QD_QUILLET names it) -----------------------------------------
+
+qd_write_defaults() { # JSON-TEXT
+  mkdir -p "$XDG_CONFIG_HOME/Quillet"
+  printf '%s' "$1" >"$XDG_CONFIG_HOME/Quillet/defaults.json"
+}
+qd_stored() { # KEY -> its stored value as JSON ("null" when absent)
+  "$QD_PYTHON" -c 'import json,sys; print(json.dumps(json.load(open(sys.argv[1])).get(sys.argv[2]), sort_keys=True))' \
+    "$XDG_CONFIG_HOME/Quillet/defaults.json" "$1"
+}
+# Starts the program as quillet_pid, its output in $QD_TMP/LOG-NAME.log.
+qd_launch_quillet() { # LOG-NAME [NAME=VALUE...]
+  qd_launch quillet_pid "$QD_TMP/$1.log" env "${@:2}" "$QD_QUILLET"
+}
+qd_main_window() { qd_window_by_name '^Quillet$' | grep .; }
+# Stops PID (the program by default) with SIGNAL (0: it is quitting by itself) and checks that
+# it exits with status 0 within 15 s.
+qd_stop_checked() { # [SIGNAL [PID]]
+  local signal=${1:-TERM} pid=${2:-$quillet_pid}
+  if qd_stop_process "$pid" "$signal" 15; then
+    qd_check_eq "pid $pid exits with status 0 (signal $signal)" 0 "$QD_STATUS"
+  else
+    qd_fail "pid $pid did not exit within 15 s (signal $signal)"
+  fi
+}
 
 qd_cleanup() {
   local status=$? pid
