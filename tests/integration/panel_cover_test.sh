@@ -17,7 +17,6 @@ driver=${QUILLET_COVER_DRIVER:?QUILLET_COVER_DRIVER must name quillet_cover_driv
 }
 
 qd_init panel_cover
-export QT_QPA_PLATFORM=xcb
 
 # --- the driver ------------------------------------------------------------------------------
 seq=0
@@ -40,20 +39,22 @@ drive() {
   qd_wait_for 30 "driver command '$*'" grep -q "^done $seq\$" "$log" || return 1
   # The log also holds the driver's warnings: keep the answer lines.
   reply=$(tail -n "+$((before + 1))" "$log" | grep -E '^(item|mask|error) ')
-  if grep -q '^error' <<<"$reply"; then
-    qd_log "driver: $(grep '^error' <<<"$reply")"
-  fi
+  grep '^error' <<<"$reply" >&2
   return 0
+}
+# Covers MODE, waits until the masks are painted and puts the mask lines in $masks.
+cover() { # MODE
+  drive cover "$1"
+  drive settle
+  drive masks
+  masks=$reply
 }
 stop_driver() {
   drive quit || true
   qd_stop_process "$driver_pid" TERM 10 || true
 }
 
-field() { # NAME LINE
-  sed -n "s/.*\b$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
-}
-item_line() { grep " label=$1\$" <<<"$items"; }
+field() { qd_field "$@"; }
 
 # --- pictures --------------------------------------------------------------------------------
 shot_no=0
@@ -81,42 +82,34 @@ off_row() { # FILE GEOMETRY
     compare -metric AE "$QD_TMP/c.png" "$QD_TMP/d.png" null: 2>&1 | cut -d' ' -f1
 }
 
-# =============================================================================================
 qd_section "one monitor: hide the middle tray icon"
 qd_start_desktop
 start_driver
 labels="YAD 1|YAD 2|Quillet test status item|Clock"
-got_labels() { drive items && [ "$(sed -n 's/.* label=//p' <<<"$reply" | paste -sd '|')" = "$labels" ]; }
-qd_wait_for 20 "three tray items and the clock" got_labels || true
+labels_of() { sed -n 's/.* label=//p' <<<"$1" | paste -sd '|'; }
+# drive runs in this shell (not in a command substitution), so that its sequence numbers count up.
+got_labels() { drive items && [ "$(labels_of "$reply")" = "$labels" ]; }
+qd_wait_for 20 "three tray items and the clock" got_labels
 items=$reply
-qd_log "items:"$'\n'"$items"
-qd_check_eq "tray items, then the clock" "$labels" "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')"
+qd_check_eq "tray items, then the clock" "$labels" "$(labels_of "$items")"
 panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
 root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
 [ -n "$root_w" ] || root_w=1920
 shoot bare
 
-one=$(item_line "YAD 1") two=$(item_line "YAD 2") sni=$(item_line "Quillet test status item")
-clock=$(item_line Clock)
-x1=$(field x "$one") w1=$(field w "$one")
-x2=$(field x "$two") w2=$(field w "$two")
-x3=$(field x "$sni") w3=$(field w "$sni")
-x4=$(field x "$clock") w4=$(field w "$clock")
+# x and width of YAD 1, YAD 2, the status item and the clock, in this order.
+read -r x1 w1 x2 w2 x3 w3 x4 w4 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
 qd_check_eq "the clock is the rightmost item and ends at the screen's right edge" "$root_w" "$((x4 + w4))"
 # The spacing is the middle one of the three gaps.
 spacing=$(printf '%s\n' $((x2 - x1 - w1)) $((x3 - x2 - w2)) $((x4 - x3 - w3)) | sort -n | sed -n 2p)
 new_x3=$((x4 - spacing - w3))
 new_x1=$((new_x3 - spacing - w1))
 tile_x=$((x1 - 8))
-qd_log "spacing $spacing; YAD 1 moves from $x1 to $new_x1, the status item from $x3 to $new_x3"
 
 drive cover items
 drive settle
 drive toggle YAD 2
-drive settle
-drive masks
-masks=$reply
-qd_log "masks: $masks"
+cover items
 qd_check_eq "one mask window" 1 "$(grep -c '^mask' <<<"$masks")"
 qd_check_eq "the mask runs from 8 pixels left of the first icon to the right edge" \
   "$tile_x 0 $((root_w - tile_x))" \
@@ -151,10 +144,7 @@ activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
 qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
 
 qd_section "the whole panel"
-drive cover entire
-drive settle
-drive masks
-masks=$reply
+cover entire
 qd_check_eq "one mask over the whole panel" "0 0 $root_w" \
   "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
 shoot entire
@@ -181,18 +171,13 @@ stop_driver
 qd_stop_process "$wm_pid" TERM 10 || true
 qd_stop_desktop
 
-# =============================================================================================
 qd_section "two monitors: one mask each"
 if [ "$(id -u)" != 0 ]; then
   qd_log "skipped: two monitors need the dummy X driver, which runs as root"
 else
   qd_start_desktop --monitors 2
   start_driver
-  drive cover entire
-  drive settle
-  drive masks
-  masks=$reply
-  qd_log "masks:"$'\n'"$masks"
+  cover entire
   qd_check_eq "two mask windows" 2 "$(grep -c '^mask' <<<"$masks")"
   # The second monitor, as xrandr lists it: "1: +NAME W/…xH/…+X+Y NAME".
   second=$(xrandr --listmonitors | sed -n 's/^ *1: [^ ]* \([0-9]*\)\/[0-9]*x\([0-9]*\)\/[0-9]*+\([0-9]*\)+\([0-9]*\).*/\1 \2 \3 \4/p')

@@ -5,7 +5,6 @@
 //   items                 the tray items: "item id=<id> x= y= w= h= label=<label>" (root pixels)
 //   cover keep|entire|items
 //   toggle LABEL          hide or show the item with this label
-//   enabled 0|1           the master switch
 //   settle                wait until no recapture is pending and every mask window is exposed
 //   masks                 "mask win=0x<id> x= y= w= h= picture=0|1" per mask window
 //   quit
@@ -118,8 +117,6 @@ private:
             }
             if (!found)
                 out << "error no item " << argument << Qt::endl;
-        } else if (command == QLatin1String("enabled")) {
-            m_model.setEnabled(argument == QLatin1String("1"));
         } else if (command == QLatin1String("settle")) {
             // Later commands wait until the masks are up and painted.
             m_busy = true;

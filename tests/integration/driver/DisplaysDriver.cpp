@@ -1,7 +1,7 @@
 // Drives the display operations of the real model on the real X platform for the displays
 // integration test. Commands are lines appended to a file, "<tag> <command> [argument]":
 //   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | enable 0|1 |
-//   restore | restoreAll | changes | quit
+//   restore | changes | quit
 // Every answer line starts with the tag; "<tag> done" ends each answer. The model is built once
 // at start-up, so the modes restored are the ones the displays had then.
 #include "AppModel.h"
@@ -106,8 +106,6 @@ int main(int argc, char** argv)
             model.setEnabled(argument == QLatin1String("1"));
         } else if (command == QLatin1String("restore")) {
             model.restoreSelectedDisplay();
-        } else if (command == QLatin1String("restoreAll")) {
-            model.display().restoreAll();
         } else if (command == QLatin1String("changes")) {
             say(QStringLiteral("changes %1").arg(changes));
         } else if (command == QLatin1String("quit")) {

@@ -166,6 +166,19 @@ qd_window_by_name() { # REGEX
   xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1
 }
 
+# The outer frame "x y w h" of a client window: its root position and size plus the decorations.
+qd_outer_frame() { # WINDOW-ID
+  local info extents
+  info=$(xwininfo -id "$1" 2>/dev/null) || return 1
+  extents=$(xprop -id "$1" _NET_FRAME_EXTENTS | sed -n 's/.*= //p' | tr -d ,)
+  [ -n "$extents" ] || extents="0 0 0 0"
+  awk -v e="$extents" '
+    BEGIN {split(e, x, " ")}
+    /Absolute upper-left X/ {ax = $4} /Absolute upper-left Y/ {ay = $4}
+    /^  Width:/ {w = $2} /^  Height:/ {h = $2}
+    END {print ax - x[1], ay - x[3], w + x[1] + x[2], h + x[3] + x[4]}' <<<"$info"
+}
+
 # Value of an xfconf property of the test desktop; prints nothing when it does not exist.
 qd_xfconf_get() { # CHANNEL PROPERTY
   xfconf-query -c "$1" -p "$2" 2>/dev/null || true
@@ -174,6 +187,11 @@ qd_xfconf_get() { # CHANNEL PROPERTY
 # X probe: owner SELECTION | wm | windows [--type T] | tray-icons
 qd_xprobe() {
   "$QD_PYTHON" "$QD_SUPPORT/xprobe.py" "$@"
+}
+
+# Value of NAME in a line of NAME=VALUE words.
+qd_field() { # NAME LINE
+  sed -n "s/.*\b$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
 }
 
 # PID that owns the (first) desktop window, or nothing.
