@@ -52,14 +52,7 @@ row=$("${atspi[@]}" names "$quillet_pid" "check box" | grep -m1 ' — Target$' |
 qd_check "the target window is in the window list" test -n "$row"
 press "$row"
 press "Left half"
-# x and width of the frame's outer rectangle: the client's position less the frame extents.
-outer_x_w() {
-  local x w l r
-  x=$(xwininfo -id "$target" | sed -n 's/^  Absolute upper-left X: *//p')
-  w=$(xwininfo -id "$target" | sed -n 's/^  Width: *//p')
-  IFS=', ' read -r l r _ <<<"$(xprop -id "$target" _NET_FRAME_EXTENTS | sed -n 's/.*= //p')"
-  echo "$((x - ${l:-0})) $((w + ${l:-0} + ${r:-0}))"
-}
+outer_x_w() { qd_outer_frame "$target" | cut -d' ' -f1,3; }
 qd_wait_eq 10 "the target's frame is the left half" "0 $((${start_geometry%%x*} / 2))" outer_x_w
 
 qd_section "choose a solid desktop colour"
