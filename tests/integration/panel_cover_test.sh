@@ -55,6 +55,8 @@ stop_driver() {
 }
 
 field() { qd_field "$@"; }
+# "x y w h" of an item or mask line.
+rect() { echo "$(field x "$1") $(field y "$1") $(field w "$1") $(field h "$1")"; }
 
 # --- pictures --------------------------------------------------------------------------------
 shot_no=0
@@ -94,7 +96,6 @@ items=$reply
 qd_check_eq "tray items, then the clock" "$labels" "$(labels_of "$items")"
 panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
 root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
-[ -n "$root_w" ] || root_w=1920
 shoot bare
 
 # x and width of YAD 1, YAD 2, the status item and the clock, in this order.
@@ -110,14 +111,11 @@ drive cover items
 drive settle
 drive toggle YAD 2
 cover items
-qd_check_eq "one mask window" 1 "$(grep -c '^mask' <<<"$masks")"
-qd_check_eq "the mask runs from 8 pixels left of the first icon to the right edge" \
-  "$tile_x 0 $((root_w - tile_x))" \
-  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
-qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -ge "$panel_h"
-qd_check_eq "the mask shows a picture" 1 "$(field picture "$masks")"
-shoot hidden
 h=$panel_h
+qd_check_eq "one mask with a picture, from 8 pixels left of the first icon to the right edge" \
+  "1 $tile_x 0 $((root_w - tile_x)) picture=1" "$(grep -c '^mask' <<<"$masks") $(rect "$masks" | cut -d' ' -f1-3) picture=$(field picture "$masks")"
+qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -ge "$h"
+shoot hidden
 # The clock's text may change between the two pictures; it must not become bare background.
 qd_check "the clock still shows over the mask" test "$(off_row "$hidden" "${w4}x$h+$x4+0")" -gt 0
 qd_check "the clock showed before" test "$(off_row "$bare" "${w4}x$h+$x4+0")" -gt 0
@@ -133,8 +131,7 @@ qd_check_eq "nothing between YAD 1 and the status item but panel background" 0 \
 qd_section "clicks pass through the mask"
 sni_log=$QD_DESKTOP_STATE/log/tray_sni.log
 before=$(grep -c '^activated' "$sni_log" 2>/dev/null)
-cx=$((x3 + w3 / 2)) cy=$((h / 2))
-xdotool mousemove "$cx" "$cy"
+xdotool mousemove $((x3 + w3 / 2)) $((h / 2))
 sleep 0.3
 under=$(xdotool getmouselocation --shell | sed -n 's/^WINDOW=//p')
 qd_check "the pointer is over the panel, not over the mask" \
@@ -145,8 +142,7 @@ qd_check "a click on the masked status item activates it" qd_wait_for 5 "activat
 
 qd_section "the whole panel"
 cover entire
-qd_check_eq "one mask over the whole panel" "0 0 $root_w" \
-  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
+qd_check_eq "one mask over the whole panel" "0 0 $root_w" "$(rect "$masks" | cut -d' ' -f1-3)"
 shoot entire
 qd_check_eq "every row of the panel strip is one colour" 0 "$(off_row "$entire" "${root_w}x$h+0+0")"
 qd_check "the bare panel was not" test "$(off_row "$bare" "${root_w}x$h+0+0")" -gt 0
@@ -184,7 +180,7 @@ else
   read -r sw _ sx sy <<<"$second"
   mask2=$(grep '^mask' <<<"$masks" | grep " x=$sx " | head -n 1)
   qd_check_eq "the second monitor's mask spans its top with the 24-pixel fallback height" \
-    "$sx $sy $sw 24" "$(field x "$mask2") $(field y "$mask2") $(field w "$mask2") $(field h "$mask2")"
+    "$sx $sy $sw 24" "$(rect "$mask2")"
   shoot two
   qd_check_eq "every row of the second monitor's top strip is one colour" 0 \
     "$(off_row "$two" "${sw}x24+$sx+$sy")"
