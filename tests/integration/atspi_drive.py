@@ -21,11 +21,9 @@ PRESS_ACTIONS = ("press", "Press", "click", "activate", "toggle", "Toggle")
 def application(pid):
     desktop = pyatspi.Registry.getDesktop(0)
     for index in range(desktop.childCount):
-        app = desktop.getChildAtIndex(index)
-        if app is None:
-            continue
         try:
-            if app.get_process_id() == pid:
+            app = desktop.getChildAtIndex(index)
+            if app is not None and app.get_process_id() == pid:
                 return app
         except Exception:  # an application that went away while listing
             continue

@@ -13,35 +13,13 @@ driver=${2:?usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 
 qd_init displays
 
-# --- the driver: commands appended to a file, answers tagged in its log --------------------
 drv_start() { # NAME [NAME=VALUE...]
-  drv_cmds=$QD_TMP/$1.cmds
-  drv_log=$QD_TMP/$1.log
-  shift
-  : >"$drv_cmds"
-  qd_launch drv_pid "$drv_log" env "$@" "$driver" "$drv_cmds"
-  qd_wait_for 15 "the displays driver" grep -qx ready "$drv_log"
-}
-# Runs COMMAND in the driver and prints its answer lines without the tag. The tag is the
-# command's line number, so calls in subshells stay apart.
-drv() { # COMMAND [ARGUMENT]
-  local drv_tag
-  drv_tag=$(($(wc -l <"$drv_cmds") + 1))
-  echo "$drv_tag $*" >>"$drv_cmds"
-  if ! qd_wait_for 15 "driver command '$*'" grep -qx "$drv_tag done" "$drv_log"; then
-    qd_fail "the driver did not answer '$*'"
-    return 1
-  fi
-  sed -n "s/^$drv_tag //p" "$drv_log" | grep -vx done
-}
-drv_quit() {
-  drv quit >/dev/null
-  qd_stop_checked 0 "$drv_pid"
+  qd_driver_start "$1" env "${@:2}" "$driver"
 }
 # Prints what the driver answers to COMMAND once it matches the extended REGEX (up to 5 s).
 drv_until() { # REGEX COMMAND
-  qd_wait_for 5 "'$2' to match $1" eval "drv $2 | paste -sd ';' | grep -Eqx '$1'"
-  drv "$2"
+  qd_wait_for 5 "'$2' to match $1" eval "qd_drive $2 | paste -sd ';' | grep -Eqx '$1'"
+  qd_drive "$2"
 }
 
 monitors() { echo "$(qd_geometry DUMMY0) $(qd_geometry DUMMY1)"; }
@@ -67,77 +45,75 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   # The right monitor names itself in its EDID; the left one has none and goes by its output.
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "Studio 27"
   drv_start two
-  two_pid=$drv_pid
+  two_pid=$QD_DRIVER_PID
   qd_check_eq "displays: both outputs by XID, the primary one main, EDID name else output" \
     "display $left main=1 name=DUMMY0;display $right main=0 name=Studio 27;selected $left;" \
-    "$(drv displays | tr '\n' ';')"
+    "$(qd_drive displays | tr '\n' ';')"
   strut=$(top_strut)
   qd_check_eq "screens: frames in bottom-left points, the panel's strut cut from the left one only" \
     "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1 name=DUMMY0;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1 name=Studio 27;" \
-    "$(drv screens | tr '\n' ';')"
+    "$(qd_drive screens | tr '\n' ';')"
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$left" "Left Panel"
   qd_check "a monitor's new EDID is read again" \
     grep -q "^screen $left DUMMY0 .*name=Left Panel$" <<<"$(drv_until ".*name=Left Panel;.*" screens)"
-  modes=$(drv modes)
+  modes=$(qd_drive modes)
   qd_check_eq "modes: largest first, one per size" "mode 3840x2160" "$(echo "$modes" | head -n 1 | cut -d' ' -f1,2)"
   qd_check_eq "modes: no size twice" "" "$(echo "$modes" | cut -d' ' -f2 | sort | uniq -d)"
   qd_check "modes: 1280x720 offered" grep -q '^mode 1280x720 ' <<<"$modes"
 
   qd_section "two monitors: a monitor switched off and on again"
-  changes=$(drv changes)
+  changes=$(qd_drive changes)
   xrandr --output DUMMY1 --off
   qd_check_eq "the screen list follows at once" "screen $left" "$(drv_until "[^;]+" screens | cut -d' ' -f1,2)"
-  qd_check "the removal was reported" [ "$(drv changes)" != "$changes" ]
+  qd_check "the removal was reported" [ "$(qd_drive changes)" != "$changes" ]
   xrandr --output DUMMY1 --mode 1920x1080 --pos 1920x0
   qd_check_eq "the monitor is back" "$start_right" "$(qd_geometry DUMMY1)"
   qd_check_eq "both screens listed again" 2 "$(drv_until "[^;]+;[^;]+" screens | wc -l)"
   # The model's display list is read once, at start-up.
-  qd_check_eq "the display list is kept" 2 "$(drv displays | grep -c '^display ')"
+  qd_check_eq "the display list is kept" 2 "$(qd_drive displays | grep -c '^display ')"
 
   qd_section "two monitors at device pixel ratio 2: frames in Qt's logical coordinates"
   drv_start scaled QT_SCALE_FACTOR=2
   qd_check_eq "frames where Qt places windows, the strut halved" \
     "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
-    "$(drv screens | cut -d' ' -f1-6 | tr '\n' ';')"
+    "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"
   qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
-    "$(drv qtscreens | tr '\n' ';')"
-  drv_quit
-  drv_cmds=$QD_TMP/two.cmds
-  drv_log=$QD_TMP/two.log
-  drv_pid=$two_pid
+    "$(qd_drive qtscreens | tr '\n' ';')"
+  qd_driver_quit
+  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
 
   qd_section "two monitors: switching one keeps the other in place"
   start="$start_left $start_right"
-  drv apply 1280x720 >/dev/null
+  qd_drive apply 1280x720 >/dev/null
   qd_check_eq "the left monitor switched, the right one kept its mode and place" \
     "1280x720+0+0 $start_right" "$(monitors)"
-  qd_check_eq "the model shows the new size" "current 1280x720" "$(drv current)"
+  qd_check_eq "the model shows the new size" "current 1280x720" "$(qd_drive current)"
   qd_check "the monitor change was reported to the program" [ "$(drv_until "changes [1-9][0-9]*" changes)" != "changes 0" ]
   qd_check_eq "frames follow the switch" \
-    "screen $left DUMMY0 frame=0,0,1280x720" "$(drv screens | head -n 1 | cut -d' ' -f1-4)"
+    "screen $left DUMMY0 frame=0,0,1280x720" "$(qd_drive screens | head -n 1 | cut -d' ' -f1-4)"
 
-  drv select "$right" >/dev/null
-  drv apply 1024x768 >/dev/null
+  qd_drive select "$right" >/dev/null
+  qd_drive apply 1024x768 >/dev/null
   qd_check_eq "the right monitor switched in place, the left one kept its mode, the screen shrank" \
     "1280x720+0+0 1024x768+1920+0 2944x768" "$(monitors) $(screen_size)"
-  drv restore >/dev/null
+  qd_drive restore >/dev/null
   qd_check_eq "reset puts the selected monitor back and leaves the other alone" \
     "1280x720+0+0 $start_right" "$(monitors)"
-  qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(drv current)"
+  qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(qd_drive current)"
 
   qd_section "two monitors: master switch and quitting"
-  drv apply 1600x900 >/dev/null
-  drv enable 0 >/dev/null
+  qd_drive apply 1600x900 >/dev/null
+  qd_drive enable 0 >/dev/null
   qd_check_eq "switching off restores both monitors" "$start" "$(monitors)"
-  drv apply 1280x1024 >/dev/null
+  qd_drive apply 1280x1024 >/dev/null
   qd_check_eq "applying while off changes nothing" "$start" "$(monitors)"
-  qd_check_eq "applying while off shows the chosen size" "current 1280x1024" "$(drv current)"
-  drv enable 1 >/dev/null
+  qd_check_eq "applying while off shows the chosen size" "current 1280x1024" "$(qd_drive current)"
+  qd_drive enable 1 >/dev/null
   qd_check_eq "switching on applies the remembered mode" "1280x1024+1920+0" "$(qd_geometry DUMMY1)"
-  drv select "$left" >/dev/null
-  drv apply 800x600 >/dev/null
+  qd_drive select "$left" >/dev/null
+  qd_drive apply 800x600 >/dev/null
   qd_check_eq "the left monitor switched again" "800x600+0+0" "$(qd_geometry DUMMY0)"
-  drv_quit
+  qd_driver_quit
   qd_check_eq "quitting restores both monitors and the screen size" "$start $start_screen" \
     "$(monitors) $(screen_size)"
   qd_check_eq "nothing was written to the desktop's display settings" "$start_settings" \
@@ -163,11 +139,11 @@ qd_new_home
 output=$(xrandr | sed -n 's/^\([^ ]*\) connected.*/\1/p' | head -n 1)
 start=$(qd_geometry "$output")
 drv_start one
-modes=$(drv modes)
+modes=$(qd_drive modes)
 qd_check "the added modes are offered" grep -q '^mode 1280x720 ' <<<"$modes"
-drv apply 1280x720 >/dev/null
+qd_drive apply 1280x720 >/dev/null
 qd_check_eq "Xvfb switched" "1280x720+0+0" "$(qd_geometry "$output")"
-drv_quit
+qd_driver_quit
 qd_check_eq "quitting restores the start-up mode" "$start" "$(qd_geometry "$output")"
 qd_stop_desktop
 

@@ -18,40 +18,11 @@ driver=${QUILLET_COVER_DRIVER:?QUILLET_COVER_DRIVER must name quillet_cover_driv
 
 qd_init panel_cover
 
-# --- the driver ------------------------------------------------------------------------------
-seq=0
-start_driver() {
-  qd_new_home
-  fifo=$QD_TMP/commands-$RANDOM
-  mkfifo "$fifo"
-  log=$QD_TMP/driver-$RANDOM.log
-  : >"$log"
-  qd_launch driver_pid "$log" "$driver" "$fifo"
-  qd_wait_for 20 "the cover driver" grep -q '^ready' "$log"
-}
-# Sends one command and waits for its end; its output lines are in $reply.
-drive() {
-  seq=$((seq + 1))
-  local before
-  before=$(wc -l <"$log")
-  echo "$seq $*" >"$fifo"
-  reply=""
-  qd_wait_for 30 "driver command '$*'" grep -q "^done $seq\$" "$log" || return 1
-  # The log also holds the driver's warnings: keep the answer lines.
-  reply=$(tail -n "+$((before + 1))" "$log" | grep -E '^(item|mask|error) ')
-  grep '^error' <<<"$reply" >&2
-  return 0
-}
 # Covers MODE, waits until the masks are painted and puts the mask lines in $masks.
 cover() { # MODE
-  drive cover "$1"
-  drive settle
-  drive masks
-  masks=$reply
-}
-stop_driver() {
-  drive quit || true
-  qd_stop_process "$driver_pid" TERM 10 || true
+  qd_drive cover "$1"
+  qd_drive settle
+  masks=$(qd_drive masks)
 }
 
 field() { qd_field "$@"; }
@@ -86,13 +57,12 @@ off_row() { # FILE GEOMETRY
 
 qd_section "one monitor: hide the middle tray icon"
 qd_start_desktop
-start_driver
+qd_new_home
+qd_driver_start cover "$driver"
 labels="YAD 1|YAD 2|Quillet test status item|Clock"
 labels_of() { sed -n 's/.* label=//p' <<<"$1" | paste -sd '|'; }
-# drive runs in this shell (not in a command substitution), so that its sequence numbers count up.
-got_labels() { drive items && [ "$(labels_of "$reply")" = "$labels" ]; }
+got_labels() { items=$(qd_drive items) && [ "$(labels_of "$items")" = "$labels" ]; }
 qd_wait_for 20 "three tray items and the clock" got_labels
-items=$reply
 qd_check_eq "tray items, then the clock" "$labels" "$(labels_of "$items")"
 panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
 root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
@@ -107,9 +77,9 @@ new_x3=$((x4 - spacing - w3))
 new_x1=$((new_x3 - spacing - w1))
 tile_x=$((x1 - 8))
 
-drive cover items
-drive settle
-drive toggle YAD 2
+qd_drive cover items
+qd_drive settle
+qd_drive toggle YAD 2
 cover items
 h=$panel_h
 qd_check_eq "one mask with a picture, from 8 pixels left of the first icon to the right edge" \
@@ -156,14 +126,14 @@ new_owner() { local o; o=$(qd_xprobe owner WM_S0) && [ "$o" != "$old_wm" ]; }
 composited() { qd_xprobe owner _NET_WM_CM_S0 >/dev/null; }
 qd_check "the new window manager took over" qd_wait_for 15 "a new WM_S0 owner" new_owner
 qd_wait_for 15 "the compositor" composited || qd_log "no compositing manager appeared"
-new_mask() { drive masks && [ -n "$(field win "$reply")" ] && [ "$(field win "$reply")" != "$old_mask" ]; }
+new_mask() { [[ "$(qd_drive masks | head -n 1)" =~ win=(0x[0-9a-f]+) ]] && [ "${BASH_REMATCH[1]}" != "$old_mask" ]; }
 qd_check "the mask window was made again" qd_wait_for 10 "a new mask window" new_mask
-drive settle
+qd_drive settle
 sleep 1
 shoot replaced
 qd_check_eq "the panel strip is still covered" 0 "$(off_row "$replaced" "${root_w}x$h+0+0")"
 
-stop_driver
+qd_driver_quit
 qd_stop_process "$wm_pid" TERM 10 || true
 qd_stop_desktop
 
@@ -172,7 +142,8 @@ if [ "$(id -u)" != 0 ]; then
   qd_log "skipped: two monitors need the dummy X driver, which runs as root"
 else
   qd_start_desktop --monitors 2
-  start_driver
+  qd_new_home
+  qd_driver_start cover-two "$driver"
   cover entire
   qd_check_eq "two mask windows" 2 "$(grep -c '^mask' <<<"$masks")"
   # The second monitor, as xrandr lists it: "1: +NAME W/…xH/…+X+Y NAME".
@@ -184,7 +155,7 @@ else
   shoot two
   qd_check_eq "every row of the second monitor's top strip is one colour" 0 \
     "$(off_row "$two" "${sw}x24+$sx+$sy")"
-  stop_driver
+  qd_driver_quit
 fi
 
 qd_finish

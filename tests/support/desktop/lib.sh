@@ -1,17 +1,6 @@
-# Helpers for integration tests on the virtual desktop. Source it from a bash test:
-#
-#   source "$(dirname "$0")/../support/desktop/lib.sh"
-#   qd_init "my_test"              # temp root, artifacts folder, cleanup on exit
-#   qd_start_desktop               # private Xfce desktop; exports DISPLAY, DBUS_SESSION_BUS_ADDRESS
-#   qd_new_home                    # fresh HOME and XDG_* folders for the next program
-#   qd_launch pid "$log" prog …    # start a program by PID with the test's environment
-#   qd_wait_for 10 "what" cmd …    # poll a condition
-#   qd_stop_process "$pid" TERM 10 # signal it, wait, exit status in QD_STATUS
-#   qd_check "what" cmd …          # record a failure and go on
-#   qd_wait_eq 10 "what" want cmd… # poll until cmd prints want, then check it
-#   qd_finish                      # exit status of the test
-#
-# Every process started here is stopped by its PID when the test ends, whatever happens.
+# Helpers for integration tests on the virtual desktop. A bash test sources this file, calls
+# qd_init NAME and qd_start_desktop, checks with qd_check, qd_check_eq and qd_wait_eq, and ends
+# with qd_finish. Every process started here is stopped by its PID when the test ends.
 
 QD_SUPPORT=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 QD_REPO=$(cd "$QD_SUPPORT/../../.." && pwd)
@@ -243,6 +232,29 @@ qd_wait_eq() { # TIMEOUT DESCRIPTION EXPECTED COMMAND...
 _qd_prints() { [ "$("${@:2}" 2>/dev/null)" = "$1" ]; }
 
 qd_section() { qd_log "=== $*"; }
+
+# Test drivers (tests/integration/driver) read "<tag> COMMAND" lines appended to a file and
+# answer with lines "<tag> …", ending with "<tag> done".
+qd_driver_start() { # NAME COMMAND...  (the command file is added as the last argument)
+  QD_DRIVER_CMDS=$QD_TMP/$1.cmds QD_DRIVER_LOG=$QD_TMP/$1.log
+  : >"$QD_DRIVER_CMDS"
+  qd_launch QD_DRIVER_PID "$QD_DRIVER_LOG" "${@:2}" "$QD_DRIVER_CMDS"
+  qd_wait_for 20 "the driver $1" grep -qx ready "$QD_DRIVER_LOG"
+}
+# Runs COMMAND in the driver and prints its answer lines. The tag is the command's line number,
+# so calls from subshells stay apart.
+qd_drive() { # COMMAND [ARGUMENT]
+  local tag
+  tag=$(($(wc -l <"$QD_DRIVER_CMDS") + 1))
+  echo "$tag $*" >>"$QD_DRIVER_CMDS"
+  qd_wait_for 30 "driver command '$*'" grep -qx "$tag done" "$QD_DRIVER_LOG" ||
+    { qd_fail "the driver did not answer '$*'"; return 1; }
+  sed -n "s/^$tag //p" "$QD_DRIVER_LOG" | grep -vx done
+}
+qd_driver_quit() {
+  qd_drive quit >/dev/null
+  qd_stop_checked 0 "$QD_DRIVER_PID"
+}
 
 # --- the program under test (QD_QUILLET names it) -----------------------------------------
 
