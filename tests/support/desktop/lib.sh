@@ -274,11 +274,12 @@ qd_main_window() { qd_window_by_name '^Quillet$' | grep .; }
 # Stops PID (the program by default) with SIGNAL (0: it is quitting by itself) and checks that
 # it exits with status 0 within 15 s.
 qd_stop_checked() { # [SIGNAL [PID]]
-  local signal=${1:-TERM} pid=${2:-$quillet_pid}
+  local signal=${1:-TERM} pid=${2:-$quillet_pid} what
+  what="$(cat "/proc/$pid/comm" 2>/dev/null) (pid $pid) $([ "$signal" = 0 ] && echo "quitting" || echo "on SIG$signal")"
   if qd_stop_process "$pid" "$signal" 15; then
-    qd_check_eq "pid $pid exits with status 0 (signal $signal)" 0 "$QD_STATUS"
+    qd_check_eq "$what exits with status 0" 0 "$QD_STATUS"
   else
-    qd_fail "pid $pid did not exit within 15 s (signal $signal)"
+    qd_fail "$what did not exit within 15 s"
   fi
 }
 
