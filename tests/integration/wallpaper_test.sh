@@ -61,22 +61,16 @@ backdrops() { # PROPERTY [VALUE [VALUE-1]]
 check_everywhere() { # WHAT FILE
   qd_wait_eq 15 "$1 on every workspace" "$(backdrops last-image "$2")" backdrops last-image
 }
-set_everywhere() { # FILE
-  local output w
+# Gives every workspace of every monitor FILE in STYLE (workspace 1 FILE-1 in STYLE-1 when given).
+set_backdrops() { # FILE STYLE [FILE-1 STYLE-1]
+  local output w file style
   for output in $(monitor_outputs); do
     for w in $(workspaces); do
-      xfconf-query -c xfce4-desktop -p "$(backdrop "$output" "$w")/last-image" -n -t string -s "$1"
-      xfconf-query -c xfce4-desktop -p "$(backdrop "$output" "$w")/image-style" -n -t int -s 5
+      file=$1 style=$2
+      [ "$w" != 1 ] || [ $# != 4 ] || { file=$3 style=$4; }
+      xfconf-query -c xfce4-desktop -p "$(backdrop "$output" "$w")/last-image" -n -t string -s "$file"
+      xfconf-query -c xfce4-desktop -p "$(backdrop "$output" "$w")/image-style" -n -t int -s "$style"
     done
-  done
-}
-# The user's own setup: workspace 1 of each monitor has another picture, scaled to fit.
-set_varied() {
-  local output
-  set_everywhere "$mine"
-  for output in $(monitor_outputs); do
-    xfconf-query -c xfce4-desktop -p "$(backdrop "$output" 1)/last-image" -s "$mine2"
-    xfconf-query -c xfce4-desktop -p "$(backdrop "$output" 1)/image-style" -s 4
   done
 }
 check_varied() { # WHAT
@@ -130,7 +124,7 @@ xfce_colour_switch_off_and_quit() {
 xfce_killed_then_relaunched() {
   qd_section "xfdesktop: after kill -9 the next launch and quit restore from the record"
   # Only the shown picture survives a crash, so this user has one picture everywhere.
-  set_everywhere "$mine"
+  set_backdrops "$mine" 5
   qd_new_home
   qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color",
                       "state.backgroundColor": "#2E8B57"}'
@@ -259,7 +253,8 @@ convert -size 320x200 xc:'#884422' "$mine2"
 convert -size 320x200 xc:'#F4F1E8' "$light"
 convert -size 320x200 xc:'#1B1F2A' "$dark"
 convert -size 320x200 xc:white -fill '#0000FF' -draw 'rectangle 0,0 319,9' "$banded"
-set_varied
+# The user's own setup: workspace 1 of each monitor has another picture, scaled to fit.
+set_backdrops "$mine" 5 "$mine2" 4
 xfce_colour_switch_off_and_quit
 xfce_killed_then_relaunched
 image_follows_the_appearance
