@@ -2,14 +2,12 @@
 //
 //   quillet_panel_items                 the tray items, left to right
 //   quillet_panel_items --windows       the window-list snapshot, front to back
-//   quillet_panel_items --names         the named tray elements
 //   quillet_panel_items --time N [PID]  N snapshots, name lists and full scans, with timings in
 //                                       ms; with PID, that process is stopped (SIGSTOP) after
 //                                       one warm-up scan and continued at the end
 //
 // Item lines: "id=0x… x=… y=… w=… h=… owner=… label=…" with the rectangle in global top-left
 // coordinates, so it can be compared with xwininfo on a desktop whose primary monitor is at 0,0.
-#include "MenuBarNamer.h"
 #include "MenuBarScanner.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
@@ -64,12 +62,6 @@ void printWindows(const Platform& platform)
     }
 }
 
-void printNames(const Platform& platform)
-{
-    for (const NamedExtra& n : MenuBarNamer::named(platform))
-        out << QStringLiteral("x=%1 name=%2\n").arg(n.x).arg(n.name);
-}
-
 template <typename F> QList<double> timed(int runs, F f)
 {
     QList<double> ms;
@@ -106,8 +98,6 @@ int main(int argc, char** argv)
     }
     if (args.value(0) == QLatin1String("--windows")) {
         printWindows(*platform);
-    } else if (args.value(0) == QLatin1String("--names")) {
-        printNames(*platform);
     } else if (args.value(0) == QLatin1String("--time")) {
         const int runs = std::max(1, args.value(1).toInt());
         const pid_t silent = pid_t(args.value(2).toInt());

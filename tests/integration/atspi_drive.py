@@ -3,7 +3,6 @@
 control tool would: finds controls by accessible name and role and runs their actions.
 
 Usage:
-  atspi_drive.py tree PID                 names and roles of every object, indented
   atspi_drive.py press PID NAME [ROLE]    runs the press/toggle action of the first match
   atspi_drive.py checked PID NAME [ROLE]  prints 1 when the match is checked, else 0
   atspi_drive.py names PID ROLE           names of every object with that role, one a line
@@ -22,19 +21,17 @@ PRESS_ACTIONS = ("press", "Press", "click", "activate", "toggle", "Toggle")
 def application(pid):
     desktop = pyatspi.Registry.getDesktop(0)
     for index in range(desktop.childCount):
-        app = desktop.getChildAtIndex(index)
-        if app is None:
-            continue
         try:
-            if app.get_process_id() == pid:
+            app = desktop.getChildAtIndex(index)
+            if app is not None and app.get_process_id() == pid:
                 return app
         except Exception:  # an application that went away while listing
             continue
     return None
 
 
-def walk(node, depth=0):
-    yield node, depth
+def walk(node):
+    yield node
     try:
         count = node.childCount
     except Exception:
@@ -45,12 +42,12 @@ def walk(node, depth=0):
         except Exception:
             continue
         if child is not None:
-            yield from walk(child, depth + 1)
+            yield from walk(child)
 
 
 def matches(node, name, role):
     try:
-        return node.name == name and (role is None or node.getRoleName() == role)
+        return (name is None or node.name == name) and (role is None or node.getRoleName() == role)
     except Exception:
         return False
 
@@ -58,7 +55,7 @@ def matches(node, name, role):
 def find(app, name, role=None):
     # Showing objects first, so a control of an open popup wins over a hidden twin.
     hidden = None
-    for node, _ in walk(app):
+    for node in walk(app):
         if matches(node, name, role):
             if node.getState().contains(pyatspi.STATE_SHOWING):
                 return node
@@ -83,20 +80,10 @@ def main(argv):
     app = application(pid)
     if app is None:
         return 2
-    if command == "tree":
-        for node, depth in walk(app):
-            try:
-                print("%s%s [%s]" % ("  " * depth, node.name, node.getRoleName()))
-            except Exception:
-                pass
-        return 0
     if command == "names":
-        for node, _ in walk(app):
-            try:
-                if node.getRoleName() == argv[3]:
-                    print(node.name)
-            except Exception:
-                pass
+        for node in walk(app):
+            if matches(node, None, argv[3]):
+                print(node.name)
         return 0
     name = argv[3]
     role = argv[4] if len(argv) > 4 else None

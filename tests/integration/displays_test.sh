@@ -8,51 +8,23 @@ set -uo pipefail
 
 source "$(dirname "$0")/../support/desktop/lib.sh"
 
-quillet=${1:?usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
+QD_QUILLET=${1:?usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 driver=${2:?usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 
 qd_init displays
 
-# --- the driver: commands appended to a file, answers tagged in its log --------------------
 drv_start() { # NAME [NAME=VALUE...]
-  drv_cmds=$QD_TMP/$1.cmds
-  drv_log=$QD_TMP/$1.log
-  shift
-  : >"$drv_cmds"
-  qd_launch drv_pid "$drv_log" env QT_QPA_PLATFORM=xcb "$@" "$driver" "$drv_cmds"
-  qd_wait_for 15 "the displays driver" grep -qx ready "$drv_log"
+  qd_driver_start "$1" env "${@:2}" "$driver"
 }
-# Runs COMMAND in the driver and prints its answer lines without the tag. The tag is the
-# command's line number, so calls in subshells stay apart.
-drv() { # COMMAND [ARGUMENT]
-  local drv_tag
-  drv_tag=$(($(wc -l <"$drv_cmds") + 1))
-  echo "$drv_tag $*" >>"$drv_cmds"
-  if ! qd_wait_for 15 "driver command '$*'" grep -qx "$drv_tag done" "$drv_log"; then
-    qd_fail "the driver did not answer '$*'"
-    return 1
-  fi
-  sed -n "s/^$drv_tag //p" "$drv_log" | grep -vx done
-}
-drv_quit() {
-  drv quit >/dev/null
-  if qd_wait_for 10 "the driver to exit" bash -c "! kill -0 $drv_pid 2>/dev/null || grep -q '^State:.*Z' /proc/$drv_pid/status"; then
-    wait "$drv_pid"
-    qd_check_eq "the driver exits with status 0" 0 "$?"
-    qd_forget "$drv_pid"
-  else
-    qd_fail "the driver did not quit"
-  fi
+# Prints what the driver answers to COMMAND once it matches the extended REGEX (up to 5 s).
+drv_until() { # REGEX COMMAND
+  qd_wait_for 5 "'$2' to match $1" eval "qd_drive $2 | paste -sd ';' | grep -Eqx '$1'"
+  qd_drive "$2"
 }
 
-# "WxH+X+Y" of a connected output, as xrandr reports it.
-geometry() { # OUTPUT
-  xrandr | sed -n "s/^$1 connected \(primary \)\{0,1\}\([0-9]*x[0-9]*+[0-9]*+[0-9]*\).*/\2/p"
-}
+monitors() { echo "$(qd_geometry DUMMY0) $(qd_geometry DUMMY1)"; }
 screen_size() { xrandr | sed -n 's/^Screen 0:.* current \([0-9]*\) x \([0-9]*\),.*/\1x\2/p'; }
-output_id() { # OUTPUT -> decimal XID
-  printf '%d' "$(xrandr --verbose | awk -v o="$1" '$1 == o { f = 1; next } f && /Identifier:/ { print $2; exit }')"
-}
+output_id() { qd_output_ids | sed -n "s/^$1 //p"; }
 top_strut() { # the top strut of the first dock window
   local dock
   dock=$(qd_xprobe windows --type dock | head -n 1 | cut -d' ' -f1)
@@ -65,125 +37,97 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_new_home
   left=$(output_id DUMMY0)
   right=$(output_id DUMMY1)
-  start_left=$(geometry DUMMY0)
-  start_right=$(geometry DUMMY1)
+  start_left=$(qd_geometry DUMMY0)
+  start_right=$(qd_geometry DUMMY1)
   start_screen=$(screen_size)
   start_settings=$(xfconf-query -c displays -lv 2>&1)
-  qd_log "start: DUMMY0 $start_left ($left), DUMMY1 $start_right ($right), screen $start_screen"
 
   # The right monitor names itself in its EDID; the left one has none and goes by its output.
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "Studio 27"
   drv_start two
-  two_pid=$drv_pid
+  two_pid=$QD_DRIVER_PID
   qd_check_eq "displays: both outputs by XID, the primary one main, EDID name else output" \
     "display $left main=1 name=DUMMY0;display $right main=0 name=Studio 27;selected $left;" \
-    "$(drv displays | tr '\n' ';')"
+    "$(qd_drive displays | tr '\n' ';')"
   strut=$(top_strut)
   qd_check_eq "screens: frames in bottom-left points, the panel's strut cut from the left one only" \
     "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1 name=DUMMY0;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1 name=Studio 27;" \
-    "$(drv screens | tr '\n' ';')"
+    "$(qd_drive screens | tr '\n' ';')"
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$left" "Left Panel"
-  for _ in $(seq 50); do
-    drv screens | grep -q "name=Left Panel$" && break
-    sleep 0.1
-  done
-  qd_check "a monitor's new EDID is read again" bash -c "grep -q '^[0-9]* screen $left DUMMY0 .*name=Left Panel$' '$drv_log'"
-  modes=$(drv modes)
+  qd_check "a monitor's new EDID is read again" \
+    grep -q "^screen $left DUMMY0 .*name=Left Panel$" <<<"$(drv_until ".*name=Left Panel;.*" screens)"
+  modes=$(qd_drive modes)
   qd_check_eq "modes: largest first, one per size" "mode 3840x2160" "$(echo "$modes" | head -n 1 | cut -d' ' -f1,2)"
   qd_check_eq "modes: no size twice" "" "$(echo "$modes" | cut -d' ' -f2 | sort | uniq -d)"
   qd_check "modes: 1280x720 offered" grep -q '^mode 1280x720 ' <<<"$modes"
 
   qd_section "two monitors: a monitor switched off and on again"
-  changes=$(drv changes)
+  changes=$(qd_drive changes)
   xrandr --output DUMMY1 --off
-  for _ in $(seq 50); do
-    [ "$(drv screens | wc -l)" = 1 ] && break
-    sleep 0.1
-  done
-  qd_check_eq "the screen list follows at once" "screen $left" "$(drv screens | cut -d' ' -f1,2 | tr '\n' ';' | sed 's/;$//')"
-  qd_check "the removal was reported" [ "$(drv changes)" != "$changes" ]
+  qd_check_eq "the screen list follows at once" "screen $left" "$(drv_until "[^;]+" screens | cut -d' ' -f1,2)"
+  qd_check "the removal was reported" [ "$(qd_drive changes)" != "$changes" ]
   xrandr --output DUMMY1 --mode 1920x1080 --pos 1920x0
-  for _ in $(seq 50); do
-    [ "$(drv screens | wc -l)" = 2 ] && break
-    sleep 0.1
-  done
-  qd_check_eq "the monitor is back" "$start_right" "$(geometry DUMMY1)"
-  qd_check_eq "both screens listed again" 2 "$(drv screens | wc -l)"
+  qd_check_eq "the monitor is back" "$start_right" "$(qd_geometry DUMMY1)"
+  qd_check_eq "both screens listed again" 2 "$(drv_until "[^;]+;[^;]+" screens | wc -l)"
   # The model's display list is read once, at start-up.
-  qd_check_eq "the display list is kept" 2 "$(drv displays | grep -c '^display ')"
+  qd_check_eq "the display list is kept" 2 "$(qd_drive displays | grep -c '^display ')"
 
   qd_section "two monitors at device pixel ratio 2: frames in Qt's logical coordinates"
   drv_start scaled QT_SCALE_FACTOR=2
   qd_check_eq "frames where Qt places windows, the strut halved" \
     "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
-    "$(drv screens | cut -d' ' -f1-6 | tr '\n' ';')"
+    "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"
   qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
-    "$(drv qtscreens | tr '\n' ';')"
-  drv_quit
-  drv_cmds=$QD_TMP/two.cmds
-  drv_log=$QD_TMP/two.log
-  drv_pid=$two_pid
+    "$(qd_drive qtscreens | tr '\n' ';')"
+  qd_driver_quit
+  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
 
   qd_section "two monitors: switching one keeps the other in place"
-  drv apply 1280x720 >/dev/null
-  qd_check_eq "the left monitor switched" "1280x720+0+0" "$(geometry DUMMY0)"
-  qd_check_eq "the right monitor kept its mode and place" "$start_right" "$(geometry DUMMY1)"
-  qd_check_eq "the model shows the new size" "current 1280x720" "$(drv current)"
-  for _ in $(seq 50); do
-    [ "$(drv changes)" = "changes 0" ] || break
-    sleep 0.1
-  done
-  qd_check "the monitor change was reported to the program" [ "$(drv changes)" != "changes 0" ]
+  start="$start_left $start_right"
+  qd_drive apply 1280x720 >/dev/null
+  qd_check_eq "the left monitor switched, the right one kept its mode and place" \
+    "1280x720+0+0 $start_right" "$(monitors)"
+  qd_check_eq "the model shows the new size" "current 1280x720" "$(qd_drive current)"
+  qd_check "the monitor change was reported to the program" [ "$(drv_until "changes [1-9][0-9]*" changes)" != "changes 0" ]
   qd_check_eq "frames follow the switch" \
-    "screen $left DUMMY0 frame=0,0,1280x720" "$(drv screens | head -n 1 | cut -d' ' -f1-4)"
+    "screen $left DUMMY0 frame=0,0,1280x720" "$(qd_drive screens | head -n 1 | cut -d' ' -f1-4)"
 
-  drv select "$right" >/dev/null
-  drv apply 1024x768 >/dev/null
-  qd_check_eq "the right monitor switched in place" "1024x768+1920+0" "$(geometry DUMMY1)"
-  qd_check_eq "the left monitor kept its mode" "1280x720+0+0" "$(geometry DUMMY0)"
-  qd_check_eq "the screen shrank to the monitors" "2944x768" "$(screen_size)"
-
-  drv restore >/dev/null
-  qd_check_eq "reset puts the selected monitor back" "$start_right" "$(geometry DUMMY1)"
-  qd_check_eq "reset leaves the other monitor alone" "1280x720+0+0" "$(geometry DUMMY0)"
-  qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(drv current)"
+  qd_drive select "$right" >/dev/null
+  qd_drive apply 1024x768 >/dev/null
+  qd_check_eq "the right monitor switched in place, the left one kept its mode, the screen shrank" \
+    "1280x720+0+0 1024x768+1920+0 2944x768" "$(monitors) $(screen_size)"
+  qd_drive restore >/dev/null
+  qd_check_eq "reset puts the selected monitor back and leaves the other alone" \
+    "1280x720+0+0 $start_right" "$(monitors)"
+  qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(qd_drive current)"
 
   qd_section "two monitors: master switch and quitting"
-  drv apply 1600x900 >/dev/null
-  drv enable 0 >/dev/null
-  qd_check_eq "switching off restores the left monitor" "$start_left" "$(geometry DUMMY0)"
-  qd_check_eq "switching off restores the right monitor" "$start_right" "$(geometry DUMMY1)"
-  drv apply 1280x1024 >/dev/null
-  qd_check_eq "applying while off changes nothing" "$start_right" "$(geometry DUMMY1)"
-  qd_check_eq "applying while off shows the chosen size" "current 1280x1024" "$(drv current)"
-  drv enable 1 >/dev/null
-  qd_check_eq "switching on applies the remembered mode" "1280x1024+1920+0" "$(geometry DUMMY1)"
-  drv select "$left" >/dev/null
-  drv apply 800x600 >/dev/null
-  qd_check_eq "the left monitor switched again" "800x600+0+0" "$(geometry DUMMY0)"
-  drv_quit
-  qd_check_eq "quitting restores the left monitor" "$start_left" "$(geometry DUMMY0)"
-  qd_check_eq "quitting restores the right monitor" "$start_right" "$(geometry DUMMY1)"
-  qd_check_eq "quitting restores the screen size" "$start_screen" "$(screen_size)"
+  qd_drive apply 1600x900 >/dev/null
+  qd_drive enable 0 >/dev/null
+  qd_check_eq "switching off restores both monitors" "$start" "$(monitors)"
+  qd_drive apply 1280x1024 >/dev/null
+  qd_check_eq "applying while off changes nothing" "$start" "$(monitors)"
+  qd_check_eq "applying while off shows the chosen size" "current 1280x1024" "$(qd_drive current)"
+  qd_drive enable 1 >/dev/null
+  qd_check_eq "switching on applies the remembered mode" "1280x1024+1920+0" "$(qd_geometry DUMMY1)"
+  qd_drive select "$left" >/dev/null
+  qd_drive apply 800x600 >/dev/null
+  qd_check_eq "the left monitor switched again" "800x600+0+0" "$(qd_geometry DUMMY0)"
+  qd_driver_quit
+  qd_check_eq "quitting restores both monitors and the screen size" "$start $start_screen" \
+    "$(monitors) $(screen_size)"
   qd_check_eq "nothing was written to the desktop's display settings" "$start_settings" \
     "$(xfconf-query -c displays -lv 2>&1)"
 
   qd_section "the program puts the start-up modes back when it quits"
-  qd_launch quillet_pid "$QD_TMP/quillet.log" env QT_QPA_PLATFORM=xcb "$quillet"
-  if qd_wait_for 20 "Quillet's main window" xdotool search --onlyvisible --name '^Quillet$'; then
-    # Changed behind the program's back: still undone, since the start-up modes win.
-    xrandr --output DUMMY1 --mode 1280x720
-    qd_check_eq "the outside change took effect" "1280x720+1920+0" "$(geometry DUMMY1)"
-    if qd_stop_process "$quillet_pid" TERM 15; then
-      qd_check_eq "quillet exits with status 0" 0 "$QD_STATUS"
-    else
-      qd_fail "quillet did not exit within 15 s of SIGTERM"
-    fi
-    qd_check_eq "quillet's quit restored the right monitor" "$start_right" "$(geometry DUMMY1)"
-    qd_check_eq "quillet's quit left the left monitor as it was" "$start_left" "$(geometry DUMMY0)"
-  else
-    qd_fail "quillet did not show its main window"
-  fi
+  qd_launch_quillet quillet
+  qd_wait_for 20 "Quillet's main window" qd_main_window || qd_fail "quillet did not show its main window"
+  # Changed behind the program's back: still undone, since the start-up modes win.
+  xrandr --output DUMMY1 --mode 1280x720
+  qd_check_eq "the outside change took effect" "1280x720+1920+0" "$(qd_geometry DUMMY1)"
+  qd_stop_checked
+  qd_check_eq "quillet's quit restored the right monitor and left the left one as it was" \
+    "$start" "$(monitors)"
   qd_stop_desktop
 else
   qd_log "two monitors need Xorg with the dummy driver as root; that part is skipped"
@@ -193,14 +137,14 @@ qd_section "one monitor on Xvfb"
 qd_start_desktop --monitors 1
 qd_new_home
 output=$(xrandr | sed -n 's/^\([^ ]*\) connected.*/\1/p' | head -n 1)
-start=$(geometry "$output")
+start=$(qd_geometry "$output")
 drv_start one
-modes=$(drv modes)
+modes=$(qd_drive modes)
 qd_check "the added modes are offered" grep -q '^mode 1280x720 ' <<<"$modes"
-drv apply 1280x720 >/dev/null
-qd_check_eq "Xvfb switched" "1280x720+0+0" "$(geometry "$output")"
-drv_quit
-qd_check_eq "quitting restores the start-up mode" "$start" "$(geometry "$output")"
+qd_drive apply 1280x720 >/dev/null
+qd_check_eq "Xvfb switched" "1280x720+0+0" "$(qd_geometry "$output")"
+qd_driver_quit
+qd_check_eq "quitting restores the start-up mode" "$start" "$(qd_geometry "$output")"
 qd_stop_desktop
 
 qd_finish

@@ -17,43 +17,17 @@ driver=${QUILLET_COVER_DRIVER:?QUILLET_COVER_DRIVER must name quillet_cover_driv
 }
 
 qd_init panel_cover
-export QT_QPA_PLATFORM=xcb
 
-# --- the driver ------------------------------------------------------------------------------
-seq=0
-start_driver() {
-  qd_new_home
-  fifo=$QD_TMP/commands-$RANDOM
-  mkfifo "$fifo"
-  log=$QD_TMP/driver-$RANDOM.log
-  : >"$log"
-  qd_launch driver_pid "$log" "$driver" "$fifo"
-  qd_wait_for 20 "the cover driver" grep -q '^ready' "$log"
-}
-# Sends one command and waits for its end; its output lines are in $reply.
-drive() {
-  seq=$((seq + 1))
-  local before
-  before=$(wc -l <"$log")
-  echo "$seq $*" >"$fifo"
-  reply=""
-  qd_wait_for 30 "driver command '$*'" grep -q "^done $seq\$" "$log" || return 1
-  # The log also holds the driver's warnings: keep the answer lines.
-  reply=$(tail -n "+$((before + 1))" "$log" | grep -E '^(item|mask|error) ')
-  if grep -q '^error' <<<"$reply"; then
-    qd_log "driver: $(grep '^error' <<<"$reply")"
-  fi
-  return 0
-}
-stop_driver() {
-  drive quit || true
-  qd_stop_process "$driver_pid" TERM 10 || true
+# Covers MODE, waits until the masks are painted and puts the mask lines in $masks.
+cover() { # MODE
+  qd_drive cover "$1"
+  qd_drive settle
+  masks=$(qd_drive masks)
 }
 
-field() { # NAME LINE
-  sed -n "s/.*\b$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
-}
-item_line() { grep " label=$1\$" <<<"$items"; }
+field() { qd_field "$@"; }
+# "x y w h" of an item or mask line.
+rect() { echo "$(field x "$1") $(field y "$1") $(field w "$1") $(field h "$1")"; }
 
 # --- pictures --------------------------------------------------------------------------------
 shot_no=0
@@ -81,50 +55,37 @@ off_row() { # FILE GEOMETRY
     compare -metric AE "$QD_TMP/c.png" "$QD_TMP/d.png" null: 2>&1 | cut -d' ' -f1
 }
 
-# =============================================================================================
 qd_section "one monitor: hide the middle tray icon"
 qd_start_desktop
-start_driver
+qd_new_home
+qd_driver_start cover "$driver"
 labels="YAD 1|YAD 2|Quillet test status item|Clock"
-got_labels() { drive items && [ "$(sed -n 's/.* label=//p' <<<"$reply" | paste -sd '|')" = "$labels" ]; }
-qd_wait_for 20 "three tray items and the clock" got_labels || true
-items=$reply
-qd_log "items:"$'\n'"$items"
-qd_check_eq "tray items, then the clock" "$labels" "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')"
+labels_of() { sed -n 's/.* label=//p' <<<"$1" | paste -sd '|'; }
+got_labels() { items=$(qd_drive items) && [ "$(labels_of "$items")" = "$labels" ]; }
+qd_wait_for 20 "three tray items and the clock" got_labels
+qd_check_eq "tray items, then the clock" "$labels" "$(labels_of "$items")"
 panel_h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
 root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
-[ -n "$root_w" ] || root_w=1920
 shoot bare
 
-one=$(item_line "YAD 1") two=$(item_line "YAD 2") sni=$(item_line "Quillet test status item")
-clock=$(item_line Clock)
-x1=$(field x "$one") w1=$(field w "$one")
-x2=$(field x "$two") w2=$(field w "$two")
-x3=$(field x "$sni") w3=$(field w "$sni")
-x4=$(field x "$clock") w4=$(field w "$clock")
+# x and width of YAD 1, YAD 2, the status item and the clock, in this order.
+read -r x1 w1 x2 w2 x3 w3 x4 w4 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
 qd_check_eq "the clock is the rightmost item and ends at the screen's right edge" "$root_w" "$((x4 + w4))"
 # The spacing is the middle one of the three gaps.
 spacing=$(printf '%s\n' $((x2 - x1 - w1)) $((x3 - x2 - w2)) $((x4 - x3 - w3)) | sort -n | sed -n 2p)
 new_x3=$((x4 - spacing - w3))
 new_x1=$((new_x3 - spacing - w1))
 tile_x=$((x1 - 8))
-qd_log "spacing $spacing; YAD 1 moves from $x1 to $new_x1, the status item from $x3 to $new_x3"
 
-drive cover items
-drive settle
-drive toggle YAD 2
-drive settle
-drive masks
-masks=$reply
-qd_log "masks: $masks"
-qd_check_eq "one mask window" 1 "$(grep -c '^mask' <<<"$masks")"
-qd_check_eq "the mask runs from 8 pixels left of the first icon to the right edge" \
-  "$tile_x 0 $((root_w - tile_x))" \
-  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
-qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -ge "$panel_h"
-qd_check_eq "the mask shows a picture" 1 "$(field picture "$masks")"
-shoot hidden
+qd_drive cover items
+qd_drive settle
+qd_drive toggle YAD 2
+cover items
 h=$panel_h
+qd_check_eq "one mask with a picture, from 8 pixels left of the first icon to the right edge" \
+  "1 $tile_x 0 $((root_w - tile_x)) picture=1" "$(grep -c '^mask' <<<"$masks") $(rect "$masks" | cut -d' ' -f1-3) picture=$(field picture "$masks")"
+qd_check "the mask is at least the panel's height" test "$(field h "$masks")" -ge "$h"
+shoot hidden
 # The clock's text may change between the two pictures; it must not become bare background.
 qd_check "the clock still shows over the mask" test "$(off_row "$hidden" "${w4}x$h+$x4+0")" -gt 0
 qd_check "the clock showed before" test "$(off_row "$bare" "${w4}x$h+$x4+0")" -gt 0
@@ -140,8 +101,7 @@ qd_check_eq "nothing between YAD 1 and the status item but panel background" 0 \
 qd_section "clicks pass through the mask"
 sni_log=$QD_DESKTOP_STATE/log/tray_sni.log
 before=$(grep -c '^activated' "$sni_log" 2>/dev/null)
-cx=$((x3 + w3 / 2)) cy=$((h / 2))
-xdotool mousemove "$cx" "$cy"
+xdotool mousemove $((x3 + w3 / 2)) $((h / 2))
 sleep 0.3
 under=$(xdotool getmouselocation --shell | sed -n 's/^WINDOW=//p')
 qd_check "the pointer is over the panel, not over the mask" \
@@ -151,12 +111,8 @@ activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
 qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
 
 qd_section "the whole panel"
-drive cover entire
-drive settle
-drive masks
-masks=$reply
-qd_check_eq "one mask over the whole panel" "0 0 $root_w" \
-  "$(field x "$masks") $(field y "$masks") $(field w "$masks")"
+cover entire
+qd_check_eq "one mask over the whole panel" "0 0 $root_w" "$(rect "$masks" | cut -d' ' -f1-3)"
 shoot entire
 qd_check_eq "every row of the panel strip is one colour" 0 "$(off_row "$entire" "${root_w}x$h+0+0")"
 qd_check "the bare panel was not" test "$(off_row "$bare" "${root_w}x$h+0+0")" -gt 0
@@ -170,40 +126,36 @@ new_owner() { local o; o=$(qd_xprobe owner WM_S0) && [ "$o" != "$old_wm" ]; }
 composited() { qd_xprobe owner _NET_WM_CM_S0 >/dev/null; }
 qd_check "the new window manager took over" qd_wait_for 15 "a new WM_S0 owner" new_owner
 qd_wait_for 15 "the compositor" composited || qd_log "no compositing manager appeared"
-new_mask() { drive masks && [ -n "$(field win "$reply")" ] && [ "$(field win "$reply")" != "$old_mask" ]; }
+new_mask() { [[ "$(qd_drive masks | head -n 1)" =~ win=(0x[0-9a-f]+) ]] && [ "${BASH_REMATCH[1]}" != "$old_mask" ]; }
 qd_check "the mask window was made again" qd_wait_for 10 "a new mask window" new_mask
-drive settle
+qd_drive settle
 sleep 1
 shoot replaced
 qd_check_eq "the panel strip is still covered" 0 "$(off_row "$replaced" "${root_w}x$h+0+0")"
 
-stop_driver
+qd_driver_quit
 qd_stop_process "$wm_pid" TERM 10 || true
 qd_stop_desktop
 
-# =============================================================================================
 qd_section "two monitors: one mask each"
 if [ "$(id -u)" != 0 ]; then
   qd_log "skipped: two monitors need the dummy X driver, which runs as root"
 else
   qd_start_desktop --monitors 2
-  start_driver
-  drive cover entire
-  drive settle
-  drive masks
-  masks=$reply
-  qd_log "masks:"$'\n'"$masks"
+  qd_new_home
+  qd_driver_start cover-two "$driver"
+  cover entire
   qd_check_eq "two mask windows" 2 "$(grep -c '^mask' <<<"$masks")"
   # The second monitor, as xrandr lists it: "1: +NAME W/…xH/…+X+Y NAME".
   second=$(xrandr --listmonitors | sed -n 's/^ *1: [^ ]* \([0-9]*\)\/[0-9]*x\([0-9]*\)\/[0-9]*+\([0-9]*\)+\([0-9]*\).*/\1 \2 \3 \4/p')
   read -r sw _ sx sy <<<"$second"
   mask2=$(grep '^mask' <<<"$masks" | grep " x=$sx " | head -n 1)
   qd_check_eq "the second monitor's mask spans its top with the 24-pixel fallback height" \
-    "$sx $sy $sw 24" "$(field x "$mask2") $(field y "$mask2") $(field w "$mask2") $(field h "$mask2")"
+    "$sx $sy $sw 24" "$(rect "$mask2")"
   shoot two
   qd_check_eq "every row of the second monitor's top strip is one colour" 0 \
     "$(off_row "$two" "${sw}x24+$sx+$sy")"
-  stop_driver
+  qd_driver_quit
 fi
 
 qd_finish

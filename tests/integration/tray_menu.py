@@ -47,7 +47,7 @@ def entries(menu):
         if str(props.get("type", "")) == "separator":
             result.append((child_id, "---", ""))
             continue
-        label = str(props.get("label", "")).replace("_", "", 1) if "_" in str(props.get("label", "")) else str(props.get("label", ""))
+        label = str(props.get("label", "")).replace("_", "", 1)
         state = props.get("toggle-state", "")
         result.append((child_id, label, "" if state == "" else str(int(state))))
     return result
@@ -70,7 +70,6 @@ def main(argv):
                 menu.Event(child_id, "clicked", dbus.Int32(0, variant_level=1), dbus.UInt32(0),
                            dbus_interface=MENU, timeout=TIMEOUT)
                 return 0
-        return 2
     return 2
 
 

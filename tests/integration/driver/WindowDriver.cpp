@@ -1,14 +1,12 @@
-// Drives the window operations of the model against the real desktop for the window tests and
-// the window benchmark. Commands run in order:
+// Drives the window operations of the model against the real desktop for the window tests.
+// Commands run in order:
 //   list                     print the model's window list ("window 0x<id> <*|-> <app>\t<title>")
 //   select ID                select the listed window with this X id
 //   arrange NAME | resize W H | hide | refresh
 //   own-window TITLE         show a window of this process and wait until it is managed
-//   time-list N | time-arrange N NAME   time N enumerations / arrangements of the selection
 #include "AppModel.h"
 #include "DefaultsStore.h"
 #include "Scheduler.h"
-#include "WindowMover.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 
@@ -18,7 +16,6 @@
 #include <QThread>
 #include <QWindow>
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 namespace {
@@ -39,13 +36,6 @@ void list(const AppModel& model)
             << w.app << '\t' << w.title << Qt::endl;
     }
     out << "end" << Qt::endl;
-}
-
-void printTimes(const char* what, QList<double> ms)
-{
-    std::sort(ms.begin(), ms.end());
-    out << what << " n=" << ms.size() << " median_ms=" << ms.at(ms.size() / 2)
-        << " min_ms=" << ms.first() << " max_ms=" << ms.last() << Qt::endl;
 }
 
 } // namespace
@@ -114,31 +104,6 @@ int main(int argc, char** argv)
             }
             out << "own 0x" << QString::number(handle, 16)
                 << (managed() ? " managed" : " unmanaged") << Qt::endl;
-        } else if (command == QLatin1String("time-list")) {
-            const int runs = next(i).toInt();
-            QList<double> ms;
-            qsizetype count = 0;
-            for (int run = 0; run < runs; ++run) {
-                QElapsedTimer timer;
-                timer.start();
-                count = WindowMover::windows(*platform).size();
-                ms.append(timer.nsecsElapsed() / 1e6);
-            }
-            out << "listed " << count << " windows" << Qt::endl;
-            printTimes("windows()", ms);
-        } else if (command == QLatin1String("time-arrange")) {
-            const int runs = next(i).toInt();
-            const auto arrangement = windowArrangementFromRaw(next(i));
-            if (!arrangement)
-                fail(QStringLiteral("unknown arrangement %1").arg(args.at(i)));
-            QList<double> ms;
-            for (int run = 0; run < runs; ++run) {
-                QElapsedTimer timer;
-                timer.start();
-                model.arrangeSelected(*arrangement);
-                ms.append(timer.nsecsElapsed() / 1e6);
-            }
-            printTimes("arrange", ms);
         } else {
             fail(QStringLiteral("unknown command %1").arg(command));
         }

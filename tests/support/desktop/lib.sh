@@ -1,16 +1,6 @@
-# Helpers for integration tests on the virtual desktop. Source it from a bash test:
-#
-#   source "$(dirname "$0")/../support/desktop/lib.sh"
-#   qd_init "my_test"              # temp root, artifacts folder, cleanup on exit
-#   qd_start_desktop               # private Xfce desktop; exports DISPLAY, DBUS_SESSION_BUS_ADDRESS
-#   qd_new_home                    # fresh HOME and XDG_* folders for the next program
-#   qd_launch pid "$log" prog …    # start a program by PID with the test's environment
-#   qd_wait_for 10 "what" cmd …    # poll a condition
-#   qd_stop_process "$pid" TERM 10 # signal it, wait, exit status in QD_STATUS
-#   qd_check "what" cmd …          # record a failure and go on
-#   qd_finish                      # exit status of the test
-#
-# Every process started here is stopped by its PID when the test ends, whatever happens.
+# Helpers for integration tests on the virtual desktop. A bash test sources this file, calls
+# qd_init NAME and qd_start_desktop, checks with qd_check, qd_check_eq and qd_wait_eq, and ends
+# with qd_finish. Every process started here is stopped by its PID when the test ends.
 
 QD_SUPPORT=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 QD_REPO=$(cd "$QD_SUPPORT/../../.." && pwd)
@@ -52,7 +42,7 @@ qd_start_desktop() {
   eval "$exports"
   QD_DESKTOP_STATE=$QUILLET_DESKTOP_STATE
   unset WAYLAND_DISPLAY SESSION_MANAGER
-  export XDG_SESSION_TYPE=x11
+  export XDG_SESSION_TYPE=x11 QT_QPA_PLATFORM=xcb
 }
 
 qd_stop_desktop() {
@@ -93,8 +83,8 @@ qd_running() { # PID
   [ "${stat%% *}" != Z ]
 }
 
-# Sends SIGNAL to PID (a child started with qd_launch), waits up to TIMEOUT seconds and puts its
-# exit status in QD_STATUS (128+n when a signal ended it). Returns 1 and kills it on timeout.
+# Sends SIGNAL to PID (a child started with qd_launch; 0 only waits), waits up to TIMEOUT seconds
+# and puts its exit status in QD_STATUS (128+n when a signal ended it). Kills it on timeout.
 qd_stop_process() { # PID SIGNAL TIMEOUT
   local pid=$1 signal=$2 timeout=$3 deadline
   deadline=$(($(date +%s%N) + timeout * 1000000000))
@@ -137,13 +127,27 @@ qd_wait_for() { # TIMEOUT DESCRIPTION COMMAND...
   done
 }
 
-# Screenshot of the whole desktop, or of one window with its frame when an id is given.
-qd_screenshot() { # FILE [WINDOW-ID]
-  if [ -n "${2:-}" ]; then
-    import -frame -window "$2" "$1"
-  else
-    import -window root "$1"
-  fi
+qd_screenshot() { import -window root "$1"; }
+
+# Hex colour (RRGGBB) of one pixel of the screen as it is now.
+qd_pixel() { # X Y
+  import -window root -crop "1x1+$1+$2" -depth 8 -format "%[hex:u.p{0,0}]" info: 2>/dev/null | cut -c1-6
+}
+
+# "WxH+X+Y" of a connected output, as xrandr reports it.
+qd_geometry() { # OUTPUT
+  xrandr | sed -n "s/^$1 connected \(primary \)\{0,1\}\([0-9]*x[0-9]*+[0-9]*+[0-9]*\).*/\2/p"
+}
+
+# "NAME ID" of every output, ID being the decimal RandR output id.
+qd_output_ids() {
+  local name line
+  while IFS= read -r line; do
+    case $line in
+      [![:space:]]*) name=${line%% *} ;;
+      *Identifier:*) echo "$name $((${line##*Identifier: }))" ;;
+    esac
+  done < <(xrandr --verbose)
 }
 
 # Id of the first visible window whose title matches REGEX (for example '^Quillet$').
@@ -151,14 +155,32 @@ qd_window_by_name() { # REGEX
   xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1
 }
 
+# The outer frame "x y w h" of a client window: its root position and size plus the decorations.
+qd_outer_frame() { # WINDOW-ID
+  local info extents
+  info=$(xwininfo -id "$1" 2>/dev/null) || return 1
+  extents=$(xprop -id "$1" _NET_FRAME_EXTENTS | sed -n 's/.*= //p' | tr -d ,)
+  [ -n "$extents" ] || extents="0 0 0 0"
+  awk -v e="$extents" '
+    BEGIN {split(e, x, " ")}
+    /Absolute upper-left X/ {ax = $4} /Absolute upper-left Y/ {ay = $4}
+    /^  Width:/ {w = $2} /^  Height:/ {h = $2}
+    END {print ax - x[1], ay - x[3], w + x[1] + x[2], h + x[3] + x[4]}' <<<"$info"
+}
+
 # Value of an xfconf property of the test desktop; prints nothing when it does not exist.
 qd_xfconf_get() { # CHANNEL PROPERTY
   xfconf-query -c "$1" -p "$2" 2>/dev/null || true
 }
 
-# X probe: owner SELECTION | wm | windows [--type T] | tray-icons | name-windows REGEX
+# X probe: owner SELECTION | wm | windows [--type T] | tray-icons
 qd_xprobe() {
   "$QD_PYTHON" "$QD_SUPPORT/xprobe.py" "$@"
+}
+
+# Value of NAME in a line of NAME=VALUE words.
+qd_field() { # NAME LINE
+  sed -n "s/.*\b$1=\([^ ]*\).*/\1/p" <<<"$2" | head -n 1
 }
 
 # PID that owns the (first) desktop window, or nothing.
@@ -200,7 +222,66 @@ qd_check_eq() { # DESCRIPTION EXPECTED ACTUAL
   fi
 }
 
+# Polls until COMMAND prints EXPECTED (up to TIMEOUT seconds), then checks what it prints.
+qd_wait_eq() { # TIMEOUT DESCRIPTION EXPECTED COMMAND...
+  local timeout=$1 what=$2 want=$3
+  shift 3
+  qd_wait_for "$timeout" "$what" _qd_prints "$want" "$@"
+  qd_check_eq "$what" "$want" "$("$@" 2>/dev/null)"
+}
+_qd_prints() { [ "$("${@:2}" 2>/dev/null)" = "$1" ]; }
+
 qd_section() { qd_log "=== $*"; }
+
+# Test drivers (tests/integration/driver) read "<tag> COMMAND" lines appended to a file and
+# answer with lines "<tag> …", ending with "<tag> done".
+qd_driver_start() { # NAME COMMAND...  (the command file is added as the last argument)
+  QD_DRIVER_CMDS=$QD_TMP/$1.cmds QD_DRIVER_LOG=$QD_TMP/$1.log
+  : >"$QD_DRIVER_CMDS"
+  qd_launch QD_DRIVER_PID "$QD_DRIVER_LOG" "${@:2}" "$QD_DRIVER_CMDS"
+  qd_wait_for 20 "the driver $1" grep -qx ready "$QD_DRIVER_LOG"
+}
+# Runs COMMAND in the driver and prints its answer lines. The tag is the command's line number,
+# so calls from subshells stay apart.
+qd_drive() { # COMMAND [ARGUMENT]
+  local tag
+  tag=$(($(wc -l <"$QD_DRIVER_CMDS") + 1))
+  echo "$tag $*" >>"$QD_DRIVER_CMDS"
+  qd_wait_for 30 "driver command '$*'" grep -qx "$tag done" "$QD_DRIVER_LOG" ||
+    { qd_fail "the driver did not answer '$*'"; return 1; }
+  sed -n "s/^$tag //p" "$QD_DRIVER_LOG" | grep -vx done
+}
+qd_driver_quit() {
+  qd_drive quit >/dev/null
+  qd_stop_checked 0 "$QD_DRIVER_PID"
+}
+
+# --- the program under test (QD_QUILLET names it) -----------------------------------------
+
+qd_write_defaults() { # JSON-TEXT
+  mkdir -p "$XDG_CONFIG_HOME/Quillet"
+  printf '%s' "$1" >"$XDG_CONFIG_HOME/Quillet/defaults.json"
+}
+qd_stored() { # KEY -> its stored value as JSON ("null" when absent)
+  "$QD_PYTHON" -c 'import json,sys; print(json.dumps(json.load(open(sys.argv[1])).get(sys.argv[2]), sort_keys=True))' \
+    "$XDG_CONFIG_HOME/Quillet/defaults.json" "$1"
+}
+# Starts the program as quillet_pid, its output in $QD_TMP/LOG-NAME.log.
+qd_launch_quillet() { # LOG-NAME [NAME=VALUE...]
+  qd_launch quillet_pid "$QD_TMP/$1.log" env "${@:2}" "$QD_QUILLET"
+}
+qd_main_window() { qd_window_by_name '^Quillet$' | grep .; }
+# Stops PID (the program by default) with SIGNAL (0: it is quitting by itself) and checks that
+# it exits with status 0 within 15 s.
+qd_stop_checked() { # [SIGNAL [PID]]
+  local signal=${1:-TERM} pid=${2:-$quillet_pid} what
+  what="$(cat "/proc/$pid/comm" 2>/dev/null) (pid $pid) $([ "$signal" = 0 ] && echo "quitting" || echo "on SIG$signal")"
+  if qd_stop_process "$pid" "$signal" 15; then
+    qd_check_eq "$what exits with status 0" 0 "$QD_STATUS"
+  else
+    qd_fail "$what did not exit within 15 s"
+  fi
+}
 
 qd_cleanup() {
   local status=$? pid

@@ -32,75 +32,53 @@ def solid_pixmap(size, rgb):
                        signature="iiay")
 
 
-class Item(dbus.service.Object):
-    def __init__(self, bus, args):
-        super().__init__(bus, ITEM_PATH)
-        pixmaps = dbus.Array([solid_pixmap(22, args.color), solid_pixmap(32, args.color)],
-                             signature="(iiay)")
-        self.props = {
-            "Category": dbus.String("ApplicationStatus"),
-            "Id": dbus.String("quillet-test-sni-%d" % os.getpid()),
-            "Title": dbus.String(args.title),
-            "Status": dbus.String("Active"),
-            "WindowId": dbus.UInt32(0),
-            "IconName": dbus.String(args.icon_name),
-            "IconThemePath": dbus.String(""),
-            "IconPixmap": pixmaps,
-            "OverlayIconName": dbus.String(""),
-            "OverlayIconPixmap": dbus.Array([], signature="(iiay)"),
-            "AttentionIconName": dbus.String(""),
-            "AttentionIconPixmap": dbus.Array([], signature="(iiay)"),
-            "AttentionMovieName": dbus.String(""),
-            "ToolTip": dbus.Struct((args.icon_name, pixmaps, args.title, args.tooltip), signature="sa(iiay)ss"),
-            "ItemIsMenu": dbus.Boolean(False),
-            "Menu": dbus.ObjectPath(MENU_PATH),
-        }
+class Properties(dbus.service.Object):
+    """An object with the read-only properties PROPS on its interface IFACE."""
+
+    def __init__(self, bus, path, iface, props):
+        super().__init__(bus, path)
+        self.iface, self.props = iface, props
 
     @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
     def Get(self, interface, name):
-        if interface != ITEM_IFACE or name not in self.props:
+        if interface != self.iface or name not in self.props:
             raise dbus.exceptions.DBusException("no property %s" % name,
                                                 name="org.freedesktop.DBus.Error.UnknownProperty")
         return self.props[name]
 
     @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="s", out_signature="a{sv}")
     def GetAll(self, interface):
-        return self.props if interface == ITEM_IFACE else {}
+        return self.props if interface == self.iface else {}
 
-    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ssv")
-    def Set(self, interface, name, value):
-        raise dbus.exceptions.DBusException("read-only", name="org.freedesktop.DBus.Error.PropertyReadOnly")
+
+class Item(Properties):
+    def __init__(self, bus, args):
+        pixmaps = dbus.Array([solid_pixmap(22, args.color), solid_pixmap(32, args.color)],
+                             signature="(iiay)")
+        super().__init__(bus, ITEM_PATH, ITEM_IFACE, {
+            "Category": dbus.String("ApplicationStatus"),
+            "Id": dbus.String("quillet-test-sni-%d" % os.getpid()),
+            "Title": dbus.String(args.title),
+            "Status": dbus.String("Active"),
+            "IconName": dbus.String(args.icon_name),
+            "IconPixmap": pixmaps,
+            "ToolTip": dbus.Struct((args.icon_name, pixmaps, args.title, args.tooltip), signature="sa(iiay)ss"),
+            "ItemIsMenu": dbus.Boolean(False),
+            "Menu": dbus.ObjectPath(MENU_PATH),
+        })
 
     @dbus.service.method(ITEM_IFACE, in_signature="ii")
     def Activate(self, x, y):
         print("activated at %d,%d" % (x, y), flush=True)
 
-    @dbus.service.method(ITEM_IFACE, in_signature="ii")
-    def SecondaryActivate(self, x, y):
-        print("secondary activated at %d,%d" % (x, y), flush=True)
 
-    @dbus.service.method(ITEM_IFACE, in_signature="ii")
-    def ContextMenu(self, x, y):
-        print("context menu at %d,%d" % (x, y), flush=True)
-
-    @dbus.service.method(ITEM_IFACE, in_signature="is")
-    def Scroll(self, delta, orientation):
-        pass
-
-    @dbus.service.signal(ITEM_IFACE, signature="")
-    def NewTitle(self):
-        pass
-
-    @dbus.service.signal(ITEM_IFACE, signature="")
-    def NewToolTip(self):
-        pass
-
-
-class EmptyMenu(dbus.service.Object):
+class EmptyMenu(Properties):
     """A context menu without entries, so the panel's menu requests get an answer."""
 
     def __init__(self, bus):
-        super().__init__(bus, MENU_PATH)
+        super().__init__(bus, MENU_PATH, MENU_IFACE, {
+            "Version": dbus.UInt32(3), "Status": dbus.String("normal"),
+            "TextDirection": dbus.String("ltr"), "IconThemePath": dbus.Array([], signature="s")})
 
     @dbus.service.method(MENU_IFACE, in_signature="iias", out_signature="u(ia{sv}av)")
     def GetLayout(self, parent_id, depth, names):
@@ -119,19 +97,6 @@ class EmptyMenu(dbus.service.Object):
     @dbus.service.method(MENU_IFACE, in_signature="isvu")
     def Event(self, item_id, event_id, data, timestamp):
         pass
-
-    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
-    def Get(self, interface, name):
-        values = {"Version": dbus.UInt32(3), "Status": dbus.String("normal"),
-                  "TextDirection": dbus.String("ltr"), "IconThemePath": dbus.Array([], signature="s")}
-        if name not in values:
-            raise dbus.exceptions.DBusException("no property %s" % name,
-                                                name="org.freedesktop.DBus.Error.UnknownProperty")
-        return values[name]
-
-    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="s", out_signature="a{sv}")
-    def GetAll(self, interface):
-        return {"Version": dbus.UInt32(3), "Status": dbus.String("normal")}
 
 
 def main():

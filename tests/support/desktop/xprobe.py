@@ -6,12 +6,10 @@
 #   xprobe.py wm                     name of the EWMH window manager (exit 1 when none)
 #   xprobe.py windows [--type T]     viewable windows with a _NET_WM_WINDOW_TYPE of T (desktop, dock, normal ...)
 #   xprobe.py tray-icons             viewable XEmbed icons docked in the tray of _NET_SYSTEM_TRAY_S0
-#   xprobe.py name-windows REGEX     viewable windows whose _NET_WM_NAME / WM_NAME matches REGEX
 #
 # Window lines read: "0x<id> pid=<pid or 0> x=<root x> y=<root y> w=<width> h=<height> name=<name>".
 import ctypes
 import ctypes.util
-import re
 import sys
 
 xlib = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
@@ -196,11 +194,6 @@ def main(argv):
         for parent, window in d.walk():
             if (parent != d.root and d.prop(window, "_XEMBED_INFO") is not None
                     and d.pid(window) != host_pid and d.viewable(window)):
-                found.append(window)
-    elif command == "name-windows":
-        pattern = re.compile(argv[2])
-        for _, window in d.walk():
-            if pattern.search(d.name(window)) and d.viewable(window):
                 found.append(window)
     else:
         sys.exit("xprobe: unknown command %s" % command)
