@@ -1,5 +1,5 @@
-// The application's model and preferences on the fake platform, with one standard monitor and
-// temporary folders. Set the fakes up first, then call makeModel().
+// The application's model and preferences on the fake platform, with one 1440 × 900 monitor,
+// the fake clock and temporary folders. Set the fakes up first, then call makeModel().
 #pragma once
 
 #include "AppModel.h"
@@ -16,15 +16,18 @@ struct FakeApp {
     FakePlatform fake;
     FakeScheduler scheduler;
     DefaultsStore store{dirs.defaultsPath()};
-    Preferences prefs{store, *fake.loginItems, nullptr};
+    std::unique_ptr<Preferences> preferences;
     std::unique_ptr<AppModel> model;
 
     FakeApp() { fake.addStandardMonitor(); }
 
+    // A new model and preferences, as at launch, over what the store holds now.
     AppModel& makeModel()
     {
-        model = std::make_unique<AppModel>(
-            AppModel::Dependencies{fake, store, scheduler, {dirs.resourceDir()}, &prefs});
+        model.reset();
+        preferences = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
+        model = std::make_unique<AppModel>(AppModel::Dependencies{
+            fake, store, scheduler, {dirs.resourceDir()}, preferences.get()});
         return *model;
     }
 };

@@ -60,7 +60,8 @@ struct PanelFixture : ::testing::Test, FakeApp {
     // The panel inside a shown main window, for the popovers and the focus.
     ContentView& showWindow()
     {
-        window = std::make_unique<MainWindow>(makeModel(), prefs);
+        AppModel& app = makeModel();
+        window = std::make_unique<MainWindow>(app, *preferences);
         window->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         return *window->content();

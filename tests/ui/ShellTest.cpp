@@ -79,7 +79,7 @@ struct ShellFixture : ::testing::Test, FakeApp {
 TEST_F(ShellFixture, failedLoginItemLeavesTheToggleOn)
 {
     fake.loginItems->failure = QStringLiteral("denied");
-    PreferencesView view(prefs);
+    PreferencesView view(*preferences);
     view.show();
     QTest::mouseClick(view.toggle("Launch at login"), Qt::LeftButton);
     EXPECT_TRUE(view.toggle("Launch at login")->isChecked());
@@ -87,7 +87,7 @@ TEST_F(ShellFixture, failedLoginItemLeavesTheToggleOn)
 
 TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
 {
-    MainWindow window(*model, prefs);
+    MainWindow window(*model, *preferences);
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillet"));
     ASSERT_NE(window.applicationMenu(), nullptr);
     EXPECT_EQ(window.applicationMenu()->title(), QStringLiteral("Quillet"));

@@ -1,7 +1,7 @@
 // The model's panel pipeline with the fake platform and clock: captures and their cache, the
 // delayed recapture, item toggles by label, the master switch, and missing captures.
+#include "FakeApp.h"
 #include "FakeMaskPresenter.h"
-#include "ModelHarness.h"
 
 #include <QPainter>
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ bool contains(const QImage& image, const QColor& color)
     return false;
 }
 
-struct PipelineFixture : ModelHarness {
+struct PipelineFixture : ::testing::Test, FakeApp {
     FakeMaskPresenter presenter;
 
     PipelineFixture()
@@ -60,7 +60,7 @@ struct PipelineFixture : ModelHarness {
 
     AppModel& make()
     {
-        ModelHarness::make().overlays().setPresenter(&presenter);
+        makeModel().overlays().setPresenter(&presenter);
         return *model;
     }
 
@@ -90,7 +90,7 @@ TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
     EXPECT_EQ(fake.capture->captures, 1);
     // The masks come down at once so the next capture sees the bare panel.
     EXPECT_TRUE(presenter.shown.isEmpty());
-    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("entire"));
+    EXPECT_EQ(store.stringValue(StoredKeys::menuBarCover), QStringLiteral("entire"));
 
     scheduler.advance(200ms);
     m.setMenuBarCover(MenuBarCover::items);
@@ -123,7 +123,7 @@ TEST_F(PipelineFixture, togglingUsesTheCacheAndKeepsMasksUp)
     EXPECT_FALSE(contains(*tile.image, colorOf(12)));
     EXPECT_TRUE(contains(*tile.image, colorOf(11)));
     EXPECT_TRUE(contains(*tile.image, colorOf(13)));
-    EXPECT_EQ(store->stringListValue(StoredKeys::hiddenItemLabels),
+    EXPECT_EQ(store.stringListValue(StoredKeys::hiddenItemLabels),
               QStringList({QStringLiteral("app12")}));
 
     m.toggleItem(idOf(QStringLiteral("app12")));

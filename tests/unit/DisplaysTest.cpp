@@ -1,8 +1,8 @@
 // The display list, the resolutions offered for a display, the start-up modes put back, the
 // model's display operations, and the monitor name read from an EDID.
 #include "DisplayController.h"
+#include "FakeApp.h"
 #include "FakePlatform.h"
-#include "ModelHarness.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 
@@ -117,7 +117,7 @@ TEST_F(ControllerFixture, startUpModesAreWhatRestoreGoesBackTo)
 
 namespace {
 
-using DisplayModelFixture = ModelHarness;
+struct DisplayModelFixture : ::testing::Test, FakeApp {};
 
 } // namespace
 
@@ -125,7 +125,7 @@ TEST_F(DisplayModelFixture, selectionFallsBackToTheMainThenTheFirstDisplay)
 {
     fake.displayModes->displays = {3, 1};
     fake.displayModes->modes.insert(3, {mode(30, 800, 600, 60)});
-    AppModel& m = make();
+    AppModel& m = makeModel();
     EXPECT_EQ(m.selectedDisplayID(), 1u);
     EXPECT_EQ(ids(m.modes()), QList<qint32>({10, 11}));
 
@@ -153,7 +153,7 @@ TEST_F(DisplayModelFixture, selectionFallsBackToTheMainThenTheFirstDisplay)
 TEST_F(DisplayModelFixture, applyAndMonitorChangesRecaptureOnlyWhenTheScreenChanged)
 {
     fake.capture->images.insert(1, QImage(1440, 900, QImage::Format_RGB32));
-    AppModel& m = make();
+    AppModel& m = makeModel();
     m.setMenuBarCover(MenuBarCover::entire);
     const int capturesBefore = fake.capture->captures;
 
@@ -184,7 +184,7 @@ TEST_F(DisplayModelFixture, offRestoresEveryDisplayAndOnReappliesTheLastModeToTh
     fake.displayModes->displays.append(2);
     fake.displayModes->modes.insert(2, {mode(20, 1920, 1080, 60)});
     fake.displayModes->current.insert(2, 20);
-    AppModel& m = make();
+    AppModel& m = makeModel();
     m.setEnabled(false);
     EXPECT_EQ(fake.displayModes->switches, Switches({{1u, 10}, {2u, 20}}));
     fake.displayModes->switches.clear();

@@ -1,7 +1,7 @@
 // The app model: master switch, desktop choices, launch restore, permissions and the poll,
 // and the desktop-icon switch it drives.
 #include "DesktopIcons.h"
-#include "ModelHarness.h"
+#include "FakeApp.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using ModelFixture = ModelHarness;
+struct ModelFixture : ::testing::Test, FakeApp {};
 
 qsizetype publishedCount(const QSignalSpy& spy, AppModel::Field field)
 {
@@ -45,11 +45,11 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
 {
     const QString mine = dirs.root() + QStringLiteral("/mine.png");
     QFile(mine).open(QIODevice::WriteOnly);
-    store->setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
-    store->setString(StoredKeys::lightWallpaperURL, mine);
-    store->setString(StoredKeys::darkWallpaperURL, dirs.root() + QStringLiteral("/gone.png"));
+    store.setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
+    store.setString(StoredKeys::lightWallpaperURL, mine);
+    store.setString(StoredKeys::darkWallpaperURL, dirs.root() + QStringLiteral("/gone.png"));
 
-    AppModel& m = make();
+    AppModel& m = makeModel();
     EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("Clock")}));
     EXPECT_EQ(m.lightWallpaperURL(), mine);
     EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
@@ -58,13 +58,13 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
     // A cleared picture is forgotten until the next launch, which offers the default again.
     m.setLightWallpaperURL(std::nullopt);
     EXPECT_EQ(m.lightWallpaperURL(), std::nullopt);
-    EXPECT_EQ(store->stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
-    EXPECT_EQ(make().lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
+    EXPECT_EQ(store.stringValue(StoredKeys::lightWallpaperURL), std::nullopt);
+    EXPECT_EQ(makeModel().lightWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Light.png"));
 }
 
 TEST_F(ModelFixture, equalValuesAreIgnoredByTheMasterSwitchAndPublishedByTheRest)
 {
-    AppModel& m = make();
+    AppModel& m = makeModel();
     QSignalSpy spy(&m, &AppModel::published);
     m.setEnabled(true);
     EXPECT_EQ(spy.count(), 0);
@@ -73,18 +73,18 @@ TEST_F(ModelFixture, equalValuesAreIgnoredByTheMasterSwitchAndPublishedByTheRest
     m.setBackground(DesktopBackground::keep);
     m.setBackground(DesktopBackground::keep);
     EXPECT_EQ(spy.count(), 2);
-    EXPECT_EQ(store->stringValue(StoredKeys::background), QStringLiteral("keep"));
+    EXPECT_EQ(store.stringValue(StoredKeys::background), QStringLiteral("keep"));
 }
 
 TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
 {
-    AppModel& m = make();
+    AppModel& m = makeModel();
     m.setEnabled(false);
     // Never hidden by us: switching off runs no command.
     EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
 
     m.setDesktopIconsHidden(true);
-    EXPECT_EQ(store->boolValue(StoredKeys::desktopIconsHidden), true);
+    EXPECT_EQ(store.boolValue(StoredKeys::desktopIconsHidden), true);
     EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
 
     m.setEnabled(true);
@@ -100,29 +100,29 @@ TEST_F(ModelFixture, iconsChosenWhileOffAreHiddenWhenSwitchedOn)
 TEST_F(ModelFixture, restoreReadsNothingWhenOffAndIgnoresWrongCase)
 {
     for (const bool restore : {false, true}) {
-        store->setBool(StoredKeys::restoreOnLaunch, restore);
-        store->setString(StoredKeys::background, restore ? u"Image"_qs : u"color"_qs);
-        store->setString(StoredKeys::menuBarCover, restore ? u"Entire"_qs : u"entire"_qs);
-        store->setBool(StoredKeys::desktopIconsHidden, !restore);
-        AppModel& m = make();
+        store.setBool(StoredKeys::restoreOnLaunch, restore);
+        store.setString(StoredKeys::background, restore ? u"Image"_qs : u"color"_qs);
+        store.setString(StoredKeys::menuBarCover, restore ? u"Entire"_qs : u"entire"_qs);
+        store.setBool(StoredKeys::desktopIconsHidden, !restore);
+        AppModel& m = makeModel();
         m.restoreIfEnabled();
         EXPECT_EQ(m.background(), DesktopBackground::keep) << restore;
         EXPECT_EQ(m.menuBarCover(), MenuBarCover::keep) << restore;
         EXPECT_FALSE(m.desktopIconsHidden());
         EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
     }
-    EXPECT_EQ(store->stringValue(StoredKeys::menuBarCover), QStringLiteral("Entire"));
+    EXPECT_EQ(store.stringValue(StoredKeys::menuBarCover), QStringLiteral("Entire"));
 }
 
 TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
 {
-    store->setBool(StoredKeys::restoreOnLaunch, true);
-    store->setString(StoredKeys::backgroundColor, QStringLiteral("#1E90FF"));
-    store->setString(StoredKeys::background, QStringLiteral("color"));
-    store->setBool(StoredKeys::desktopIconsHidden, true);
-    store->setString(StoredKeys::menuBarCover, QStringLiteral("items"));
-    store->setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
-    AppModel& m = make();
+    store.setBool(StoredKeys::restoreOnLaunch, true);
+    store.setString(StoredKeys::backgroundColor, QStringLiteral("#1E90FF"));
+    store.setString(StoredKeys::background, QStringLiteral("color"));
+    store.setBool(StoredKeys::desktopIconsHidden, true);
+    store.setString(StoredKeys::menuBarCover, QStringLiteral("items"));
+    store.setStringList(StoredKeys::hiddenItemLabels, {QStringLiteral("Clock")});
+    AppModel& m = makeModel();
     m.restoreIfEnabled();
 
     EXPECT_EQ(m.backgroundColor(), (RgbColor{30 / 255.0, 144 / 255.0, 1.0, 1.0}));
@@ -143,7 +143,7 @@ TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
 TEST_F(ModelFixture, accessibilityPollRunsOnceAndEndsWithOneRefresh)
 {
     fake.windowControl->trusted = false;
-    AppModel& m = make();
+    AppModel& m = makeModel();
     m.requestAccessibility();
     m.requestAccessibility();
     EXPECT_EQ(fake.windowControl->prompts, 2);
@@ -164,7 +164,7 @@ TEST_F(ModelFixture, grantingDuringThePollRefreshesWindowsAndItemsOnce)
 {
     fake.windowControl->trusted = false;
     fake.windowControl->list = {{101, QStringLiteral("Editor"), QStringLiteral("notes.txt")}};
-    AppModel& m = make();
+    AppModel& m = makeModel();
     EXPECT_TRUE(m.windows().isEmpty());
     m.requestAccessibility();
 
@@ -185,9 +185,9 @@ TEST_F(ModelFixture, grantingDuringThePollRefreshesWindowsAndItemsOnce)
 TEST_F(ModelFixture, deferredWorkDoesNothingOnceTheModelIsGone)
 {
     fake.windowControl->trusted = false;
-    store->setBool(StoredKeys::restoreOnLaunch, true);
-    store->setString(StoredKeys::menuBarCover, QStringLiteral("items"));
-    AppModel& m = make();
+    store.setBool(StoredKeys::restoreOnLaunch, true);
+    store.setString(StoredKeys::menuBarCover, QStringLiteral("items"));
+    AppModel& m = makeModel();
     m.restoreIfEnabled();
     m.requestAccessibility();
     model.reset();

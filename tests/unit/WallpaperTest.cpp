@@ -1,6 +1,6 @@
 // Desktop pictures: the record of the user's own pictures, which files count as ours, the
 // solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
-#include "ModelHarness.h"
+#include "FakeApp.h"
 #include "WallpaperController.h"
 #include "platform/AppearanceRule.h"
 #include "platform/x11/XSettings.h"
@@ -47,7 +47,7 @@ WindowListEntry panel(QRectF bounds)
     return entry;
 }
 
-struct WallpaperFixture : ModelHarness {
+struct WallpaperFixture : ::testing::Test, FakeApp {
     std::unique_ptr<WallpaperController> controller;
 
     // An Xfce-like desktop: a readable path per monitor, no snapshot.
@@ -59,7 +59,7 @@ struct WallpaperFixture : ModelHarness {
 
     WallpaperController& make(DesktopBackground mode = DesktopBackground::keep)
     {
-        controller = std::make_unique<WallpaperController>(fake, *store);
+        controller = std::make_unique<WallpaperController>(fake, store);
         controller->mode = mode;
         return *controller;
     }
@@ -146,7 +146,7 @@ TEST_F(WallpaperFixture, recordsThePathThenPutsItBackAndForgetsIt)
 
 TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
 {
-    store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
+    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
     // The screen still shows what the crashed run set.
     fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
     WallpaperController& c = colorApplied();
@@ -196,7 +196,7 @@ TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
 
 TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
 {
-    store->setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
+    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
     fake.screens->list.clear();
     WallpaperController& c = colorApplied();
     EXPECT_TRUE(c.originals.isEmpty());
@@ -502,7 +502,7 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
 
 TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
 {
-    AppModel& m = ModelHarness::make();
+    AppModel& m = makeModel();
     m.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
     m.setBackground(DesktopBackground::color);
     EXPECT_TRUE(shown().endsWith("/quillet-color-1.png"));

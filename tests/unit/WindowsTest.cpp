@@ -1,7 +1,7 @@
 // Other applications' windows: the enumeration filters and grouping, region geometry and the two
 // coordinate systems, clamped resizing, the preset sizes, and the model's selection rules.
+#include "FakeApp.h"
 #include "FakePlatform.h"
-#include "ModelHarness.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
@@ -201,7 +201,7 @@ TEST(WindowList, filtersAndGroupsByApplication)
 
 namespace {
 
-struct WindowModelFixture : ModelHarness {
+struct WindowModelFixture : ::testing::Test, FakeApp {
     WindowModelFixture()
     {
         twoScreens(fake);
@@ -217,7 +217,7 @@ struct WindowModelFixture : ModelHarness {
 
 TEST_F(WindowModelFixture, refreshSelectsTheFirstWindowEveryTime)
 {
-    AppModel& m = make();
+    AppModel& m = makeModel();
     ASSERT_EQ(m.windows().size(), 3);
     EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
 
@@ -233,7 +233,7 @@ TEST_F(WindowModelFixture, refreshSelectsTheFirstWindowEveryTime)
 
 TEST_F(WindowModelFixture, withoutAMatchingSelectionNothingHappens)
 {
-    AppModel& m = make();
+    AppModel& m = makeModel();
     QSignalSpy spy(&m, &AppModel::published);
     for (const std::optional<QUuid>& selection :
          {std::optional<QUuid>(), std::optional<QUuid>(QUuid::createUuid())}) {
@@ -251,7 +251,7 @@ TEST_F(WindowModelFixture, withoutAMatchingSelectionNothingHappens)
 
 TEST_F(WindowModelFixture, operationsActOnTheSelectedEntry)
 {
-    AppModel& m = make();
+    AppModel& m = makeModel();
     m.setSelectedWindowID(m.windows().at(1).id);
     m.arrangeSelected(WindowArrangement::leftHalf);
     EXPECT_EQ(fake.windowControl->frames.value(2), QRectF(0, 0, 720, 875));
