@@ -2,6 +2,7 @@
 #include "PlatformFactory.h"
 
 #include "RootWindowDesktopPictures.h"
+#include "WallpaperController.h"
 #include "X11Appearance.h"
 #include "X11Capture.h"
 #include "X11Connection.h"
@@ -48,7 +49,8 @@ std::unique_ptr<Platform> createPlatform()
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
             parts.desktopIcons = std::make_unique<XfceDesktopIcons>(*parts.processes);
-            parts.desktopPictures = std::make_unique<XfceDesktopPictures>();
+            parts.desktopPictures = std::make_unique<XfceDesktopPictures>(
+                WallpaperController::supportDir() + QStringLiteral("/xfce-workspaces.json"));
         } else {
             parts.desktopPictures = std::make_unique<RootWindowDesktopPictures>();
         }

@@ -9,7 +9,11 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSet>
 #include <algorithm>
 #include <cstdlib>
@@ -93,7 +97,59 @@ std::optional<quint32> rootCardinal(const char* name)
     return result;
 }
 
+QJsonValue toJson(const std::optional<QString>& value)
+{
+    return value ? QJsonValue(*value) : QJsonValue();
+}
+
+std::optional<QString> fromJson(const QJsonValue& value)
+{
+    return value.isString() ? std::optional(value.toString()) : std::nullopt;
+}
+
 } // namespace
+
+// The file holds {"<monitor prefix>": {"<workspace>": {"picture": …, "style": …}}}, null for a
+// property that did not exist; an unreadable file holds nothing.
+XfceDesktopPictures::XfceDesktopPictures(QString workspaceFile)
+    : m_workspaceFile(std::move(workspaceFile))
+{
+    QFile file(m_workspaceFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QJsonObject monitors = QJsonDocument::fromJson(file.readAll()).object();
+    for (auto monitor = monitors.begin(); monitor != monitors.end(); ++monitor) {
+        const QJsonObject workspaces = monitor.value().toObject();
+        QHash<int, Workspace>& record = m_before[monitor.key()];
+        for (auto w = workspaces.begin(); w != workspaces.end(); ++w) {
+            const QJsonObject saved = w.value().toObject();
+            record.insert(w.key().toInt(), {fromJson(saved.value(QStringLiteral("picture"))),
+                                            fromJson(saved.value(QStringLiteral("style")))});
+        }
+    }
+}
+
+void XfceDesktopPictures::saveWorkspaces() const
+{
+    QJsonObject monitors;
+    for (auto monitor = m_before.cbegin(); monitor != m_before.cend(); ++monitor) {
+        QJsonObject workspaces;
+        for (auto w = monitor->cbegin(); w != monitor->cend(); ++w)
+            workspaces.insert(QString::number(w.key()),
+                              QJsonObject{{QStringLiteral("picture"), toJson(w->picture)},
+                                          {QStringLiteral("style"), toJson(w->style)}});
+        monitors.insert(monitor.key(), workspaces);
+    }
+    if (monitors.isEmpty()) {
+        QFile::remove(m_workspaceFile);
+        return;
+    }
+    QSaveFile file(m_workspaceFile);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(QJsonDocument(monitors).toJson(QJsonDocument::Compact));
+        file.commit();
+    }
+}
 
 QString XfceDesktopPictures::monitorPrefix(const ScreenInfo& screen)
 {
@@ -137,6 +193,7 @@ std::optional<QString> XfceDesktopPictures::desktopPicture(const ScreenInfo& scr
         record.insert(w, {property(base + QStringLiteral("last-image")),
                           property(base + QStringLiteral("image-style"))});
     }
+    saveWorkspaces();
     auto path = property(prefix + QStringLiteral("/workspace%1/last-image").arg(workspace));
     if (!path && workspace != 0)
         path = property(prefix + QStringLiteral("/workspace0/last-image"));
@@ -160,6 +217,7 @@ bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QStr
         if (restoring) {
             const QHash<int, Workspace> before = *saved;
             m_before.remove(prefix);
+            saveWorkspaces();
             bool ok = true;
             for (int workspace : all) {
                 const Workspace w = before.value(workspace);

@@ -9,6 +9,10 @@
 
 class XfceDesktopPictures final : public DesktopPictures {
 public:
+    // What every workspace showed before the first change is also kept in `workspaceFile`, so
+    // that the run after a crash can still give each workspace its own picture and style back.
+    explicit XfceDesktopPictures(QString workspaceFile);
+
     // The picture xfdesktop shows on the monitor now: the current workspace's (or the shared
     // one in single-workspace mode).
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
@@ -30,6 +34,9 @@ private:
     // Workspaces 0 … n−1 of the window manager, plus any the settings already name.
     QList<int> workspaces(const QString& prefix) const;
     static bool show(const QString& prefix, int workspace, const QString& path, int style);
+    void saveWorkspaces() const;
+
+    QString m_workspaceFile;
 
     // Per monitor settings prefix, per workspace: what it showed when last asked.
     mutable QHash<QString, QHash<int, Workspace>> m_before;
