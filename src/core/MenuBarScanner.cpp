@@ -73,7 +73,8 @@ void numberDuplicates(QList<MenuBarItem>& items)
         if (counts.value(item.label) < 2)
             continue;
         const int number = ++seen[item.label];
-        item.label = QStringLiteral("%1 %2").arg(item.label).arg(number);
+        // Appended, not formatted: a label may itself hold a marker such as "%1".
+        item.label += QLatin1Char(' ') + QString::number(number);
     }
 }
 

@@ -129,6 +129,9 @@ TEST_F(ScannerFixture, oneEntryMayNameSeveralItemsWhichAreThenNumbered)
     w << window(1, {100, 0, 22, 22}) << window(2, {110, 0, 22, 22}) << window(3, {400, 0, 22, 22});
     fake.itemNames->elements << element(105, u"Network"_qs);
     EXPECT_EQ(labels(scan()), (QStringList{"Network 1", "Network 2", "app"}));
+    // The number is appended to the name as it is, whatever characters it holds.
+    fake.itemNames->elements = {element(105, u"Load %1"_qs)};
+    EXPECT_EQ(labels(scan()), (QStringList{"Load %1 1", "Load %1 2", "app"}));
 }
 
 TEST_F(ScannerFixture, clockRuleOnlyWithoutNames)
