@@ -30,7 +30,9 @@ MaskWindow::MaskWindow(const QRect& geometry, const std::optional<QImage>& image
         layout->setSpacing(0);
         m_view = new SliceView(*image, this);
         layout->addWidget(m_view);
-    } else if (fill.alpha() < 255) {
+    } else if (fill.alphaF() < 1.0) {
+        // The 8-bit alpha() reads 255 for anything above 0.998; the window is opaque only
+        // for a fully opaque colour.
         setAttribute(Qt::WA_TranslucentBackground);
     }
 }

@@ -88,6 +88,8 @@ TEST(MaskWindow, clickThroughWithoutFocusShowingAPictureOrAFill)
     // A translucent fill makes a window that is not opaque.
     MaskWindow tinted(QRect(0, 0, 40, 10), std::nullopt, QColor(255, 0, 0, 128));
     EXPECT_TRUE(tinted.testAttribute(Qt::WA_TranslucentBackground));
+    MaskWindow nearlyOpaque(QRect(0, 0, 40, 10), std::nullopt, QColor::fromRgbF(0, 0, 0, 0.999f));
+    EXPECT_TRUE(nearlyOpaque.testAttribute(Qt::WA_TranslucentBackground));
 
     // A picture fills the whole window.
     const QImage picture = patterned(40, 10);
