@@ -14,7 +14,6 @@
 #include "ui/WindowAccess.h"
 
 #include <QApplication>
-#include <QSessionManager>
 #include <QSocketNotifier>
 #include <csignal>
 #include <sys/socket.h>
@@ -36,9 +35,10 @@ QuilletApp::QuilletApp(QObject* parent) : QObject(parent), m_platform(createPlat
     Platform::setShared(m_platform.get());
     ShellHooks::setShared(this);
     installSignalHandlers();
+    // The end of the desktop session quits the event loop too (the session manager's "die"
+    // arrives as a quit). A save request alone is no end: the session may go on, for example
+    // after a manual save or a cancelled logout, so it restores nothing.
     connect(qApp, &QCoreApplication::aboutToQuit, this, &QuilletApp::restoreDesktop);
-    // The end of the desktop session may not give us an orderly quit afterwards.
-    connect(qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { restoreDesktop(); });
 }
 
 QuilletApp::~QuilletApp()
