@@ -7,8 +7,10 @@
 
 namespace PictureFile {
 
-// The whole picture, upright as its orientation tag asks. Camera photos often exceed Qt's
-// default 128 MB guard on decoded images, so the guard is raised to what a large panorama needs.
+// The whole picture, upright as its orientation tag asks, one pixel per unit: the desktop shows a
+// file by its pixels, so an "@2x" in its name (which Qt reads as a device pixel ratio) must not
+// halve it when drawn. Camera photos often exceed Qt's default 128 MB guard on decoded images, so
+// the guard is raised to what a large panorama needs.
 inline QImage read(const QString& path)
 {
     static const bool raised = [] {
@@ -19,7 +21,9 @@ inline QImage read(const QString& path)
     Q_UNUSED(raised);
     QImageReader reader(path);
     reader.setAutoTransform(true);
-    return reader.read();
+    QImage image = reader.read();
+    image.setDevicePixelRatio(1.0);
+    return image;
 }
 
 } // namespace PictureFile

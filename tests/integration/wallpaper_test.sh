@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Desktop pictures on real desktops. With xfdesktop: the colour choice shows on every monitor and
-# workspace, switching off and quitting put each workspace's own picture and style back, after
-# kill -9 the next launch puts every workspace's own picture and style back. Without a desktop program: the
-# colour goes into the root pixmap and the previous root picture comes back on quit.
+# Desktop pictures on real desktops. With xfdesktop: the colour choice (or a chosen picture that only
+# another workspace showed) shows on every monitor and workspace, switching off and quitting put each
+# workspace's own picture and style back, after kill -9 the next launch puts every workspace's own
+# picture and style back. Without a desktop program: the colour goes into the root pixmap and the
+# previous root picture comes back on quit.
 # Usage: wallpaper_test.sh PATH-TO-QUILLET
 set -uo pipefail
 
@@ -183,6 +184,17 @@ image_follows_the_appearance() {
   qd_stop_process "$settings_pid" TERM 10 || qd_fail "xfsettingsd did not stop"
 }
 
+chosen_picture_of_another_workspace() {
+  qd_section "xfdesktop: a chosen picture that another workspace shows goes on every workspace"
+  qd_new_home
+  qd_write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
+                      \"lightWallpaperURL\": \"$mine2\", \"darkWallpaperURL\": \"$mine2\"}"
+  qd_launch_quillet quillet-other-workspace
+  check_everywhere "workspace 1's picture, chosen for both appearances," "$mine2"
+  qd_stop_checked
+  check_varied "after quitting"
+}
+
 tinted_strip_under_covered_panel() {
   qd_section "xfdesktop: with the panel covered each monitor shows its own tinted picture"
   qd_new_home
@@ -257,6 +269,7 @@ set_backdrops "$mine" 5 "$mine2" 4
 xfce_colour_switch_off_and_quit
 xfce_killed_then_relaunched
 image_follows_the_appearance
+chosen_picture_of_another_workspace
 tinted_strip_under_covered_panel
 qd_stop_desktop
 

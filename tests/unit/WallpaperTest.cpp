@@ -336,6 +336,10 @@ TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPer
     QImage out(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
     EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
+    // A "@2x" name does not halve the picture: every pixel of the file covers one of the image.
+    c.darkURL = writePicture("square@2x.png", solid(300, 300, Qt::magenta));
+    out = QImage(*c.renderTinted(screen, 3));
+    EXPECT_TRUE(near(out.pixelColor(296, 296), Qt::magenta));
 
     // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
     screen.frame = QRectF(0, 0, 500, 2000);

@@ -30,6 +30,8 @@ const int kStyleZoomed = 5;
 // daemon (well under a millisecond) rather than a process per property, bounded in case the
 // daemon hangs.
 const int kCallTimeoutMs = 2000;
+// The key of the record that keeps what desktopPicture() answered for a monitor.
+const QString kShown = QStringLiteral("shown");
 
 QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
@@ -109,8 +111,8 @@ std::optional<QString> fromJson(const QJsonValue& value)
 
 } // namespace
 
-// The file holds {"<monitor prefix>": {"<workspace>": {"picture": …, "style": …}}}, null for a
-// property that did not exist; an unreadable file holds nothing.
+// The file holds {"<monitor prefix>": {"shown": …, "<workspace>": {"picture": …, "style": …}}},
+// null for an answer or a property that did not exist; an unreadable file holds nothing.
 XfceDesktopPictures::XfceDesktopPictures(QString workspaceFile)
     : m_workspaceFile(std::move(workspaceFile))
 {
@@ -119,12 +121,17 @@ XfceDesktopPictures::XfceDesktopPictures(QString workspaceFile)
         return;
     const QJsonObject monitors = QJsonDocument::fromJson(file.readAll()).object();
     for (auto monitor = monitors.begin(); monitor != monitors.end(); ++monitor) {
-        const QJsonObject workspaces = monitor.value().toObject();
-        QHash<int, Workspace>& record = m_before[monitor.key()];
-        for (auto w = workspaces.begin(); w != workspaces.end(); ++w) {
-            const QJsonObject saved = w.value().toObject();
-            record.insert(w.key().toInt(), {fromJson(saved.value(QStringLiteral("picture"))),
-                                            fromJson(saved.value(QStringLiteral("style")))});
+        const QJsonObject saved = monitor.value().toObject();
+        Monitor& record = m_before[monitor.key()];
+        record.shown = fromJson(saved.value(kShown));
+        for (auto w = saved.begin(); w != saved.end(); ++w) {
+            bool number = false;
+            const int workspace = w.key().toInt(&number);
+            if (!number)
+                continue;
+            const QJsonObject state = w.value().toObject();
+            record.workspaces.insert(workspace, {fromJson(state.value(QStringLiteral("picture"))),
+                                                 fromJson(state.value(QStringLiteral("style")))});
         }
     }
 }
@@ -133,12 +140,12 @@ void XfceDesktopPictures::saveWorkspaces() const
 {
     QJsonObject monitors;
     for (auto monitor = m_before.cbegin(); monitor != m_before.cend(); ++monitor) {
-        QJsonObject workspaces;
-        for (auto w = monitor->cbegin(); w != monitor->cend(); ++w)
-            workspaces.insert(QString::number(w.key()),
-                              QJsonObject{{QStringLiteral("picture"), toJson(w->picture)},
-                                          {QStringLiteral("style"), toJson(w->style)}});
-        monitors.insert(monitor.key(), workspaces);
+        QJsonObject saved{{kShown, toJson(monitor->shown)}};
+        for (auto w = monitor->workspaces.cbegin(); w != monitor->workspaces.cend(); ++w)
+            saved.insert(QString::number(w.key()),
+                         QJsonObject{{QStringLiteral("picture"), toJson(w->picture)},
+                                     {QStringLiteral("style"), toJson(w->style)}});
+        monitors.insert(monitor.key(), saved);
     }
     if (monitors.isEmpty()) {
         QFile::remove(m_workspaceFile);
@@ -186,20 +193,20 @@ std::optional<QString> XfceDesktopPictures::desktopPicture(const ScreenInfo& scr
     const QString prefix = monitorPrefix(screen);
     // The program asks for the picture just before its first change: what every workspace
     // shows now is what it gets back.
-    QHash<int, Workspace>& record = m_before[prefix];
-    record.clear();
+    Monitor& record = m_before[prefix];
+    record = {};
     for (int w : workspaces(prefix)) {
         const QString base = prefix + QStringLiteral("/workspace%1/").arg(w);
-        record.insert(w, {property(base + QStringLiteral("last-image")),
-                          property(base + QStringLiteral("image-style"))});
+        record.workspaces.insert(w, {property(base + QStringLiteral("last-image")),
+                                     property(base + QStringLiteral("image-style"))});
     }
-    saveWorkspaces();
     auto path = property(prefix + QStringLiteral("/workspace%1/last-image").arg(workspace));
     if (!path && workspace != 0)
         path = property(prefix + QStringLiteral("/workspace0/last-image"));
-    if (!path || path->isEmpty())
-        return std::nullopt;
-    return path;
+    if (path && !path->isEmpty())
+        record.shown = *path;
+    saveWorkspaces();
+    return record.shown;
 }
 
 bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
@@ -209,13 +216,11 @@ bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QStr
     const QString prefix = monitorPrefix(screen);
     const QList<int> all = workspaces(prefix);
 
-    // Putting back a picture the monitor showed when last asked puts back what every workspace
+    // Putting back the picture the monitor showed when last asked puts back what every workspace
     // had then, picture and style, as the user left them.
     if (const auto saved = m_before.constFind(prefix); saved != m_before.constEnd()) {
-        const bool restoring = std::any_of(saved->cbegin(), saved->cend(),
-                                           [&](const Workspace& w) { return w.picture == path; });
-        if (restoring) {
-            const QHash<int, Workspace> before = *saved;
+        if (saved->shown == path) {
+            const QHash<int, Workspace> before = saved->workspaces;
             m_before.remove(prefix);
             saveWorkspaces();
             bool ok = true;

@@ -17,9 +17,8 @@ public:
     // one in single-workspace mode).
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
     // Sets the picture, zoomed to fill, on every workspace of the monitor, so that switching
-    // workspaces never shows another picture. When the picture is one that a workspace showed
-    // at the last desktopPicture() question, every workspace gets its own picture and style
-    // back instead.
+    // workspaces never shows another picture. When the picture is the answer to the last
+    // desktopPicture() question, every workspace gets its own picture and style back instead.
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
     // xfdesktop keeps a readable path, which is the better original.
     QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
@@ -28,6 +27,12 @@ private:
     struct Workspace {
         std::optional<QString> picture;
         std::optional<QString> style;
+    };
+    struct Monitor {
+        // The answer desktopPicture() gave: the one picture that means "put everything back".
+        // Another workspace's picture may well be one the user chose to show everywhere.
+        std::optional<QString> shown;
+        QHash<int, Workspace> workspaces;
     };
 
     static QString monitorPrefix(const ScreenInfo& screen);
@@ -38,6 +43,6 @@ private:
 
     QString m_workspaceFile;
 
-    // Per monitor settings prefix, per workspace: what it showed when last asked.
-    mutable QHash<QString, QHash<int, Workspace>> m_before;
+    // Per monitor settings prefix: what it and each of its workspaces showed when last asked.
+    mutable QHash<QString, Monitor> m_before;
 };
