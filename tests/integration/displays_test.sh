@@ -79,7 +79,12 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"
   qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
     "$(qd_drive qtscreens | tr '\n' ';')"
+  qd_check_eq "modes and the current size in points" "mode 1920x1080 current 960x540" \
+    "$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
+  qd_drive apply 640x360 >/dev/null
+  qd_check_eq "a size in points switches to its pixels" "1280x720+0+0" "$(qd_geometry DUMMY0)"
   qd_driver_quit
+  qd_check_eq "quitting puts the scaled switch back" "$start_left" "$(qd_geometry DUMMY0)"
   QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
 
   qd_section "two monitors: switching one keeps the other in place"

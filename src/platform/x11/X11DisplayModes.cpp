@@ -2,7 +2,10 @@
 #include "X11DisplayModes.h"
 
 #include "X11Connection.h"
+#include "X11RandR.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSize>
 #include <algorithm>
 #include <cstdlib>
@@ -38,13 +41,28 @@ CrtcInfo crtcInfo(xcb_connection_t* c, xcb_randr_crtc_t crtc, xcb_timestamp_t co
         xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, crtc, config), nullptr));
 }
 
-PlatformDisplayMode toMode(const xcb_randr_mode_info_t& info)
+// The device pixel ratio Qt uses on the output's monitor (1 on plain X11): X has no logical
+// size of its own, so a mode's points are its pixels divided by that ratio, rounded as Qt
+// rounds a screen's logical size.
+qreal outputRatio(xcb_randr_output_t output)
+{
+    const QString name = X11::outputName(output);
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (screen->name() == name)
+            return screen->devicePixelRatio();
+    }
+    const QScreen* primary = QGuiApplication::primaryScreen();
+    return primary ? primary->devicePixelRatio() : 1.0;
+}
+
+PlatformDisplayMode toMode(const xcb_randr_mode_info_t& info, qreal ratio)
 {
     PlatformDisplayMode mode;
     mode.id = qint32(info.id);
-    // X has no logical size of its own: a mode's points are its pixels.
-    mode.width = mode.pixelWidth = info.width;
-    mode.height = mode.pixelHeight = info.height;
+    mode.pixelWidth = info.width;
+    mode.pixelHeight = info.height;
+    mode.width = qRound(info.width / ratio);
+    mode.height = qRound(info.height / ratio);
     const double dots = double(info.htotal) * double(info.vtotal);
     mode.refresh = dots > 0 ? double(info.dot_clock) / dots : 0.0;
     mode.usableForDesktop =
@@ -162,7 +180,7 @@ std::optional<PlatformDisplayMode> X11DisplayModes::currentMode(quint32 display)
     const xcb_randr_mode_info_t* mode = findMode(res.get(), crtc->mode);
     if (!mode)
         return std::nullopt;
-    return toMode(*mode);
+    return toMode(*mode, outputRatio(display));
 }
 
 QList<PlatformDisplayMode> X11DisplayModes::allModes(quint32 display) const
@@ -179,9 +197,10 @@ QList<PlatformDisplayMode> X11DisplayModes::allModes(quint32 display) const
         return result;
     const xcb_randr_mode_t* ids = xcb_randr_get_output_info_modes(output.get());
     const int count = xcb_randr_get_output_info_modes_length(output.get());
+    const qreal ratio = outputRatio(display);
     for (int i = 0; i < count; ++i) {
         if (const xcb_randr_mode_info_t* mode = findMode(res.get(), ids[i]))
-            result.append(toMode(*mode));
+            result.append(toMode(*mode, ratio));
     }
     return result;
 }
