@@ -107,23 +107,6 @@ void X11Appearance::portalSettingChanged(const QString& group, const QString& ke
         m_coalesce.start();
 }
 
-void X11Appearance::watchRootMessages()
-{
-    xcb_connection_t* c = X11::connection();
-    if (!c)
-        return;
-    // A settings manager that starts announces itself to the root window's structure listeners.
-    // The mask is per client and Qt has its own on the root: add to it, never replace it.
-    xcb_get_window_attributes_reply_t* attributes = xcb_get_window_attributes_reply(
-        c, xcb_get_window_attributes(c, X11::rootWindow()), nullptr);
-    if (!attributes)
-        return;
-    const uint32_t mask = attributes->your_event_mask | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    std::free(attributes);
-    xcb_change_window_attributes(c, X11::rootWindow(), XCB_CW_EVENT_MASK, &mask);
-    xcb_flush(c);
-}
-
 void X11Appearance::watchSettingsOwner()
 {
     xcb_connection_t* c = X11::connection();

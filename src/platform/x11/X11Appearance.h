@@ -23,7 +23,6 @@ private slots:
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
-    void watchRootMessages();
     // Follows the settings manager's window (it changes when the daemon restarts).
     void watchSettingsOwner();
     void themeMayHaveChanged();
