@@ -271,21 +271,7 @@ TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
     // Neither picture: nothing is changed, but the originals are captured.
     c.apply();
     EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
-
-    // Once applied, an appearance change re-applies, but only in picture mode.
-    c.lightURL = QStringLiteral("/p/light.png");
-    c.darkURL = QStringLiteral("/p/dark.png");
-    c.apply();
-    fake.appearance->set(false);
-    EXPECT_EQ(shown(), "/p/light.png");
-    fake.appearance->set(true);
-    EXPECT_EQ(shown(), "/p/dark.png");
-
-    c.mode = DesktopBackground::color;
-    c.apply();
-    const auto requests = fake.desktopPictures->setRequests.size();
-    fake.appearance->set(false);
-    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
+    EXPECT_EQ(c.originals.value(1), userPicture());
 }
 
 TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
@@ -320,33 +306,15 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
     EXPECT_EQ(c.renderTinted(screen, 9), std::nullopt);
 }
 
-TEST_F(WallpaperFixture, tintedBaseIsScaledToFillAndTheStripSamplesAtLeastTwoPercent)
+TEST_F(WallpaperFixture, tintedStripSamplesAtLeastTwoPercentOrIsTheColour)
 {
-    ScreenInfo screen = screenOf(3, QRectF(0, 0, 300, 300));
-    // Three vertical thirds; scaled to fill a square only the middle one shows.
-    QImage base(900, 300, QImage::Format_RGB32);
-    QPainter painter(&base);
-    painter.fillRect(0, 0, 300, 300, Qt::red);
-    painter.fillRect(300, 0, 300, 300, Qt::green);
-    painter.fillRect(600, 0, 300, 300, Qt::blue);
-    painter.end();
-    WallpaperController& c = make(DesktopBackground::image);
-    c.darkURL = writePicture("wide.png", base);
-
-    QImage out(*c.renderTinted(screen, 3));
-    EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
-    EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
-    // A "@2x" name does not halve the picture: every pixel of the file covers one of the image.
-    c.darkURL = writePicture("square@2x.png", solid(300, 300, Qt::magenta));
-    out = QImage(*c.renderTinted(screen, 3));
-    EXPECT_TRUE(near(out.pixelColor(296, 296), Qt::magenta));
-
     // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
-    screen.frame = QRectF(0, 0, 500, 2000);
+    const ScreenInfo screen = screenOf(3, QRectF(0, 0, 500, 2000));
+    WallpaperController& c = make(DesktopBackground::image);
     QImage rows = solid(100, 100, Qt::black);
     QPainter(&rows).fillRect(0, 0, 100, 1, Qt::white);
     c.darkURL = writePicture("rows.png", rows);
-    out = QImage(*c.renderTinted(screen, 3));
+    const QImage out(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(250, 5), QColor(128, 128, 128), 8))
         << out.pixelColor(250, 5).name().toStdString();
 
@@ -377,11 +345,6 @@ TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
     EXPECT_FALSE(QFile::exists(support("tinted-1-1.jpg")));
     EXPECT_FALSE(QFile::exists(support("tinted-2-2.jpg")));
     EXPECT_TRUE(QFile::exists(support("tinted-2-4.jpg")));
-
-    // Switching the tint off leaves the last files in place.
-    c.barTintActive = false;
-    c.apply();
-    EXPECT_TRUE(QFile::exists(support("tinted-1-3.jpg")));
 
     // A failed write keeps the last file and its record.
     QDir().mkpath(support("tinted-1-5.jpg"));
@@ -502,25 +465,4 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
             EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
     }
     EXPECT_EQ(XSettings::stringSetting(QByteArray(), "Net/ThemeName"), std::nullopt);
-}
-
-TEST_F(WallpaperFixture, modelDrivesTheControllerThroughSwitchAndCover)
-{
-    AppModel& m = makeModel();
-    m.setBackgroundColor(RgbColor{0, 0.5, 0, 1});
-    m.setBackground(DesktopBackground::color);
-    EXPECT_TRUE(shown().endsWith("/quillet-color-1.png"));
-
-    // Switching off puts the user's picture back and forgets the record; on again re-renders.
-    m.setEnabled(false);
-    EXPECT_EQ(shown(), userPicture());
-    EXPECT_TRUE(storedRecord().isUndefined());
-    m.setEnabled(true);
-    EXPECT_TRUE(shown().endsWith("/quillet-color-2.png"));
-
-    // Covering the panel shows the tinted picture; uncovering the plain one again.
-    m.setMenuBarCover(MenuBarCover::entire);
-    EXPECT_TRUE(shown().endsWith("/tinted-1-1.jpg"));
-    m.setMenuBarCover(MenuBarCover::keep);
-    EXPECT_TRUE(shown().endsWith("/quillet-color-3.png"));
 }
