@@ -113,23 +113,9 @@ TEST(ColorPickerConversions, swatchesRoundTripAndGreysHaveNoHue)
               QStringLiteral("0102FF"));
 }
 
-TEST_F(BoundPicker, swatchesInOrderWithTooltipsAndClicks)
+TEST_F(BoundPicker, swatchClickWritesOnce)
 {
     ASSERT_EQ(picker.swatches().size(), 55);
-    int index = 0;
-    int previousY = -1;
-    for (const QStringList& row : ColorPickerPopover::palettes()) {
-        int previousX = -1;
-        for (const QString& digits : row) {
-            ColorSwatch* swatch = picker.swatches().at(index++);
-            EXPECT_EQ(swatch->toolTip(), QStringLiteral("#") + digits);
-            EXPECT_GT(swatch->x(), previousX) << "no overlap within a row";
-            previousX = swatch->geometry().right();
-        }
-        EXPECT_GT(picker.swatches().at(index - 1)->y(), previousY);
-        previousY = picker.swatches().at(index - 1)->y();
-    }
-
     ColorSwatch* stone = picker.swatches().last();
     QTest::mouseClick(stone, Qt::LeftButton);
     EXPECT_EQ(picker.hexText(), QStringLiteral("57534E"));
@@ -191,13 +177,6 @@ TEST_F(BoundPicker, dragsOnThePadAndTheStrip)
     EXPECT_GT(topRight.red(), 240);
     EXPECT_LT(topRight.green(), 20);
     EXPECT_LT(image.pixelColor((padOrigin + QPointF(60, 139)).toPoint()).value(), 10);
-    // The white ring of the marker sits at (sat × width, (1 − bri) × height).
-    const QPointF marker =
-        padOrigin + SatBriPad::markerCentre(picker.sat(), picker.bri(), {220, 140});
-    const QPoint ring(int(marker.x() + 6.5), int(marker.y()));
-    EXPECT_GT(image.pixelColor(ring).lightness(), 230);
-    // Inside the ring the pad shows through.
-    EXPECT_LT(image.pixelColor(ring - QPoint(4, 0)).lightness(), 200);
 }
 
 TEST_F(BoundPicker, hexFieldCommitsOnReturnOnly)
