@@ -67,11 +67,6 @@ TEST_F(PreferencesFixture, everyAssignmentStoresAndApplies)
     EXPECT_EQ(shell.log, QStringList({"taskbar off", "taskbar off", "tray on"}));
     EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
     EXPECT_EQ(store.boolValue(StoredKeys::showInMenuBar), true);
-
-    DefaultsStore reread(dirs.defaultsPath());
-    Preferences again(reread, login, nullptr);
-    EXPECT_FALSE(again.showInDock());
-    EXPECT_TRUE(again.showInMenuBar());
 }
 
 TEST_F(PreferencesFixture, loginItemIsChangedOnlyWhenTheSystemDiffers)

@@ -227,19 +227,15 @@ TEST_F(WindowModelFixture, refreshSelectsTheFirstWindowEveryTime)
 TEST_F(WindowModelFixture, withoutAMatchingSelectionNothingHappens)
 {
     AppModel& m = makeModel();
+    // A selection that no listed window has (as after a refresh elsewhere).
+    m.setSelectedWindowID(QUuid::createUuid());
     QSignalSpy spy(&m, &AppModel::published);
-    for (const std::optional<QUuid>& selection :
-         {std::optional<QUuid>(), std::optional<QUuid>(QUuid::createUuid())}) {
-        m.setSelectedWindowID(selection);
-        spy.clear();
-        m.arrangeSelected(WindowArrangement::fill);
-        m.resizeSelected({800, 600});
-        m.hideSelectedWindow();
-        EXPECT_TRUE(fake.windowControl->log.isEmpty());
-        // No refresh either.
-        EXPECT_EQ(spy.count(), 0);
-        EXPECT_EQ(m.windows().size(), 3);
-    }
+    m.arrangeSelected(WindowArrangement::fill);
+    m.resizeSelected({800, 600});
+    m.hideSelectedWindow();
+    EXPECT_TRUE(fake.windowControl->log.isEmpty());
+    // No refresh either.
+    EXPECT_EQ(spy.count(), 0);
 }
 
 TEST_F(WindowModelFixture, operationsActOnTheSelectedEntry)
