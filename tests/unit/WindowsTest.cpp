@@ -122,12 +122,6 @@ TEST(WindowGeometry, arrangeUsesTheScreenOfTheCentreAndSetsSizePositionSize)
     EXPECT_EQ(fake.windowControl->log,
               QStringList({"size 7 960 540", "position 7 2400 -180", "size 7 960 540"}));
 
-    // A window whose centre is on no screen goes to the main screen.
-    fake.windowControl->frames.insert(9, QRectF(-3000, 100, 600, 400));
-    twoScreens(fake, 2);
-    WindowMover::arrange(fake, 9, WindowArrangement::fill);
-    EXPECT_EQ(fake.windowControl->frames.value(9), QRectF(1440, -180, 1920, 1080));
-
     // A window whose frame cannot be read is left alone.
     fake.windowControl->log.clear();
     WindowMover::arrange(fake, 404, WindowArrangement::fill);
