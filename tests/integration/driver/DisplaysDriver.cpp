@@ -1,7 +1,7 @@
 // Drives the display operations of the real model on the real X platform for the displays
 // integration test. Commands, through a CommandFile:
-//   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | enable 0|1 |
-//   restore | changes | quit
+//   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | restore |
+//   changes | quit
 // The model is built once at start-up, so the modes restored are the ones the displays had then.
 #include "AppModel.h"
 #include "CommandFile.h"
@@ -95,8 +95,6 @@ int main(int argc, char** argv)
                     }
                 }
                 commands.say(found ? QStringLiteral("applied") : QStringLiteral("no such mode"));
-            } else if (command == QLatin1String("enable")) {
-                model.setEnabled(argument == QLatin1String("1"));
             } else if (command == QLatin1String("restore")) {
                 model.restoreSelectedDisplay();
             } else if (command == QLatin1String("changes")) {
