@@ -85,10 +85,6 @@ qd_check_eq "at ratio 2 the positions are in points" \
   "$(while read -r line; do echo "$(half "$(field x "$line")") $(half "$(field w "$line")")"; done <<<"$scan")" \
   "$(while read -r line; do echo "$(field x "$line") $(field w "$line")"; done <<<"$scaled")"
 
-windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
-qd_check "the window list has the panel at layer 24" \
-  grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
-
 qd_section "a status item added and removed again"
 # The panel lists a newly known item before the items it knew already. A status item's tooltip
 # title is its description, named by the part before the first comma.
