@@ -73,8 +73,6 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "frames where Qt places windows, the strut halved" \
     "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"
-  qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
-    "$(qd_drive qtscreens | tr '\n' ';')"
   qd_check_eq "modes and the current size in points" "mode 1920x1080 current 960x540" \
     "$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
   qd_drive apply 640x360 >/dev/null

@@ -1,6 +1,6 @@
 // Drives the display operations of the real model on the real X platform for the displays
 // integration test. Commands, through a CommandFile:
-//   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | restore |
+//   screens | displays | modes | current | select <id> | apply <W>x<H> | restore |
 //   changes | quit
 // The model is built once at start-up, so the modes restored are the ones the displays had then.
 #include "AppModel.h"
@@ -11,7 +11,6 @@
 #include "platform/x11/PlatformFactory.h"
 
 #include <QGuiApplication>
-#include <QScreen>
 #include <QTimer>
 #include <cstdio>
 
@@ -50,18 +49,6 @@ int main(int argc, char** argv)
                             .arg(s.outputName, rect(s.frame), rect(s.visibleFrame))
                             .arg(s.backingScale)
                             .arg(s.name));
-                }
-            } else if (command == QLatin1String("qtscreens")) {
-                // Qt's own view, to compare with the frames: top-left logical coordinates.
-                for (const QScreen* s : QGuiApplication::screens()) {
-                    const QRect g = s->geometry();
-                    commands.say(QStringLiteral("qtscreen %1 %2,%3,%4x%5 scale=%6")
-                                     .arg(s->name())
-                                     .arg(g.x())
-                                     .arg(g.y())
-                                     .arg(g.width())
-                                     .arg(g.height())
-                                     .arg(s->devicePixelRatio()));
                 }
             } else if (command == QLatin1String("displays")) {
                 for (const DisplayInfo& d : model.displays())
