@@ -1,7 +1,6 @@
 // Test tool: prints what the program's own backends see of the panel on the current X display.
 //
 //   quillet_panel_items                 the tray items, left to right
-//   quillet_panel_items --windows       the window-list snapshot, front to back
 //   quillet_panel_items --time N [PID]  N snapshots, name lists and full scans, with timings in
 //                                       ms; with PID, that process is stopped (SIGSTOP) after
 //                                       one warm-up scan and continued at the end
@@ -46,22 +45,6 @@ void printItems(const Platform& platform)
     }
 }
 
-void printWindows(const Platform& platform)
-{
-    for (const WindowListEntry& e : platform.windowList().onScreenWindows()) {
-        out << QStringLiteral("layer=%1 id=0x%2 x=%3 y=%4 w=%5 h=%6 pid=%7 owner=%8 name=%9\n")
-                   .arg(e.layer)
-                   .arg(e.number, 0, 16)
-                   .arg(e.bounds.x())
-                   .arg(e.bounds.y())
-                   .arg(e.bounds.width())
-                   .arg(e.bounds.height())
-                   .arg(e.ownerPid)
-                   .arg(e.ownerName.value_or(QStringLiteral("<none>")),
-                        e.windowName.value_or(QStringLiteral("<none>")));
-    }
-}
-
 template <typename F> QList<double> timed(int runs, F f)
 {
     QList<double> ms;
@@ -96,9 +79,7 @@ int main(int argc, char** argv)
         QTextStream(stderr) << "quillet_panel_items: no X11 session\n";
         return 2;
     }
-    if (args.value(0) == QLatin1String("--windows")) {
-        printWindows(*platform);
-    } else if (args.value(0) == QLatin1String("--time")) {
+    if (args.value(0) == QLatin1String("--time")) {
         const int runs = std::max(1, args.value(1).toInt());
         const pid_t silent = pid_t(args.value(2).toInt());
         if (silent > 0) {

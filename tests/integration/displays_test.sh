@@ -56,10 +56,6 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$left" "Left Panel"
   qd_check "a monitor's new EDID is read again" \
     grep -q "^screen $left DUMMY0 .*name=Left Panel$" <<<"$(drv_until ".*name=Left Panel;.*" screens)"
-  modes=$(qd_drive modes)
-  qd_check_eq "modes: largest first, one per size" "mode 3840x2160" "$(echo "$modes" | head -n 1 | cut -d' ' -f1,2)"
-  qd_check_eq "modes: no size twice" "" "$(echo "$modes" | cut -d' ' -f2 | sort | uniq -d)"
-  qd_check "modes: 1280x720 offered" grep -q '^mode 1280x720 ' <<<"$modes"
 
   qd_section "two monitors: a monitor switched off and on again"
   changes=$(qd_drive changes)
@@ -77,8 +73,6 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "frames where Qt places windows, the strut halved" \
     "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"
-  qd_check_eq "Qt's screens agree" "qtscreen DUMMY0 0,0,960x540 scale=2;qtscreen DUMMY1 1920,0,960x540 scale=2;" \
-    "$(qd_drive qtscreens | tr '\n' ';')"
   qd_check_eq "modes and the current size in points" "mode 1920x1080 current 960x540" \
     "$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
   qd_drive apply 640x360 >/dev/null
@@ -106,18 +100,9 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
     "1280x720+0+0 $start_right" "$(monitors)"
   qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(qd_drive current)"
 
-  qd_section "two monitors: master switch and quitting"
-  qd_drive apply 1600x900 >/dev/null
-  qd_drive enable 0 >/dev/null
-  qd_check_eq "switching off restores both monitors" "$start" "$(monitors)"
+  qd_section "two monitors: quitting"
   qd_drive apply 1280x1024 >/dev/null
-  qd_check_eq "applying while off changes nothing" "$start" "$(monitors)"
-  qd_check_eq "applying while off shows the chosen size" "current 1280x1024" "$(qd_drive current)"
-  qd_drive enable 1 >/dev/null
-  qd_check_eq "switching on applies the remembered mode" "1280x1024+1920+0" "$(qd_geometry DUMMY1)"
-  qd_drive select "$left" >/dev/null
-  qd_drive apply 800x600 >/dev/null
-  qd_check_eq "the left monitor switched again" "800x600+0+0" "$(qd_geometry DUMMY0)"
+  qd_check_eq "the right monitor switched again" "1280x720+0+0 1280x1024+1920+0" "$(monitors)"
   qd_driver_quit
   qd_check_eq "quitting restores both monitors and the screen size" "$start $start_screen" \
     "$(monitors) $(screen_size)"
@@ -144,8 +129,6 @@ qd_new_home
 output=$(xrandr | sed -n 's/^\([^ ]*\) connected.*/\1/p' | head -n 1)
 start=$(qd_geometry "$output")
 drv_start one
-modes=$(qd_drive modes)
-qd_check "the added modes are offered" grep -q '^mode 1280x720 ' <<<"$modes"
 qd_drive apply 1280x720 >/dev/null
 qd_check_eq "Xvfb switched" "1280x720+0+0" "$(qd_geometry "$output")"
 qd_driver_quit

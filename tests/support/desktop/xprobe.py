@@ -79,35 +79,32 @@ class Display:
             self._atoms[name] = xlib.XInternAtom(self.dpy, name.encode(), 0)
         return self._atoms[name]
 
-    def prop(self, window, name, length=4096):
-        """(type atom, format, raw bytes) of a property, or None."""
+    def prop(self, window, name, want_format=None):
+        """A property's items (C longs for format 32, else bytes), or None when unset or of
+        another format than WANT_FORMAT."""
         actual_type, actual_format = Atom(), ctypes.c_int()
         nitems, after, data = ctypes.c_ulong(), ctypes.c_ulong(), ctypes.c_void_p()
         status = xlib.XGetWindowProperty(
-            self.dpy, window, self.atom(name), 0, length, 0, ANY_PROPERTY_TYPE,
+            self.dpy, window, self.atom(name), 0, 4096, 0, ANY_PROPERTY_TYPE,
             ctypes.byref(actual_type), ctypes.byref(actual_format), ctypes.byref(nitems),
             ctypes.byref(after), ctypes.byref(data))
-        if status != 0 or not data.value or actual_type.value == 0:
-            if data.value:
-                xlib.XFree(data)
-            return None
-        # Xlib hands 32-bit items back as C longs.
-        unit = {8: 1, 16: ctypes.sizeof(ctypes.c_short), 32: ctypes.sizeof(ctypes.c_long)}[actual_format.value]
-        raw = ctypes.string_at(data.value, nitems.value * unit)
-        xlib.XFree(data)
-        return actual_type.value, actual_format.value, raw, nitems.value
+        value = None
+        if status == 0 and data.value and actual_type.value and want_format in (None, actual_format.value):
+            # Xlib hands 32-bit items back as C longs.
+            if actual_format.value == 32:
+                value = list((ctypes.c_ulong * nitems.value).from_address(data.value))
+            else:
+                value = ctypes.string_at(data.value, nitems.value * (actual_format.value // 8))
+        if data.value:
+            xlib.XFree(data)
+        return value
 
     def prop_longs(self, window, name):
-        value = self.prop(window, name)
-        if value is None or value[1] != 32:
-            return []
-        return list((ctypes.c_ulong * value[3]).from_buffer_copy(value[2]))
+        return self.prop(window, name, 32) or []
 
     def prop_text(self, window, name):
-        value = self.prop(window, name)
-        if value is None or value[1] != 8:
-            return None
-        return value[2].decode("utf-8", "replace")
+        value = self.prop(window, name, 8)
+        return None if value is None else value.decode("utf-8", "replace")
 
     def name(self, window):
         text = self.prop_text(window, "_NET_WM_NAME")
@@ -120,19 +117,16 @@ class Display:
     def children(self, window):
         root, parent = Window(), Window()
         kids, count = ctypes.POINTER(Window)(), ctypes.c_uint()
-        if not xlib.XQueryTree(self.dpy, window, ctypes.byref(root), ctypes.byref(parent),
-                               ctypes.byref(kids), ctypes.byref(count)):
-            return []
-        result = [kids[i] for i in range(count.value)]
+        ok = xlib.XQueryTree(self.dpy, window, ctypes.byref(root), ctypes.byref(parent),
+                             ctypes.byref(kids), ctypes.byref(count))
+        result = [kids[i] for i in range(count.value)] if ok else []
         if kids:
             xlib.XFree(kids)
         return result
 
     def attributes(self, window):
         attrs = XWindowAttributes()
-        if not xlib.XGetWindowAttributes(self.dpy, window, ctypes.byref(attrs)):
-            return None
-        return attrs
+        return attrs if xlib.XGetWindowAttributes(self.dpy, window, ctypes.byref(attrs)) else None
 
     def root_position(self, window):
         x, y, child = ctypes.c_int(), ctypes.c_int(), Window()
