@@ -306,6 +306,26 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
     EXPECT_EQ(c.renderTinted(screen, 9), std::nullopt);
 }
 
+TEST_F(WallpaperFixture, tintedBaseIsScaledToFillCentredOnePixelPerPixel)
+{
+    const ScreenInfo screen = screenOf(3, QRectF(0, 0, 300, 300));
+    // Three vertical thirds; scaled to fill a square only the middle one shows.
+    QImage base = solid(900, 300, Qt::red);
+    QPainter painter(&base);
+    painter.fillRect(300, 0, 300, 300, Qt::green);
+    painter.fillRect(600, 0, 300, 300, Qt::blue);
+    painter.end();
+    WallpaperController& c = make(DesktopBackground::image);
+    c.darkURL = writePicture("wide.png", base);
+    QImage out(*c.renderTinted(screen, 3));
+    EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
+    EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
+    // A "@2x" name does not halve the picture: every pixel of the file covers one of the image.
+    c.darkURL = writePicture("square@2x.png", solid(300, 300, Qt::magenta));
+    out = QImage(*c.renderTinted(screen, 3));
+    EXPECT_TRUE(near(out.pixelColor(296, 296), Qt::magenta));
+}
+
 TEST_F(WallpaperFixture, tintedStripSamplesAtLeastTwoPercentOrIsTheColour)
 {
     // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
