@@ -272,6 +272,18 @@ TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
     c.apply();
     EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
     EXPECT_EQ(c.originals.value(1), userPicture());
+
+    // Once applied, a change of appearance shows the other picture, in image mode only.
+    c.lightURL = QStringLiteral("/p/light.png");
+    c.darkURL = QStringLiteral("/p/dark.png");
+    c.apply();
+    fake.appearance->set(false);
+    EXPECT_EQ(shown(), "/p/light.png");
+    c.mode = DesktopBackground::color;
+    c.apply();
+    const qsizetype requests = fake.desktopPictures->setRequests.size();
+    fake.appearance->set(true);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
 }
 
 TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
