@@ -4,6 +4,7 @@
 #include "RootWindowDesktopPictures.h"
 
 #include "X11Connection.h"
+#include "X11Replies.h"
 #include "platform/PictureFile.h"
 
 #include <QPainter>
@@ -14,10 +15,7 @@
 
 namespace {
 
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 xcb_atom_t internAtom(xcb_connection_t* c, const char* name)
 {

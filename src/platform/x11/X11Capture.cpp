@@ -5,6 +5,7 @@
 #include "X11Connection.h"
 #include "X11Probes.h"
 #include "X11RandR.h"
+#include "X11Replies.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -17,10 +18,7 @@
 
 namespace {
 
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 // The root window's pixels are 32 bits, little-endian, red in the third byte: the layout of
 // QImage::Format_RGB32. Every X server for a desktop today uses it at depth 24 or 32.
@@ -195,7 +193,7 @@ bool X11Capture::ensureSegment(std::size_t bytes)
     m_shmSize = bytes;
     m_segment = xcb_generate_id(m_connection);
     // A server on another machine cannot attach our memory: fall back to plain GetImage.
-    const bool attached = !std::unique_ptr<xcb_generic_error_t, FreeDeleter>(xcb_request_check(
+    const bool attached = !Reply<xcb_generic_error_t>(xcb_request_check(
         m_connection, xcb_shm_attach_checked(m_connection, m_segment, std::uint32_t(m_shmId), 0)));
     // Marked for removal now, so the segment goes away with the last detach even after a crash.
     shmctl(m_shmId, IPC_RMID, nullptr);

@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 #include "X11RandR.h"
+#include "X11Replies.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -14,10 +15,7 @@
 
 namespace {
 
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 using Resources = Reply<xcb_randr_get_screen_resources_current_reply_t>;
 using OutputInfo = Reply<xcb_randr_get_output_info_reply_t>;

@@ -2,6 +2,7 @@
 #include "X11RandR.h"
 
 #include "X11Connection.h"
+#include "X11Replies.h"
 
 #include <QHash>
 #include <cstdlib>
@@ -10,10 +11,7 @@
 namespace X11 {
 
 namespace {
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 // Atom names never change while the server runs.
 QString atomName(xcb_connection_t* c, xcb_atom_t atom)

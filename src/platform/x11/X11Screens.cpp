@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 #include "X11RandR.h"
+#include "X11Replies.h"
 #include "X11Struts.h"
 
 #include <QGuiApplication>
@@ -14,10 +15,7 @@
 
 namespace {
 
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 // One monitor before conversion: root pixels.
 struct RawScreen {

@@ -34,10 +34,7 @@ constexpr auto windowManagerTimeout = 500ms;
 // ICCCM IconicState, the state asked for by WM_CHANGE_STATE.
 constexpr uint32_t iconicState = 3;
 
-struct FreeDeleter {
-    void operator()(void* p) const { std::free(p); }
-};
-template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
+using X11::Reply;
 
 // Collects replies until the first one misses its deadline; from then on every reply is
 // discarded at once.
