@@ -60,15 +60,6 @@ struct Options {
             parser.addOption(QCommandLineOption(QString::fromLatin1(option.name),
                                                 QString::fromLatin1(option.description)));
         parser.addOption(hidden);
-        // The session manager restarts a Qt program with "-session <id>", and Qt's own X11
-        // options may be given too; QApplication consumes them later, so they are accepted
-        // here unlisted.
-        for (const char* qtOption : {"session", "display", "platform", "style", "stylesheet"}) {
-            QCommandLineOption option(QString::fromLatin1(qtOption), QString(),
-                                      QStringLiteral("value"));
-            option.setFlags(QCommandLineOption::HiddenFromHelp);
-            parser.addOption(option);
-        }
     }
 };
 } // namespace
@@ -83,8 +74,25 @@ QString CommandLine::helpText()
     return QStringLiteral("Usage: quillet [OPTION]...") + text.mid(lineEnd);
 }
 
-CommandLine CommandLine::parse(const QStringList& arguments)
+CommandLine CommandLine::parse(const QStringList& original)
 {
+    // The session manager restarts a Qt program with "-session <id>", and Qt's own X11 options
+    // ("-display :1", "-platform xcb", …) may be given too. QApplication takes them out later;
+    // here they are set aside, whole, before the GNU-style parse splits them into letters.
+    static const QStringList qtOptionsWithValue{
+        QStringLiteral("-session"),       QStringLiteral("-display"),
+        QStringLiteral("-platform"),      QStringLiteral("-style"),
+        QStringLiteral("-stylesheet"),    QStringLiteral("-name"),
+        QStringLiteral("-title"),         QStringLiteral("-qwindowgeometry"),
+        QStringLiteral("-platformtheme"), QStringLiteral("-plugin")};
+    QStringList arguments;
+    for (qsizetype i = 0; i < original.size(); ++i) {
+        if (i > 0 && qtOptionsWithValue.contains(original.at(i)) && i + 1 < original.size())
+            ++i;
+        else
+            arguments.append(original.at(i));
+    }
+
     QCommandLineParser parser;
     const Options options(parser);
     const QCommandLineOption& help = options.help;

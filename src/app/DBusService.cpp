@@ -115,10 +115,10 @@ bool DBusService::handleMessage(const QDBusMessage& message, const QDBusConnecti
         QTimer::singleShot(0, &m_control, [this] { m_control.quit(); });
         return true;
     }
-    connection.send(message.createErrorReply(
-        kUnknownMethod, QStringLiteral("no method %1(%2) on %3")
-                            .arg(message.member(), message.signature(),
-                                 QLatin1String(interfaceName))));
+    connection.send(
+        message.createErrorReply(kUnknownMethod, QStringLiteral("no method %1(%2) on %3")
+                                                     .arg(message.member(), message.signature(),
+                                                          QLatin1String(interfaceName))));
     return true;
 }
 
@@ -166,9 +166,8 @@ bool DBusService::handleProperties(const QDBusMessage& message, const QDBusConne
 
 void DBusService::announce(const QVariantMap& changed)
 {
-    QDBusMessage signal = QDBusMessage::createSignal(QString::fromLatin1(objectPath),
-                                                     kPropertiesInterface,
-                                                     QStringLiteral("PropertiesChanged"));
+    QDBusMessage signal = QDBusMessage::createSignal(
+        QString::fromLatin1(objectPath), kPropertiesInterface, QStringLiteral("PropertiesChanged"));
     signal << QString::fromLatin1(interfaceName) << changed << QStringList();
     QDBusConnection::sessionBus().send(signal);
 }

@@ -37,7 +37,8 @@ bool startInstance(QString& whyNot)
     process.setStandardOutputFile(QProcess::nullDevice());
     qint64 pid = 0;
     if (!process.startDetached(&pid)) {
-        whyNot = QStringLiteral("cannot start %1: %2").arg(process.program(), process.errorString());
+        whyNot =
+            QStringLiteral("cannot start %1: %2").arg(process.program(), process.errorString());
         return false;
     }
     const QDeadlineTimer deadline(kStartTimeoutMs);
@@ -84,7 +85,8 @@ int RemoteCommand::run(const QString& command)
         const QDeadlineTimer deadline(kQuitTimeoutMs);
         while (SingleInstance::isRunning()) {
             if (deadline.hasExpired()) {
-                printError(QStringLiteral("Quillet did not end within %1 s").arg(kQuitTimeoutMs / 1000));
+                printError(
+                    QStringLiteral("Quillet did not end within %1 s").arg(kQuitTimeoutMs / 1000));
                 return 1;
             }
             QThread::msleep(20);

@@ -29,8 +29,7 @@ QStringList sorted(const QSet<QString>& set)
     return list;
 }
 
-template <typename Enum, typename Values>
-QString choices(const Values& values)
+template <typename Enum, typename Values> QString choices(const Values& values)
 {
     QStringList names;
     for (Enum value : values)
@@ -146,9 +145,9 @@ QString RemoteControl::writeProperty(const QString& name, const QVariant& value)
             if (const auto background = desktopBackgroundFromRaw(value.toString()))
                 m_model.setBackground(*background);
             else
-                error = QStringLiteral("unknown background \"%1\"; choose one of %2")
-                            .arg(value.toString(),
-                                 choices<DesktopBackground>(allDesktopBackgrounds));
+                error =
+                    QStringLiteral("unknown background \"%1\"; choose one of %2")
+                        .arg(value.toString(), choices<DesktopBackground>(allDesktopBackgrounds));
         }
     } else if (name == kBackgroundColor) {
         if ((error = expect(QMetaType::QString, "string")).isEmpty()) {

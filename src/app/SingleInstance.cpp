@@ -220,8 +220,9 @@ SingleInstance::Answer SingleInstance::send(const QString& request, int timeoutM
             break;
         socket.abort();
         if (deadline.hasExpired())
-            return {false, {QStringLiteral("the running Quillet does not answer on %1")
-                                .arg(socketPath(dir))}};
+            return {
+                false,
+                {QStringLiteral("the running Quillet does not answer on %1").arg(socketPath(dir))}};
         QThread::msleep(100);
     }
     if (!peerIsThisUser(socket.socketDescriptor()))
@@ -250,6 +251,7 @@ SingleInstance::Answer SingleInstance::send(const QString& request, int timeoutM
             !socket.canReadLine())
             break;
     }
-    answer.lines.append(QStringLiteral("the running Quillet closed the connection without an answer"));
+    answer.lines.append(
+        QStringLiteral("the running Quillet closed the connection without an answer"));
     return answer;
 }

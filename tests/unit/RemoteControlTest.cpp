@@ -1,8 +1,9 @@
 // The command line's parsing and the checks outside requests pass before they reach the model:
 // usage errors, bad values that change nothing, hidden labels set by toggles, change signals.
+#include "RemoteControl.h"
+
 #include "CommandLine.h"
 #include "FakeApp.h"
-#include "RemoteControl.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -75,9 +76,11 @@ TEST(CommandLineTest, usageErrorsNameTheProblem)
     };
     for (const auto& c : cases) {
         const CommandLine line = parse(c.arguments);
-        EXPECT_EQ(line.outcome, CommandLine::Outcome::usageError) << qPrintable(c.arguments.join(' '));
+        EXPECT_EQ(line.outcome, CommandLine::Outcome::usageError)
+            << qPrintable(c.arguments.join(' '));
         EXPECT_TRUE(line.text.contains(QLatin1String(c.message))) << qPrintable(line.text);
-        EXPECT_TRUE(line.text.endsWith(QLatin1String("Try 'quillet --help' for more information.\n")));
+        EXPECT_TRUE(
+            line.text.endsWith(QLatin1String("Try 'quillet --help' for more information.\n")));
     }
 }
 
@@ -93,8 +96,9 @@ TEST_F(RemoteFixture, badValuesChangeNothing)
         QVariant value;
         const char* message;
     } cases[] = {
-        {"Background", QStringLiteral("Color"), "unknown background \"Color\"; choose one of "
-                                                "\"keep\", \"color\", \"image\""},
+        {"Background", QStringLiteral("Color"),
+         "unknown background \"Color\"; choose one of "
+         "\"keep\", \"color\", \"image\""},
         {"Background", true, "Background takes a string, not a boolean"},
         {"BackgroundColor", QStringLiteral("#10203"), "malformed colour \"#10203\""},
         {"BackgroundColor", QStringLiteral("#1020304"), "malformed colour"},
@@ -110,7 +114,8 @@ TEST_F(RemoteFixture, badValuesChangeNothing)
     };
     for (const auto& c : cases) {
         const QString error = control->writeProperty(QLatin1String(c.name), c.value);
-        EXPECT_TRUE(error.contains(QLatin1String(c.message))) << c.name << ": " << qPrintable(error);
+        EXPECT_TRUE(error.contains(QLatin1String(c.message)))
+            << c.name << ": " << qPrintable(error);
     }
     // An unknown label makes the model look at the panel again, and nothing else.
     for (const QList<QVariant>& signal : published)
@@ -122,9 +127,11 @@ TEST_F(RemoteFixture, badValuesChangeNothing)
 TEST_F(RemoteFixture, valuesGoThroughTheModelAndAreAnnounced)
 {
     QSignalSpy changed(control.get(), &RemoteControl::propertiesChanged);
-    EXPECT_EQ(control->writeProperty(QStringLiteral("BackgroundColor"), QStringLiteral("#1e90ff")), QString());
+    EXPECT_EQ(control->writeProperty(QStringLiteral("BackgroundColor"), QStringLiteral("#1e90ff")),
+              QString());
     EXPECT_EQ(store.stringValue(StoredKeys::backgroundColor), QStringLiteral("#1E90FF"));
-    EXPECT_EQ(control->writeProperty(QStringLiteral("Background"), QStringLiteral("color")), QString());
+    EXPECT_EQ(control->writeProperty(QStringLiteral("Background"), QStringLiteral("color")),
+              QString());
     EXPECT_EQ(model->background(), DesktopBackground::color);
     ASSERT_EQ(changed.size(), 2);
     EXPECT_EQ(changed.at(0).first().toMap(),
@@ -158,12 +165,15 @@ TEST_F(RemoteFixture, hiddenLabelsAreSetByTogglingItems)
     fake.windowList->entries.removeFirst();
     model->refreshMenuBarItems();
 
-    EXPECT_EQ(control->writeProperty(QStringLiteral("HiddenItemLabels"), QStringList{QStringLiteral("app12")}),
+    EXPECT_EQ(control->writeProperty(QStringLiteral("HiddenItemLabels"),
+                                     QStringList{QStringLiteral("app12")}),
               QString());
-    EXPECT_EQ(model->hiddenLabels(), (QSet<QString>{QStringLiteral("app11"), QStringLiteral("app12")}));
+    EXPECT_EQ(model->hiddenLabels(),
+              (QSet<QString>{QStringLiteral("app11"), QStringLiteral("app12")}));
     EXPECT_EQ(model->selectedItemIDs(), QSet<quint32>{12});
     EXPECT_EQ(control->writeProperty(QStringLiteral("HiddenItemLabels"), QStringList()), QString());
     // The absent item's label stays, as it does in the window; it hides the item when it returns.
     EXPECT_EQ(model->hiddenLabels(), QSet<QString>{QStringLiteral("app11")});
-    EXPECT_EQ(store.stringListValue(StoredKeys::hiddenItemLabels), QStringList{QStringLiteral("app11")});
+    EXPECT_EQ(store.stringListValue(StoredKeys::hiddenItemLabels),
+              QStringList{QStringLiteral("app11")});
 }
