@@ -9,6 +9,7 @@
 #include "platform/x11/X11WindowState.h"
 #include "ui/MainWindow.h"
 #include "ui/MaskWindowPresenter.h"
+#include "ui/Popover.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 #include "ui/WindowAccess.h"
@@ -69,6 +70,14 @@ void QuilletApp::start()
     // The desktop hints go on every native window the main window gets.
     connect(m_mainWindow.get(), &MainWindow::windowShown, this,
             [this] { X11::setSkipTaskbar(m_mainWindow->windowHandle(), !m_showInTaskbar); });
+    // Without a tray icon nothing would be left to reach the program (and its master switch)
+    // once the window is gone, so closing it quits and puts the desktop back, as Linux
+    // programs without a tray icon do. With the tray icon shown the program keeps running there.
+    connect(m_mainWindow.get(), &MainWindow::closed, this, [] {
+        if (!StatusItemController::shared().isShown())
+            QCoreApplication::quit();
+    });
+    Popover::setKeepOffTaskbar([](QWindow* window) { X11::setSkipTaskbar(window, true); });
     WindowAccess::shared().opener = [this] {
         if (m_mainWindow)
             m_mainWindow->reopen();

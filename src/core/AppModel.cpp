@@ -93,6 +93,10 @@ std::optional<QString> AppModel::defaultPicture(const QString& fileName) const
             return QDir::cleanPath(path);
         return std::nullopt;
     }
+    // Say where we looked, so that a program copied without its share/quillet folder is easy
+    // to put right; the fatal message itself stays as it is.
+    qCritical("Quillet: no folder with the default pictures (Light.png, Dark.png) among: %s",
+              qUtf8Printable(dirs.join(QStringLiteral(", "))));
     qFatal("unable to find bundle named Quillet_Quillet");
 }
 

@@ -43,8 +43,8 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
         QString text = message;
         if (newer && link.isValid())
             text += QStringLiteral("<br><a href=\"%1\">%1</a>").arg(link.toString().toHtmlEscaped());
-        QMessageBox box(QMessageBox::Information, QStringLiteral("Check for Updates"), text,
-                        QMessageBox::Ok, parent);
+        QMessageBox box(QMessageBox::Information, tr("Check for Updates"), text, QMessageBox::Ok,
+                        parent);
         box.setTextFormat(Qt::RichText);
         box.setTextInteractionFlags(Qt::TextBrowserInteraction);
         box.exec();
@@ -52,7 +52,7 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
     if (m_busy)
         return;
     if (!m_feed.isValid() || m_feed.isEmpty()) {
-        report(false, QStringLiteral("No update feed is configured for this build."), {});
+        report(false, tr("No update feed is configured for this build."), {});
         return;
     }
     m_busy = true;
@@ -62,7 +62,7 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
     connect(reply, &QNetworkReply::finished, this, [reply, report] {
         reply->deleteLater();
         if (reply->error() != QNetworkReply::NoError) {
-            report(false, QStringLiteral("Could not check for updates: %1").arg(reply->errorString()), {});
+            report(false, tr("Could not check for updates: %1").arg(reply->errorString()), {});
             return;
         }
         QString error;
