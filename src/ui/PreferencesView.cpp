@@ -127,8 +127,7 @@ void PreferencesView::refresh()
         const QSignalBlocker block(toggle);
         toggle->setChecked((m_prefs.*get)());
     }
-    // Follows the tray preference; on a desktop without a notification area closing quits
-    // either way, which is the safe side.
+    // Follows the tray preference, as closing the window does.
     m_closingNote->setText(m_prefs.showInMenuBar()
                                ? tr("Closing the main window keeps Quillet running; reopen it "
                                     "from the menu-bar item.")

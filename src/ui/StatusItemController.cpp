@@ -67,7 +67,9 @@ void StatusItemController::setVisible(bool visible)
 
 bool StatusItemController::isShown() const
 {
-    return m_item && m_item->isVisible() && QSystemTrayIcon::isSystemTrayAvailable();
+    // Not QSystemTrayIcon::isSystemTrayAvailable(): it asks the session bus and waits for the
+    // answer. An icon shown before a notification area exists docks when one appears.
+    return m_item && m_item->isVisible();
 }
 
 void StatusItemController::menuNeedsUpdate()

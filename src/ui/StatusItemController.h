@@ -23,8 +23,8 @@ public:
     // Creates or removes the tray icon; a removed one is rebuilt from scratch when shown again.
     void setVisible(bool visible);
 
-    // True while the tray icon exists and a notification area can hold it: the user then has a
-    // handle on the program without its main window.
+    // True while the tray icon is shown: the user then has a handle on the program without its
+    // main window.
     bool isShown() const;
 
     QSystemTrayIcon* item() const { return m_item.get(); }
