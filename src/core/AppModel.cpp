@@ -19,7 +19,8 @@ AppModel::AppModel(Dependencies deps)
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
       m_desktopIcons(deps.platform.desktopIcons())
 {
-    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens());
+    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
+                                                    &m_defaults);
     m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
                                                      m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
@@ -108,7 +109,7 @@ void AppModel::setEnabled(bool enabled)
     if (enabled) {
         // The last chosen mode goes to the display selected now.
         if (m_lastAppliedMode)
-            m_platform.displayModes().switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
+            m_display->switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
         if (m_desktopIconsHidden)
             m_desktopIcons.setHidden(true);
         pushWallpaper();

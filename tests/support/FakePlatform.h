@@ -100,6 +100,21 @@ public:
         current.insert(display, modeId);
         return true;
     }
+    // Where each display stands; displays without an entry report none.
+    QHash<quint32, DisplayPlacement> placements;
+    std::optional<DisplayPlacement> placement(quint32 display) const override
+    {
+        if (!placements.contains(display))
+            return std::nullopt;
+        return placements.value(display);
+    }
+    bool placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement) override
+    {
+        if (!switchMode(display, modeId))
+            return false;
+        placements.insert(display, placement);
+        return true;
+    }
 };
 
 class FakeWindowControl final : public WindowControl {
