@@ -15,7 +15,9 @@
 #include "ui/WindowAccess.h"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -85,7 +87,12 @@ void QuilletApp::start()
     m_mainWindow->show();
 
     Preferences::shared().apply();
-    AppModel::shared().restoreIfEnabled();
+    AppModel& model = AppModel::shared();
+    model.restoreIfEnabled();
+    // A run that ended without its quit sequence may have left the icons hidden: unless the
+    // choices just restored hide them again, the user's own style comes back now.
+    if (!(model.enabled() && model.desktopIconsHidden()))
+        model.desktopIcons().restore();
     UpdaterController::shared();
 }
 
@@ -133,8 +140,35 @@ void QuilletApp::restoreDesktop()
         return;
     m_restored = true;
     AppModel& model = AppModel::shared();
+    DesktopIcons& icons = model.desktopIcons();
     model.display().restoreAll();
-    model.desktopIcons().restore();
+    // The icon style is written in its turn, but the desktop program is restarted once, last:
+    // one that starts while its pictures change may crash. Its restart is handed to a process of
+    // its own, so quitting does not wait for the new desktop to appear.
+    icons.holdRestarts();
+    icons.restore();
+    waitBriefly([&icons] { return icons.onlyRestartLeft(); });
     model.wallpaper().restore();
     model.overlays().clearMenuBarWindows();
+    icons.releaseRestarts(false);
+    waitBriefly([&icons] { return icons.isSettled(); });
+}
+
+void QuilletApp::waitBriefly(const std::function<bool()>& done)
+{
+    // The event loop keeps running (answers arrive through it) but takes no user input, and a
+    // desktop that does not answer holds the quit for a few seconds at most.
+    constexpr int kLimitMs = 3000;
+    constexpr int kCheckMs = 10;
+    if (done())
+        return;
+    QEventLoop loop;
+    QTimer check;
+    connect(&check, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    check.start(kCheckMs);
+    QTimer::singleShot(kLimitMs, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
 }

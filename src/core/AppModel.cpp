@@ -17,7 +17,8 @@ using namespace std::chrono_literals;
 AppModel::AppModel(Dependencies deps)
     : m_platform(deps.platform), m_defaults(deps.defaults), m_scheduler(deps.scheduler),
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
-      m_desktopIcons(deps.platform.desktopIcons())
+      m_desktopIcons(deps.platform.desktopIcons(),
+                     WallpaperController::supportDir() + QStringLiteral("/desktop-icons.json"))
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
                                                     &m_defaults);
@@ -44,6 +45,10 @@ AppModel::AppModel(Dependencies deps)
         self->recomputeBarTiles();
     };
     connect(&m_platform, &Platform::applicationActivated, this, &AppModel::refreshPermissions);
+    connect(&m_desktopIcons, &DesktopIcons::desktopReady, this, [this] {
+        if (std::exchange(m_wallpaperWaitsForDesktop, false))
+            pushWallpaper();
+    });
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
             &AppModel::scheduleBarRecapture);
 
@@ -161,6 +166,12 @@ void AppModel::pushWallpaper()
 {
     if (!m_enabled)
         return;
+    if (!m_desktopIcons.isDesktopReady()) {
+        // A desktop program still starting may crash when its pictures change: push once it
+        // has drawn the desktop.
+        m_wallpaperWaitsForDesktop = true;
+        return;
+    }
     m_wallpaper->mode = m_background;
     m_wallpaper->color = m_backgroundColor;
     m_wallpaper->lightURL = m_lightWallpaperURL;

@@ -32,7 +32,10 @@ void AppModel::recomputeBarTiles()
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
     if (active != m_wallpaper->barTintActive) {
         m_wallpaper->barTintActive = active;
-        m_wallpaper->apply();
+        if (m_desktopIcons.isDesktopReady())
+            m_wallpaper->apply();
+        else
+            m_wallpaperWaitsForDesktop = true;
     }
     m_overlays->setMenuBarHidden(active);
     if (!active) {
