@@ -3,6 +3,7 @@
 #include "AppModel.h"
 
 #include "BarReflow.h"
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
@@ -65,6 +66,8 @@ void AppModel::recomputeBarTiles()
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
                     capture = image;
+                } else {
+                    qCDebug(lcCover, "display %u could not be captured", id);
                 }
             }
         }

@@ -2,6 +2,7 @@
 // user's own pictures and the tinted strip under a covered panel.
 #include "WallpaperController.h"
 
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
@@ -135,8 +136,11 @@ void WallpaperController::apply()
         const std::optional<QString> target = targetURL();
         if (!target)
             return;
-        for (const ScreenInfo& screen : screens)
-            pictures.setDesktopPicture(screen, *target);
+        for (const ScreenInfo& screen : screens) {
+            if (!pictures.setDesktopPicture(screen, *target))
+                qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                        qUtf8Printable(*target));
+        }
         return;
     }
     // Asking for the appearance may mean a bus call and a child process: once per apply, not
@@ -147,8 +151,10 @@ void WallpaperController::apply()
     for (const ScreenInfo& screen : screens) {
         if (!screen.displayId)
             continue;
-        if (const auto tinted = renderTinted(screen, *screen.displayId))
-            pictures.setDesktopPicture(screen, *tinted);
+        if (const auto tinted = renderTinted(screen, *screen.displayId);
+            tinted && !pictures.setDesktopPicture(screen, *tinted))
+            qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                    qUtf8Printable(*tinted));
     }
 }
 
@@ -308,8 +314,10 @@ void WallpaperController::restore()
         if (!screen.displayId)
             continue;
         if (const auto found = originals.constFind(*screen.displayId);
-            found != originals.constEnd())
-            m_platform.desktopPictures().setDesktopPicture(screen, *found);
+            found != originals.constEnd() &&
+            !m_platform.desktopPictures().setDesktopPicture(screen, *found))
+            qCDebug(lcWallpaper, "%s: cannot put back %s", qUtf8Printable(screen.outputName),
+                    qUtf8Printable(*found));
     }
     originals.clear();
     persistOriginals();

@@ -4,6 +4,7 @@
 #include "XfceDesktopPictures.h"
 
 #include "X11Connection.h"
+#include "platform/PlatformLogging.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -37,7 +38,11 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
     message.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    QDBusMessage reply = QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
+                qUtf8Printable(arguments.value(1).toString()), qUtf8Printable(reply.errorMessage()));
+    return reply;
 }
 
 // A stored value as text ("5", "true", a path), or nothing when the property does not exist.
