@@ -4,6 +4,7 @@
 
 #include "CoreLogging.h"
 #include "DefaultsStore.h"
+#include "ProblemLog.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
 
@@ -15,6 +16,7 @@
 #include <QImageWriter>
 #include <QJsonObject>
 #include <QPainter>
+#include <QSaveFile>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -53,10 +55,18 @@ QString fallbackDir()
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    return file.write(bytes) == bytes.size();
+    // Written whole or not at all: a full disk must not leave a cut-off picture for the desktop.
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit()) {
+        ProblemLog::clear(QFileInfo(path).absolutePath());
+        return true;
+    }
+    ProblemLog::reportOnce(
+        QFileInfo(path).absolutePath(),
+        QStringLiteral("cannot write pictures to the folder %1 (%2); the desktop "
+                       "keeps its current picture")
+            .arg(QFileInfo(path).absolutePath(), file.errorString()));
+    return false;
 }
 
 QByteArray encode(const QImage& image, const char* format, int quality = -1)
