@@ -23,6 +23,12 @@ AppModel::AppModel(Dependencies deps)
     m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
                                                      m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
+    // Said in the window, and in the log for a restore at quit, when the window is gone.
+    connect(m_wallpaper.get(), &WallpaperController::restoreNotice, this,
+            [this](const QString& text) {
+                qWarning("Quillet: %s", qPrintable(text));
+                assign(m_desktopNotice, text, Field::desktopNotice);
+            });
 
     m_selectedDisplayID = m_platform.displayModes().mainDisplay();
     m_canCloneBar = m_platform.capture().canCaptureScreen();
@@ -156,11 +162,7 @@ void AppModel::pushWallpaper()
 {
     if (!m_enabled)
         return;
-    m_wallpaper->mode = m_background;
-    m_wallpaper->color = m_backgroundColor;
-    m_wallpaper->lightURL = m_lightWallpaperURL;
-    m_wallpaper->darkURL = m_darkWallpaperURL;
-    m_wallpaper->apply();
+    m_wallpaper->show({m_background, m_backgroundColor, m_lightWallpaperURL, m_darkWallpaperURL});
     // The desktop behind the panel has changed.
     m_frameCache.clear();
     scheduleBarRecapture();

@@ -30,10 +30,9 @@ void AppModel::intersectSelectionWithItems()
 void AppModel::recomputeBarTiles()
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
-    if (active != m_wallpaper->barTintActive) {
-        m_wallpaper->barTintActive = active;
-        m_wallpaper->apply();
-    }
+    // The controller puts tinted pictures up only while a choice is shown: taking the tint down
+    // with the switch off applies nothing.
+    m_wallpaper->setBarTintActive(active);
     m_overlays->setMenuBarHidden(active);
     if (!active) {
         m_overlays->setBarTiles({});
