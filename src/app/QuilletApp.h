@@ -5,6 +5,7 @@
 #include "core/ShellHooks.h"
 
 #include <QObject>
+#include <functional>
 #include <memory>
 
 class DBusService;
@@ -39,6 +40,8 @@ private:
     void startRemoteControl();
     // Puts back display modes, desktop icons, desktop pictures and masks; runs once.
     void restoreDesktop();
+    // Runs the event loop until `done` holds or a few seconds have passed.
+    static void waitBriefly(const std::function<bool()>& done);
 
     std::unique_ptr<Platform> m_platform;
     std::unique_ptr<MainWindow> m_mainWindow;

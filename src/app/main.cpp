@@ -43,7 +43,7 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Quillet"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLET_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("quillet"));
-    // Closing the main window leaves the program running (tray icon, reopen request).
+    // The shell decides what closing the main window does (quit, or keep running in the tray).
     QApplication::setQuitOnLastWindowClosed(false);
 
     QuilletApp app;

@@ -45,7 +45,7 @@ void AppModel::apply(const DisplayMode& mode)
     setCurrentSize(mode.width, mode.height);
     if (!m_enabled)
         return;
-    if (m_platform.displayModes().switchMode(m_selectedDisplayID, mode.id)) {
+    if (m_display->switchMode(m_selectedDisplayID, mode.id)) {
         m_frameCache.clear();
         recomputeBarTiles();
     } else {
