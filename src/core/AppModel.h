@@ -173,6 +173,8 @@ private:
     std::unique_ptr<OverlayController> m_overlays;
     std::unique_ptr<WallpaperController> m_wallpaper;
     DesktopIcons m_desktopIcons;
+    // Set while a picture change waits for a restarted desktop program.
+    bool m_wallpaperWaitsForDesktop = false;
 
     QList<DisplayInfo> m_displays;
     quint32 m_selectedDisplayID = 0;

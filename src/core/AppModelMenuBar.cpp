@@ -3,6 +3,7 @@
 #include "AppModel.h"
 
 #include "BarReflow.h"
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
@@ -31,8 +32,12 @@ void AppModel::recomputeBarTiles()
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
     // The controller puts tinted pictures up only while a choice is shown: taking the tint down
-    // with the switch off applies nothing.
-    m_wallpaper->setBarTintActive(active);
+    // with the switch off applies nothing. A desktop program still starting gets the pictures
+    // once it has drawn the desktop.
+    if (m_desktopIcons.isDesktopReady())
+        m_wallpaper->setBarTintActive(active);
+    else
+        m_wallpaperWaitsForDesktop = true;
     m_overlays->setMenuBarHidden(active);
     if (!active) {
         m_overlays->setBarTiles({});
@@ -61,6 +66,8 @@ void AppModel::recomputeBarTiles()
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
                     capture = image;
+                } else {
+                    qCDebug(lcCover, "display %u could not be captured", id);
                 }
             }
         }

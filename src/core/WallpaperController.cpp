@@ -2,7 +2,9 @@
 // user's own pictures and the tinted strip under a covered panel.
 #include "WallpaperController.h"
 
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
+#include "ProblemLog.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
 
@@ -14,6 +16,7 @@
 #include <QImageWriter>
 #include <QJsonObject>
 #include <QPainter>
+#include <QSaveFile>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -52,10 +55,18 @@ QString fallbackDir()
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    return file.write(bytes) == bytes.size();
+    // Written whole or not at all: a full disk must not leave a cut-off picture for the desktop.
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit()) {
+        ProblemLog::clear(QFileInfo(path).absolutePath());
+        return true;
+    }
+    ProblemLog::reportOnce(
+        QFileInfo(path).absolutePath(),
+        QStringLiteral("cannot write pictures to the folder %1 (%2); the desktop "
+                       "keeps its current picture")
+            .arg(QFileInfo(path).absolutePath(), file.errorString()));
+    return false;
 }
 
 QByteArray encode(const QImage& image, const char* format, int quality = -1)
@@ -178,8 +189,11 @@ void WallpaperController::apply()
         const std::optional<QString> target = targetURL();
         if (!target)
             return;
-        for (const ScreenInfo& screen : std::as_const(screens))
-            pictures.setDesktopPicture(screen, *target);
+        for (const ScreenInfo& screen : std::as_const(screens)) {
+            if (!pictures.setDesktopPicture(screen, *target))
+                qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                        qUtf8Printable(*target));
+        }
         return;
     }
     // Asking for the appearance may mean a bus call and a child process: once per apply, not
@@ -190,8 +204,10 @@ void WallpaperController::apply()
     for (const ScreenInfo& screen : std::as_const(screens)) {
         if (!screen.displayId)
             continue;
-        if (const auto tinted = renderTinted(screen, *screen.displayId))
-            pictures.setDesktopPicture(screen, *tinted);
+        if (const auto tinted = renderTinted(screen, *screen.displayId);
+            tinted && !pictures.setDesktopPicture(screen, *tinted))
+            qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                    qUtf8Printable(*tinted));
     }
 }
 

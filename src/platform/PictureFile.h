@@ -1,6 +1,8 @@
 // Reading the user's picture files the way the desktop shows them.
 #pragma once
 
+#include "ProblemLog.h"
+
 #include <QImage>
 #include <QImageReader>
 #include <QString>
@@ -24,6 +26,14 @@ inline QImage read(const QString& path)
     QImageReader reader(path);
     reader.setAutoTransform(true);
     QImage image = reader.read();
+    if (image.isNull()) {
+        // Empty, cut off, not a picture, gone, or too large to decode: the caller falls back to
+        // the colour; the user hears once which file and why.
+        ProblemLog::reportOnce(
+            QStringLiteral("picture ") + path,
+            QStringLiteral("picture file %1 cannot be shown (%2)").arg(path, reader.errorString()));
+        return image;
+    }
     image.setDevicePixelRatio(1.0);
     return image;
 }

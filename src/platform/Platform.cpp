@@ -103,11 +103,14 @@ public:
     bool isDark() const override { return false; }
 };
 
-// No supported desktop program: no command is run at all.
+// No supported desktop program: nothing can be read or written, so nothing is ever changed.
 class NoDesktopIcons final : public DesktopIconsBackend {
 public:
-    void writeIconsHidden(bool) override {}
-    void restartDesktop() override {}
+    Style hiddenStyle() const override { return 0; }
+    Style shownStyle() const override { return {}; }
+    void readStyle(std::function<void(ReadResult)> done) override { done(ReadResult()); }
+    void writeStyle(Style, std::function<void(bool)> done) override { done(false); }
+    void restartDesktop(std::function<void()> ready) override { ready(); }
 };
 
 } // namespace

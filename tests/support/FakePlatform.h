@@ -147,6 +147,21 @@ public:
         current.insert(display, modeId);
         return true;
     }
+    // Where each display stands; displays without an entry report none.
+    QHash<quint32, DisplayPlacement> placements;
+    std::optional<DisplayPlacement> placement(quint32 display) const override
+    {
+        if (!placements.contains(display))
+            return std::nullopt;
+        return placements.value(display);
+    }
+    bool placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement) override
+    {
+        if (!switchMode(display, modeId))
+            return false;
+        placements.insert(display, placement);
+        return true;
+    }
 };
 
 class FakeWindowControl final : public WindowControl {
@@ -237,15 +252,52 @@ private:
     }
 };
 
+// Answers at once unless `deferred` is set; then the answers wait in `pending` until run.
 class FakeDesktopIcons final : public DesktopIconsBackend {
 public:
-    // "hide", "show", "restart" in the order asked.
+    // "hide" (the hidden style written), "show" (any other), "restart" in the order asked.
     QStringList log;
-    void writeIconsHidden(bool hidden) override
+    // The desktop's stored style; `readable` / `writable` false make reads / writes fail.
+    Style style;
+    bool readable = true;
+    bool writable = true;
+    bool deferred = false;
+    QList<std::function<void()>> pending;
+
+    Style hiddenStyle() const override { return 0; }
+    Style shownStyle() const override { return 2; }
+    void readStyle(std::function<void(ReadResult)> done) override
     {
-        log << (hidden ? QStringLiteral("hide") : QStringLiteral("show"));
+        answer([this, done] { done(readable ? ReadResult(style) : ReadResult()); });
     }
-    void restartDesktop() override { log << QStringLiteral("restart"); }
+    void writeStyle(Style wanted, std::function<void(bool)> done) override
+    {
+        log << (wanted == hiddenStyle() ? QStringLiteral("hide") : QStringLiteral("show"));
+        if (writable)
+            style = wanted;
+        answer([this, done] { done(writable); });
+    }
+    void restartDesktop(std::function<void()> ready) override
+    {
+        log << QStringLiteral("restart");
+        answer(std::move(ready));
+    }
+    // Runs the answers held back so far, in order (not those they lead to).
+    void answerPending()
+    {
+        const QList<std::function<void()>> now = std::exchange(pending, {});
+        for (const auto& reply : now)
+            reply();
+    }
+
+private:
+    void answer(std::function<void()> reply)
+    {
+        if (deferred)
+            pending << std::move(reply);
+        else
+            reply();
+    }
 };
 
 // Owns a Platform made of fakes and keeps typed pointers to them.

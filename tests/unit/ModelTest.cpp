@@ -1,6 +1,4 @@
-// The app model: master switch, desktop choices, launch restore, permissions and the poll,
-// and the desktop-icon switch it drives.
-#include "DesktopIcons.h"
+// The app model: master switch, desktop choices, launch restore, permissions and the poll.
 #include "FakeApp.h"
 
 #include <QFile>
@@ -21,25 +19,6 @@ qsizetype publishedCount(const QSignalSpy& spy, AppModel::Field field)
 }
 
 } // namespace
-
-TEST(DesktopIcons, undoesOnlyWhatItHid)
-{
-    FakeDesktopIcons backend;
-    DesktopIcons icons(backend);
-
-    // Nothing hidden yet, so nothing to undo; hiding twice runs twice; one restore undoes it.
-    icons.restore();
-    icons.setHidden(true);
-    icons.setHidden(true);
-    icons.restore();
-    icons.restore();
-    // Showing clears the flag, so a later restore has nothing to undo.
-    icons.setHidden(true);
-    icons.setHidden(false);
-    icons.restore();
-    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "hide", "restart", "show", "restart",
-                                        "hide", "restart", "show", "restart"}));
-}
 
 TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
 {

@@ -6,6 +6,7 @@
 #include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
 #include "X11Replies.h"
+#include "platform/PlatformLogging.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -36,7 +37,11 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
     message.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    QDBusMessage reply = QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
+                qUtf8Printable(arguments.value(1).toString()), qUtf8Printable(reply.errorMessage()));
+    return reply;
 }
 
 bool succeeded(const QDBusMessage& reply)
