@@ -9,7 +9,8 @@
 #   centred picture) and only the monitor with the panel gets a strip; a slideshow never cycles
 #   through our folder and comes back as it was; the light/dark picture follows the theme;
 # - kill -9 at start-up, after a change and during quit, then a relaunch (restore on launch off)
-#   and quit: every setting back (QUILLET_WALLPAPER_KILLS trials, 8 by default; with
+#   and quit: every setting back; a monitor switched off keeps its record until it returns; a
+#   crash record waits through a run without xfdesktop (QUILLET_WALLPAPER_KILLS trials, 8 by default; with
 #   QUILLET_WALLPAPER_KILLS_ONLY=1 nothing else runs);
 # - without a desktop program, on a root painted by `xsetroot -solid`: the colour goes into the
 #   root pixmap, a resolution switch draws it again, and quitting (also after kill -9) puts the
@@ -368,6 +369,31 @@ xfce_record_waits_for_xfdesktop() {
   qd_check "no record is left" test ! -e "$(record_file)"
 }
 
+xfce_monitor_off_during_the_session() {
+  local first second
+  first=$(monitor_outputs | sed -n 1p) second=$(monitor_outputs | sed -n 2p)
+  [ -n "$second" ] || return 0
+  qd_section "xfdesktop: a monitor switched off keeps its record until it returns"
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color"}'
+  qd_launch_quillet quillet-monitor-off
+  check_ours "the colour" "/Quillet/quillet-color-[0-9]+\.png$"
+  xrandr --output "$second" --off
+  qd_wait_for 10 "one monitor left" eval '[ "$(monitor_outputs | wc -l)" = 1 ]'
+  qd_stop_checked
+  qd_check "$second's part of the record is kept" grep -q "\"$second\"" "$(record_file)"
+  qd_check "$first's part of the record is gone" eval '! grep -q "\"$first\"" "$(record_file)"'
+  xrandr --output "$second" --auto --right-of "$first"
+  qd_wait_for 10 "both monitors back" eval '[ "$(monitor_outputs | wc -l)" = 2 ]'
+  "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; json.dump(d, open(p, "w"))' \
+    "$XDG_CONFIG_HOME/Quillet/defaults.json"
+  qd_launch_quillet quillet-monitor-back
+  qd_wait_for 15 "quillet's main window" qd_main_window || qd_fail "no main window"
+  qd_stop_checked
+  check_as_before "after the monitor came back, a launch and a quit"
+  qd_check "no record is left" test ! -e "$(record_file)"
+}
+
 # --- kill -9 at any moment -----------------------------------------------------------------
 
 # Picks the Nth of the listed words, cycling.
@@ -516,6 +542,7 @@ xfce_keep_with_covered_panel
 xfce_slideshow_paused
 image_follows_the_appearance
 xfce_record_waits_for_xfdesktop
+xfce_monitor_off_during_the_session
 kill_trials "$kills"
 qd_stop_desktop
 
