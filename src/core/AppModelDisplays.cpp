@@ -1,5 +1,6 @@
 // The model's display operations: the display list, the selected display's modes, switching.
 #include "AppModel.h"
+#include "CoreLogging.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -47,6 +48,9 @@ void AppModel::apply(const DisplayMode& mode)
     if (m_display->switchMode(m_selectedDisplayID, mode.id)) {
         m_frameCache.clear();
         recomputeBarTiles();
+    } else {
+        qCDebug(lcDisplays, "display %u refused mode %d (%lld x %lld)", m_selectedDisplayID,
+                mode.id, qint64(mode.width), qint64(mode.height));
     }
 }
 

@@ -45,4 +45,11 @@ inline const StoredKey showInMenuBar{QLatin1StringView("pref.showInMenuBar"),
                                      StoredKey::Kind::boolean, false};
 inline const StoredKey launchAtLogin{QLatin1StringView("pref.launchAtLogin"),
                                      StoredKey::Kind::boolean, false};
+
+// Every key above, for checks of a whole store.
+inline const StoredKey* const all[] = {
+    &hiddenItemLabels, &backgroundColor,   &background,       &desktopIconsHidden,
+    &menuBarCover,     &lightWallpaperURL, &darkWallpaperURL, &originalURLs,
+    &restoreOnLaunch,  &showInDock,        &showInMenuBar,    &launchAtLogin,
+};
 } // namespace StoredKeys

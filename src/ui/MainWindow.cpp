@@ -8,6 +8,7 @@
 #include "core/AppModel.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScreen>
@@ -21,7 +22,7 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     : QMainWindow(parent), m_model(model), m_preferences(preferences)
 {
     setObjectName(QStringLiteral("main"));
-    setWindowTitle(QStringLiteral("Quillet"));
+    setWindowTitle(tr("Quillet"));
     setWindowIcon(appIcon());
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
@@ -97,25 +98,24 @@ void MainWindow::keepWindowsOnScreen()
 
 void MainWindow::buildMenu()
 {
-    m_appMenu = menuBar()->addMenu(QStringLiteral("Quillet"));
-    m_appMenu->addAction(QStringLiteral("About Quillet"), this, [this] {
-        QMessageBox::about(this, QStringLiteral("About Quillet"),
-                           QStringLiteral("<b>Quillet</b> %1<br>Makes the screen presentable for "
-                                          "screenshots, recordings and demos, and puts "
-                                          "everything back afterwards.")
+    m_appMenu = menuBar()->addMenu(tr("&Quillet"));
+    m_appMenu->addAction(tr("&About Quillet"), this, [this] {
+        QMessageBox::about(this, tr("About Quillet"),
+                           tr("<b>Quillet</b> %1<br>Makes the screen presentable for "
+                              "screenshots, recordings and demos, and puts "
+                              "everything back afterwards.")
                                .arg(QStringLiteral(QUILLET_VERSION)));
     });
-    QAction* updates =
-        m_appMenu->addAction(QStringLiteral("Check for Updates\u2026"), this,
-                             [this] { UpdaterController::shared().checkForUpdates(this); });
+    QAction* updates = m_appMenu->addAction(tr("Check for &Updates\u2026"), this, [this] {
+        UpdaterController::shared().checkForUpdates(this);
+    });
     updates->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
     m_appMenu->addSeparator();
     QAction* settings =
-        m_appMenu->addAction(QStringLiteral("Settings\u2026"), this, &MainWindow::openSettings);
+        m_appMenu->addAction(tr("&Settings\u2026"), this, &MainWindow::openSettings);
     settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     m_appMenu->addSeparator();
-    QAction* quit =
-        m_appMenu->addAction(QStringLiteral("Quit Quillet"), qApp, &QCoreApplication::quit);
+    QAction* quit = m_appMenu->addAction(tr("&Quit Quillet"), qApp, &QCoreApplication::quit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setShortcutContext(Qt::ApplicationShortcut);
 }
@@ -127,7 +127,7 @@ QWidget* MainWindow::settingsWindow()
         auto* window = new QWidget(nullptr, Qt::Window);
         window->setAttribute(Qt::WA_QuitOnClose, false);
         window->setObjectName(QStringLiteral("settings"));
-        window->setWindowTitle(QStringLiteral("Quillet Settings"));
+        window->setWindowTitle(tr("Quillet Settings"));
         window->setWindowIcon(appIcon());
         auto* layout = new QVBoxLayout(window);
         layout->setContentsMargins(0, 0, 0, 0);
@@ -162,4 +162,11 @@ void MainWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
     emit windowShown();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    QMainWindow::closeEvent(event);
+    if (event->isAccepted())
+        emit closed();
 }

@@ -32,9 +32,12 @@ public:
 signals:
     // Emitted when the native window exists or is recreated, so its desktop hints can be set.
     void windowShown();
+    // Emitted after the user closed the window (its close button, Alt+F4, the window menu).
+    void closed();
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
