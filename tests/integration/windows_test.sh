@@ -193,7 +193,7 @@ qd_wait_for 5 "Sketch left back on the first workspace" on_desktop "$sketch_left
 # The front window of an application comes first, as _NET_CLIENT_LIST_STACKING has it.
 for front in "$sketch_left" "$sketch_right"; do
   xdotool windowraise "$front"
-  qd_wait_for 5 "window $front on top of the stacking list" \
+  qd_wait_for 10 "window $front on top of the stacking list" \
     sh -c "xprop -root _NET_CLIENT_LIST_STACKING | sed 's/.*, //' | grep -qi \"^$(printf '0x%x' "$front")\$\""
   first_sketch=$("$driver" list 2>>"$QD_TMP/driver.log" | sed -n 's/^window \([^ ]*\) [*-] Sample-sketch\t.*/\1/p' | head -n 1)
   qd_check_eq "the raised Sketch window is that application's first row" "$front" "$((first_sketch))"
