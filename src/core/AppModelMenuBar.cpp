@@ -6,6 +6,7 @@
 // when a scan brings a change.
 #include "AppModel.h"
 #include "BarReflow.h"
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "MenuBarNamer.h"
 #include "MenuBarScanner.h"
@@ -153,10 +154,13 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
 void AppModel::recomputeBarTiles(bool rescan)
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
-    if (active != m_wallpaper->barTintActive) {
-        m_wallpaper->barTintActive = active;
-        m_wallpaper->apply();
-    }
+    // The controller puts tinted pictures up only while a choice is shown: taking the tint down
+    // with the switch off applies nothing. A desktop program still starting gets the pictures
+    // once it has drawn the desktop.
+    if (m_desktopIcons.isDesktopReady())
+        m_wallpaper->setBarTintActive(active);
+    else
+        m_wallpaperWaitsForDesktop = true;
     if (!active) {
         m_overlays->setMenuBarHidden(false);
         m_overlays->setBarTiles({});
@@ -196,6 +200,8 @@ void AppModel::recomputeBarTiles(bool rescan)
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
                     capture = image;
+                } else {
+                    qCDebug(lcCover, "display %u could not be captured", id);
                 }
             }
         }
