@@ -106,6 +106,7 @@ void AppModel::reselectHiddenItems()
 std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* rect) const
 {
     const double screenTop = screen.frame.y() + screen.frame.height();
+    std::optional<BarReflow::Bar> bar;
     // The panel window at the top of the screen: its extent and its height, whether or not it
     // reserves space.
     for (const QRectF& panel : m_topPanels) {
@@ -116,39 +117,40 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
         const double left = std::max(panel.left(), screen.frame.left());
         const double right = std::min(panel.right(), screen.frame.right());
         *rect = QRectF(left, screenTop - panel.height(), right - left, panel.height());
-        BarReflow::Bar bar;
-        bar.heightPt = panel.height();
+        bar = BarReflow::Bar{panel.height(), std::nullopt, std::nullopt};
         if (right < screen.frame.right())
-            bar.rightPt = right - screen.frame.x();
-        // The empty stretch nearest to the items shows the panel's background closest to
-        // them; one on their left wins over one as near on their right.
-        const QList<MenuBarItem> items = BarReflow::onScreen(m_menuBarItems, screen);
-        const double itemsLeft = items.isEmpty() ? right : items.first().cocoaRect.left();
-        std::optional<double> best;
-        double bestDistance = 0.0;
-        for (const QRectF& s : m_emptyStretches) {
-            if (s.width() < minEmptyStretch || !s.intersects(*rect))
-                continue;
-            const double x = s.left() + stretchInset;
-            const double distance = s.right() <= itemsLeft ? itemsLeft - s.right()
-                                                           : std::abs(s.left() - itemsLeft) + 0.5;
-            if (!best || distance < bestDistance) {
-                best = x;
-                bestDistance = distance;
-            }
-        }
-        if (best)
-            bar.backgroundX = *best - screen.frame.x();
-        return bar;
+            bar->rightPt = right - screen.frame.x();
+        break;
     }
     // No panel window seen there: space reserved at the top of the screen is the bar.
     const double reserved = screenTop - (screen.visibleFrame.y() + screen.visibleFrame.height());
-    if (reserved > 1.0) {
+    if (!bar && reserved > 1.0) {
         *rect = QRectF(screen.frame.x(), screenTop - reserved, screen.frame.width(), reserved);
-        return BarReflow::Bar{reserved, std::nullopt, std::nullopt};
+        bar = BarReflow::Bar{reserved, std::nullopt, std::nullopt};
     }
     // A monitor without a top panel has no bar.
-    return std::nullopt;
+    if (!bar)
+        return std::nullopt;
+
+    // The empty stretch nearest to the items shows the panel's background closest to them;
+    // one on their left wins over one as near on their right.
+    const QList<MenuBarItem> items = BarReflow::onScreen(m_menuBarItems, screen);
+    const double itemsLeft = items.isEmpty() ? rect->right() : items.first().cocoaRect.left();
+    std::optional<double> best;
+    double bestDistance = 0.0;
+    for (const QRectF& s : m_emptyStretches) {
+        if (s.width() < minEmptyStretch || !s.intersects(*rect))
+            continue;
+        const double distance =
+            s.right() <= itemsLeft ? itemsLeft - s.right() : std::abs(s.left() - itemsLeft) + 0.5;
+        if (!best || distance < bestDistance) {
+            best = s.left() + stretchInset;
+            bestDistance = distance;
+        }
+    }
+    if (best)
+        bar->backgroundX = *best - screen.frame.x();
+    return bar;
 }
 
 void AppModel::recomputeBarTiles(bool rescan)
