@@ -40,7 +40,7 @@ X11TrayWatch::X11TrayWatch()
     xcb_change_window_attributes(c, m_root, XCB_CW_EVENT_MASK, &rootMask);
 
     xcb_intern_atom_reply_t* atom =
-        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, 18, "_NET_SYSTEM_TRAY_S0"), nullptr);
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, 19, "_NET_SYSTEM_TRAY_S0"), nullptr);
     if (atom) {
         m_traySelection = atom->atom;
         std::free(atom);
