@@ -108,12 +108,12 @@ watch_log=$QD_TMP/mask-watch.log
 "$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 6 >"$watch_log" 2>&1 &
 watch_pid=$!
 sleep 1
-for _ in 1 2 3; do
+for _ in 1 2 3 4; do
   qd_drive toggle YAD 2
   qd_drive settle
 done
 wait "$watch_pid"
-qd_check_eq "no moment without a mask during three toggles (outside observer)" \
+qd_check_eq "no moment without a mask during four toggles (outside observer)" \
   "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
 qd_log "toggle figures: $(qd_drive timetoggle YAD 2 10) / $(qd_drive stall)"
 qd_drive settle
