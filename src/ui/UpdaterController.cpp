@@ -63,13 +63,13 @@ UpdaterController& UpdaterController::shared()
 QMessageBox* UpdaterController::createDialog(bool newer, const QString& message, const QUrl& link,
                                              QWidget* parent)
 {
-    auto* box = new QMessageBox(QMessageBox::Information, QStringLiteral("Check for Updates"),
+    auto* box = new QMessageBox(QMessageBox::Information, tr("Check for Updates"),
                                 message, QMessageBox::Ok, parent);
     box->setTextFormat(Qt::PlainText);
     if (newer && UpdateFeed::isSafeLink(link)) {
         box->setInformativeText(link.toString());
         QPushButton* open =
-            box->addButton(QStringLiteral("Open Download Page"), QMessageBox::AcceptRole);
+            box->addButton(tr("Open Download Page"), QMessageBox::AcceptRole);
         const QUrl target = link;
         QObject::connect(open, &QPushButton::clicked, box, [target] {
             // Checked again at the moment of opening: nothing but https reaches the opener.
@@ -106,7 +106,7 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
                     });
     }
     if (!m_feed.isValid() || m_feed.isEmpty()) {
-        report(false, QStringLiteral("No update feed is configured for this build."), {});
+        report(false, tr("No update feed is configured for this build."), {});
         return;
     }
     m_busy = true;
@@ -129,14 +129,14 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
         reply->deleteLater();
         if (*tooLarge) {
             report(false,
-                   QStringLiteral("The update feed is larger than %1 KB and was not read.")
+                   tr("The update feed is larger than %1 KB and was not read.")
                        .arg(UpdateFeed::kMaxFeedBytes / 1024),
                    {});
             return;
         }
         if (reply->error() != QNetworkReply::NoError) {
             report(false,
-                   QStringLiteral("Could not check for updates: %1")
+                   tr("Could not check for updates: %1")
                        .arg(shortened(reply->errorString())),
                    {});
             return;

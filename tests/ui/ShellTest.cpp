@@ -4,6 +4,7 @@
 #include "UpdateFeed.h"
 #include "platform/AutostartLoginItems.h"
 #include "ui/MainWindow.h"
+#include "ui/Popover.h"
 #include "ui/PreferencesView.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
@@ -12,23 +13,46 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
+#include <QWindow>
 #include <gtest/gtest.h>
 #include <memory>
 
 namespace {
 
+// The entries as the user reads them: without the mnemonic markers.
 QStringList actionTexts(const QMenu* menu)
 {
     QStringList texts;
     for (const QAction* action : menu->actions())
-        texts << (action->isSeparator() ? QStringLiteral("---") : action->text());
+        texts << (action->isSeparator() ? QStringLiteral("---")
+                                        : QString(action->text()).remove(u'&'));
     return texts;
+}
+
+// Every entry has a mnemonic (Alt+letter, or the letter while the menu is open) and no two
+// entries of one menu share a letter.
+void expectDistinctMnemonics(const QList<QAction*>& actions)
+{
+    QSet<QChar> letters;
+    for (const QAction* action : actions) {
+        if (action->isSeparator())
+            continue;
+        const QKeySequence mnemonic = QKeySequence::mnemonic(action->text());
+        EXPECT_FALSE(mnemonic.isEmpty()) << action->text().toStdString();
+        const qsizetype marker = action->text().indexOf(u'&');
+        if (marker < 0 || marker + 1 >= action->text().size())
+            continue;
+        const QChar letter = action->text().at(marker + 1).toLower();
+        EXPECT_FALSE(letters.contains(letter)) << action->text().toStdString();
+        letters.insert(letter);
+    }
 }
 
 // A one-shot HTTP server on the loopback that answers every request with `response`.
@@ -105,6 +129,30 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
 }
 
+TEST(PreferencesView, saysWhatClosingTheWindowDoes)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    AutostartLoginItems login;
+    Preferences prefs(store, login, nullptr);
+    PreferencesView view(prefs);
+    view.show();
+
+    EXPECT_EQ(view.closingNote(),
+              QStringLiteral("Closing the main window quits Quillet and puts the desktop back."));
+    QTest::mouseClick(view.toggle("Show in menu bar"), Qt::LeftButton);
+    ASSERT_TRUE(prefs.showInMenuBar());
+    EXPECT_EQ(view.closingNote(), QStringLiteral("Closing the main window keeps Quillet running; "
+                                                 "reopen it from the menu-bar item."));
+    // The note sits below the rows and is never cut off.
+    const auto* note = view.findChild<QLabel*>(QStringLiteral("closingNote"));
+    ASSERT_NE(note, nullptr);
+    EXPECT_GT(note->mapTo(&view, QPoint()).y(),
+              view.toggle("Launch at login")->mapTo(&view, QPoint()).y());
+    EXPECT_LE(note->mapTo(&view, QPoint()).y() + note->heightForWidth(note->width()),
+              view.height());
+}
+
 struct ShellFixture : ::testing::Test, FakeApp {
     ShellFixture() { makeModel(); }
 };
@@ -119,6 +167,8 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
     const auto actions = window.applicationMenu()->actions();
     EXPECT_EQ(actions[3]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
     EXPECT_EQ(actions[5]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    expectDistinctMnemonics(actions);
+    expectDistinctMnemonics(window.menuBar()->actions());
 
     // Settings… opens a window holding the preferences; closing the main window keeps it.
     actions[3]->trigger();
@@ -126,10 +176,31 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
     EXPECT_TRUE(settings->isVisible());
     EXPECT_NE(settings->findChild<PreferencesView*>(), nullptr);
     window.show();
+    QSignalSpy closed(&window, &MainWindow::closed);
     window.close();
     EXPECT_TRUE(settings->isVisible());
+    // The shell hears of the close and decides whether it quits.
+    EXPECT_EQ(closed.count(), 1);
     window.reopen();
     EXPECT_TRUE(window.isVisible());
+}
+
+TEST(Popover, keptOffTheTaskbarBeforeItIsMapped)
+{
+    QWidget owner;
+    owner.show();
+    Popover popover(QStringLiteral("Custom size"), &owner);
+    QList<bool> visibleWhenMarked;
+    Popover::setKeepOffTaskbar([&](QWindow* window) {
+        EXPECT_EQ(window, popover.windowHandle());
+        visibleWhenMarked << window->isVisible();
+    });
+    popover.open(&owner);
+    popover.hide();
+    popover.open(&owner);
+    Popover::setKeepOffTaskbar(nullptr);
+    // Marked at every showing, each time before the window manager could list it.
+    EXPECT_EQ(visibleWhenMarked, QList<bool>({false, false}));
 }
 
 TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
@@ -139,6 +210,7 @@ TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
     ASSERT_NE(tray.menu(), nullptr);
     EXPECT_EQ(actionTexts(tray.menu()),
               QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
+    expectDistinctMnemonics(tray.menu()->actions());
 
     // Its check follows the master switch when the menu opens.
     model->setEnabled(false);

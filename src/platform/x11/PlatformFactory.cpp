@@ -49,10 +49,11 @@ std::unique_ptr<Platform> createPlatform()
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
             parts.desktopIcons = std::make_unique<XfceDesktopIcons>(*parts.processes);
-            parts.desktopPictures = std::make_unique<XfceDesktopPictures>(
-                WallpaperController::supportDir() + QStringLiteral("/xfce-workspaces.json"));
+            parts.desktopPictures =
+                std::make_unique<XfceDesktopPictures>(WallpaperController::supportDir());
         } else {
-            parts.desktopPictures = std::make_unique<RootWindowDesktopPictures>();
+            parts.desktopPictures =
+                std::make_unique<RootWindowDesktopPictures>(WallpaperController::supportDir());
         }
     }
     auto platform = std::make_unique<Platform>(std::move(parts));
