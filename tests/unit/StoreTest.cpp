@@ -343,6 +343,7 @@ TEST(Codecs, hexRoundsHalvesAwayFromZeroWithoutClamping)
     // Beyond the 64-bit range the number saturates (found by the fuzzer: the conversion
     // overflowed).
     EXPECT_EQ(Codecs::hex({1e300, 0, 0, 1}), QStringLiteral("#FFFFFFFF0000"));
+    EXPECT_EQ(Codecs::hex({0, 1.7e308, 0, 1}), QStringLiteral("#00FFFFFFFF00"));
 }
 
 TEST(Codecs, colorFromHexReadsLeadingHexDigits)
