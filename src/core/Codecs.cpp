@@ -14,11 +14,12 @@ namespace {
 
 qint64 component255(double component)
 {
-    const double scaled = component * 255.0;
-    if (!std::isfinite(scaled))
+    if (!std::isfinite(component))
         qFatal("Quillet: colour component is not a finite number");
+    const double scaled = component * 255.0;
     // std::round rounds halves away from zero. Beyond the 64-bit range (only a broken colour
-    // gets there) the number saturates rather than overflowing the conversion.
+    // gets there, and a finite component near the largest double scales to infinity) the
+    // number saturates rather than overflowing the conversion.
     const double rounded = std::round(scaled);
     constexpr double kLimit = 9.2e18;
     if (rounded >= kLimit)

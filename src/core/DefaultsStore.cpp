@@ -52,6 +52,20 @@ QString kindName(StoredKey::Kind kind)
 
 } // namespace
 
+bool writeAll(QFileDevice& file, const QByteArray& bytes)
+{
+    // A short write is retried for the rest, so that the error string names the real cause
+    // (no space left, file too large) rather than a count.
+    qsizetype done = 0;
+    while (done < bytes.size()) {
+        const qint64 n = file.write(bytes.constData() + done, bytes.size() - done);
+        if (n <= 0)
+            return false;
+        done += n;
+    }
+    return true;
+}
+
 DefaultsStore::DefaultsStore(QString filePath) : m_filePath(std::move(filePath))
 {
     load();
@@ -232,17 +246,20 @@ void DefaultsStore::save()
     }
     QSaveFile file(m_filePath);
     QString failure;
-    if (!file.open(QIODevice::WriteOnly)) {
-        failure = QFileInfo(folder).isWritable()
-                      ? file.errorString()
-                      : QStringLiteral("the folder %1 is not writable (%2)")
-                            .arg(folder, file.errorString());
+    // Unbuffered: a buffered QSaveFile commits a cut-off file when the disk fills up during the
+    // flush; written directly, every short write is seen before the commit.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        // The new contents go to a temporary file beside the store: this is where a read-only
+        // folder or a store of someone else's fails.
+        failure = QStringLiteral("no file can be written in the folder %1 (%2)")
+                      .arg(folder, file.errorString());
     } else {
         // Private before any byte is written: the file holds picture paths of the user.
         file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
         const QByteArray bytes = QJsonDocument(m_values).toJson(QJsonDocument::Indented);
-        if (file.write(bytes) != bytes.size() || !file.commit())
-            failure = file.errorString();
+        if (!writeAll(file, bytes) || !file.commit())
+            failure = QStringLiteral("no file can be written in the folder %1 (%2)")
+                          .arg(folder, file.errorString());
     }
     if (failure.isEmpty()) {
         ProblemLog::clear(topic);

@@ -10,6 +10,12 @@
 #include <QStringList>
 #include <optional>
 
+class QFileDevice;
+
+// Writes all of `bytes` to a file opened unbuffered; false (with the file's error string set)
+// when the disk takes less.
+bool writeAll(QFileDevice& file, const QByteArray& bytes);
+
 class DefaultsStore final {
 public:
     // Opens (or later creates) the store at `filePath`.

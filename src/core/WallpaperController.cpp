@@ -57,7 +57,8 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 {
     // Written whole or not at all: a full disk must not leave a cut-off picture for the desktop.
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit()) {
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, bytes) &&
+        file.commit()) {
         ProblemLog::clear(QFileInfo(path).absolutePath());
         return true;
     }

@@ -11,6 +11,15 @@
 
 namespace PictureFile {
 
+// Empty, cut off, not a picture, gone, or too large to decode: the caller falls back to the
+// colour; the user hears once which file and why.
+inline void reportUnreadable(const QString& path, const QImageReader& reader)
+{
+    ProblemLog::reportOnce(
+        QStringLiteral("picture ") + path,
+        QStringLiteral("picture file %1 cannot be shown (%2)").arg(path, reader.errorString()));
+}
+
 // The whole picture, upright as its orientation tag asks, one pixel per unit: the desktop shows a
 // file by its pixels, so an "@2x" in its name (which Qt reads as a device pixel ratio) must not
 // halve it when drawn. Camera photos often exceed Qt's default 128 MB guard on decoded images, so
@@ -27,11 +36,7 @@ inline QImage read(const QString& path)
     reader.setAutoTransform(true);
     QImage image = reader.read();
     if (image.isNull()) {
-        // Empty, cut off, not a picture, gone, or too large to decode: the caller falls back to
-        // the colour; the user hears once which file and why.
-        ProblemLog::reportOnce(
-            QStringLiteral("picture ") + path,
-            QStringLiteral("picture file %1 cannot be shown (%2)").arg(path, reader.errorString()));
+        reportUnreadable(path, reader);
         return image;
     }
     image.setDevicePixelRatio(1.0);
@@ -81,9 +86,7 @@ inline QImage readToFill(const QString& path, QSize size)
     Q_UNUSED(raised);
     QImage image = reader.read();
     if (image.isNull()) {
-        ProblemLog::reportOnce(
-            QStringLiteral("picture ") + path,
-            QStringLiteral("picture file %1 cannot be shown (%2)").arg(path, reader.errorString()));
+        reportUnreadable(path, reader);
         return {};
     }
     image.setDevicePixelRatio(1.0);

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QString>
 #include <QTemporaryDir>
 #include <QtGlobal>
@@ -26,10 +28,13 @@ inline void silenceLog()
     Q_UNUSED(done);
 }
 
-// A folder removed when the fuzzer exits.
+// A folder removed when the fuzzer exits; in memory where possible, since the store syncs
+// every write to the disk.
 inline const QString& scratchDir()
 {
-    static QTemporaryDir dir;
+    static QTemporaryDir dir(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
+                                 ? QStringLiteral("/dev/shm/quillet-fuzz-XXXXXX")
+                                 : QDir::tempPath() + QStringLiteral("/quillet-fuzz-XXXXXX"));
     static const QString path = dir.path();
     return path;
 }

@@ -134,7 +134,7 @@ if [ ${#as_user[@]} -gt 0 ]; then
   run_once readonly
   launcher=(env)
   chmod 755 "$XDG_CONFIG_HOME/Quillet" "$XDG_DATA_HOME/Quillet"
-  qd_check_eq "read-only config folder: said once" 1 "$(said readonly "is not writable")"
+  qd_check_eq "read-only config folder: said once" 1 "$(said readonly "no file can be written in the folder $XDG_CONFIG_HOME/Quillet")"
   qd_check_eq "read-only support folder: said once" 1 "$(said readonly "cannot write pictures to the folder $XDG_DATA_HOME/Quillet")"
   qd_check "read-only folders: the store unchanged" same_bytes "$QD_TMP/readonly.original" "$(store)"
 else
