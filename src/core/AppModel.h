@@ -13,6 +13,7 @@
 #include "RgbColor.h"
 #include "WallpaperController.h"
 #include "WindowArrangement.h"
+#include "platform/PermissionGap.h"
 
 #include <QHash>
 #include <QImage>
@@ -25,6 +26,7 @@
 #include <optional>
 
 class DefaultsStore;
+class Appearance;
 class Platform;
 class Preferences;
 class ScheduledTask;
@@ -88,6 +90,11 @@ public:
     void requestAccessibility();
     // The Screen Recording banner: ask once, then re-read the permissions.
     void requestScreenCapture();
+    // What is still missing for window control and for capturing, for the banners to explain.
+    PermissionGap windowControlGap() const;
+    PermissionGap screenCaptureGap() const;
+    // The desktop's light or dark appearance, which the windows follow.
+    Appearance& appearance() const;
 
     // --- displays ---
     void reloadDisplays();

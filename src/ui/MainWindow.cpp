@@ -5,7 +5,9 @@
 #include "ContentView.h"
 #include "PreferencesView.h"
 #include "UpdaterController.h"
+#include "components/Look.h"
 #include "core/AppModel.h"
+#include "platform/Appearance.h"
 
 #include <QApplication>
 #include <QMenuBar>
@@ -25,9 +27,33 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
     buildMenu();
+    m_themePalette = QApplication::palette();
+    connect(&model.appearance(), &Appearance::appearanceChanged, this,
+            &MainWindow::followAppearance);
+    followAppearance();
     // A fixed panel: the window is exactly as large as its content and follows it when banners
     // come and go.
     layout()->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+MainWindow::~MainWindow()
+{
+    if (m_darkened)
+        QApplication::setPalette(m_themePalette);
+}
+
+void MainWindow::followAppearance()
+{
+    // The desktop's setting wins (the Xfce theme name, the portal's colour scheme), as GTK
+    // programs follow it; a theme that is already dark is left alone.
+    const bool dark = m_model.appearance().isDark();
+    if (dark && !m_darkened && !Look::isDark(m_themePalette)) {
+        QApplication::setPalette(Look::darkPalette(m_themePalette));
+        m_darkened = true;
+    } else if (!dark && m_darkened) {
+        QApplication::setPalette(m_themePalette);
+        m_darkened = false;
+    }
 }
 
 void MainWindow::buildMenu()
@@ -69,6 +95,8 @@ QWidget* MainWindow::settingsWindow()
         layout->addWidget(new PreferencesView(m_preferences, window));
         layout->setSizeConstraint(QLayout::SetFixedSize);
         connect(this, &QObject::destroyed, window, &QObject::deleteLater);
+        // Shown before it is mapped, so its desktop hints are in place when it appears.
+        window->installEventFilter(this);
         m_settings = window;
     }
     return m_settings;
@@ -90,6 +118,13 @@ void MainWindow::reopen()
         show();
     raise();
     activateWindow();
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_settings && event->type() == QEvent::Show)
+        emit settingsShown();
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::showEvent(QShowEvent* event)
