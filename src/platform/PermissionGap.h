@@ -2,6 +2,7 @@
 // missing and what to do about it.
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 enum class PermissionGap {

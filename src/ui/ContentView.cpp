@@ -208,6 +208,8 @@ QWidget* ContentView::buildResolutionCard()
     stack->addWidget(m_displayRow);
 
     m_strip = new ResolutionStrip(content);
+    // The tiles are the Tab stop (one for the row), not the scrolling area around them.
+    m_strip->setFocusPolicy(Qt::NoFocus);
     stack->addWidget(m_strip);
 
     auto* restore = new QPushButton(QStringLiteral("Restore Original"));

@@ -27,6 +27,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
@@ -518,9 +519,14 @@ TEST_F(PanelFixture, focusedPicturesShowARingInsideThemselves)
     };
     // An unselected thumbnail, a cell and a tile: with the focus, a ring of accent pixels shows
     // all the way round, inside the widget.
+    QWidget* notCurrentTile = nullptr;
+    for (QWidget* tile : view.resolutionStrip()->tiles())
+        if (!static_cast<ResolutionTile*>(tile)->isCurrent())
+            notCurrentTile = tile;
+    ASSERT_NE(notCurrentTile, nullptr);
     for (QWidget* widget :
          QList<QWidget*>{view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide bar")),
-                         view.repositionCells()[0], view.resolutionStrip()->tiles()[0]}) {
+                         view.repositionCells()[0], notCurrentTile}) {
         widget->clearFocus();
         QApplication::processEvents();
         const int without = ringPixels(widget);
@@ -630,12 +636,14 @@ TEST_F(PanelFixture, followsTheDesktopsDarkAppearanceAndSavesScreenshots)
     EXPECT_FALSE(Look::isDark(view.palette()));
     save(QStringLiteral("main-light.png"));
     fake.appearance->set(true);
+    QApplication::processEvents();
     EXPECT_TRUE(Look::isDark(view.palette()));
     EXPECT_TRUE(Look::isDark(window->settingsWindow()->palette()));
     // Text stays readable: light on dark.
     EXPECT_GT(view.palette().color(QPalette::WindowText).lightness(), 160);
     save(QStringLiteral("main-dark.png"));
     fake.appearance->set(false);
+    QApplication::processEvents();
     EXPECT_FALSE(Look::isDark(view.palette()));
 }
 

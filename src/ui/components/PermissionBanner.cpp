@@ -30,7 +30,6 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     m_advice->setFont(Look::caption());
     m_advice->setWordWrap(true);
     m_advice->setSizePolicy(wrapping);
-    m_advice->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_advice->hide();
     m_grant = new QPushButton(grantTitle(), this);
     m_grant->setAccessibleName(grantTitle());
