@@ -7,6 +7,19 @@
 #include <QScreen>
 #include <QTimer>
 
+namespace {
+std::function<void(QWindow*)>& keepOffTaskbar()
+{
+    static std::function<void(QWindow*)> hint;
+    return hint;
+}
+} // namespace
+
+void Popover::setKeepOffTaskbar(std::function<void(QWindow*)> hint)
+{
+    keepOffTaskbar() = std::move(hint);
+}
+
 Popover::Popover(const QString& name, QWidget* parent)
     : QFrame(parent, Qt::Tool | Qt::FramelessWindowHint)
 {
@@ -47,6 +60,10 @@ void Popover::open(QWidget* anchor)
 void Popover::showEvent(QShowEvent* event)
 {
     QFrame::showEvent(event);
+    // The native window exists but is not mapped yet: the window manager reads the hint when
+    // it maps it, so the panel never flashes into a taskbar.
+    if (keepOffTaskbar() && windowHandle())
+        keepOffTaskbar()(windowHandle());
     m_wasActive = false;
     m_eatNextPress = false;
     m_eatRelease = false;

@@ -52,7 +52,7 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
 
 QString PermissionBanner::grantTitle()
 {
-    return QStringLiteral("Grant\u2026");
+    return tr("Grant\u2026");
 }
 
 void PermissionBanner::setAdvice(const QString& advice)
