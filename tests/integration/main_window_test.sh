@@ -89,7 +89,7 @@ qd_check "hiding '$item' changed the tray" qd_wait_for 10 "the tray to change" c
 qd_section "a click that closes a popover presses nothing under it"
 click_on() { # NAME ROLE: a real pointer click in the middle of the control
   local box
-  box=($("${atspi[@]}" extents "$quillet_pid" "$1" "$2")) || { qd_fail "no control '$1'"; return; }
+  box=($("${atspi[@]}" extents "$quillet_pid" "$@")) || { qd_fail "no control '$1'"; return; }
   xdotool mousemove --sync $((box[0] + box[2] / 2)) $((box[1] + box[3] / 2)) click 1
   sleep 0.5
 }
