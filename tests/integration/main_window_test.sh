@@ -189,7 +189,7 @@ qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing 
   qd_fail "the main window is not on the accessibility bus"
 press "Grant…" "push button"
 advice() { "${atspi[@]}" names "$quillet_pid" label | grep -m1 'window manager'; }
-qd_check "the window explains the missing window manager" qd_wait_for 5 "the advice" advice
+qd_check "the window explains the missing window manager" qd_wait_for 20 "the advice" advice
 qd_log "advice: $(advice)"
 qd_stop_checked
 qd_stop_process "$bare_pid" TERM 10 || true
