@@ -68,8 +68,16 @@ int main(int argc, char* argv[])
                         QColor(0xb9, 0xcf, 0xe8, 170), QColor(0x9f, 0xbd, 0xdf, 190)};
     const Palette dark{QColor(0x12, 0x16, 0x24), QColor(0x1d, 0x1a, 0x2c), QColor(0x5a, 0x4c, 0x9a, 110),
                        QColor(0x2a, 0x2f, 0x4f, 200), QColor(0x35, 0x2c, 0x55, 210)};
-    const bool ok = draw(light).save(dir.filePath(QStringLiteral("Light.png"))) &&
-                    draw(dark).save(dir.filePath(QStringLiteral("Dark.png")));
+    // Each picture with a small copy in thumbnails/, written after it, so the program shows its
+    // previews without decoding the full pictures at start-up.
+    dir.mkpath(QStringLiteral("thumbnails"));
+    const auto write = [&dir](const QImage& image, const QString& name) {
+        return image.save(dir.filePath(name)) &&
+               image.scaled(256, 256, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+                   .save(dir.filePath(QStringLiteral("thumbnails/") + name));
+    };
+    const bool ok = write(draw(light), QStringLiteral("Light.png")) &&
+                    write(draw(dark), QStringLiteral("Dark.png"));
     if (!ok) {
         std::fprintf(stderr, "quillet-artwork: cannot write into %s\n", argv[1]);
         return 1;

@@ -88,6 +88,10 @@ void QuilletApp::start(bool showWindow)
     // The desktop hints go on every native window the main window gets.
     connect(m_mainWindow.get(), &MainWindow::windowShown, this,
             [this] { X11::setSkipTaskbar(m_mainWindow->windowHandle(), !m_showInTaskbar); });
+    connect(m_mainWindow.get(), &MainWindow::settingsShown, this, [this] {
+        X11::setSkipTaskbar(m_mainWindow->existingSettingsWindow()->windowHandle(),
+                            !m_showInTaskbar);
+    });
     // Without a tray icon nothing would be left to reach the program (and its master switch)
     // once the window is gone, so closing it quits and puts the desktop back, as Linux
     // programs without a tray icon do. With the tray icon shown the program keeps running there.
@@ -138,13 +142,24 @@ void QuilletApp::setTaskbarPresence(bool shown)
     m_showInTaskbar = shown;
     if (m_mainWindow && m_mainWindow->windowHandle())
         X11::setSkipTaskbar(m_mainWindow->windowHandle(), !shown);
+    // The settings window is one of ours too: it leaves and rejoins the taskbar with the main one.
+    if (QWidget* settings = m_mainWindow ? m_mainWindow->existingSettingsWindow() : nullptr;
+        settings && settings->windowHandle())
+        X11::setSkipTaskbar(settings->windowHandle(), !shown);
 }
 
 void QuilletApp::bringToFront()
 {
-    if (m_mainWindow && m_mainWindow->isVisible()) {
-        m_mainWindow->raise();
-        m_mainWindow->activateWindow();
+    // The program comes forward as it was: when one of its windows is already active (the user
+    // is switching "Show in Dock" in the settings window) nothing moves, and otherwise the
+    // settings window, if open, stays above the main window.
+    if (QApplication::activeWindow() || !m_mainWindow)
+        return;
+    QWidget* settings = m_mainWindow->existingSettingsWindow();
+    QWidget* front = settings && settings->isVisible() ? settings : m_mainWindow.get();
+    if (front->isVisible()) {
+        front->raise();
+        front->activateWindow();
     }
 }
 

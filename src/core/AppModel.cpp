@@ -243,6 +243,21 @@ void AppModel::requestScreenCapture()
     refreshPermissions();
 }
 
+PermissionGap AppModel::windowControlGap() const
+{
+    return m_platform.windowControl().controlGap();
+}
+
+PermissionGap AppModel::screenCaptureGap() const
+{
+    return m_platform.capture().captureGap();
+}
+
+Appearance& AppModel::appearance() const
+{
+    return m_platform.appearance();
+}
+
 void AppModel::pollForAccessibility()
 {
     if (m_accessibilityPollCount != 0)

@@ -15,6 +15,7 @@
 #include "WallpaperController.h"
 #include "WindowArrangement.h"
 #include "platform/PanelScan.h"
+#include "platform/PermissionGap.h"
 
 #include <QHash>
 #include <QImage>
@@ -27,6 +28,7 @@
 #include <optional>
 
 class DefaultsStore;
+class Appearance;
 class Platform;
 class Preferences;
 class ScheduledTask;
@@ -91,6 +93,11 @@ public:
     void requestAccessibility();
     // The Screen Recording banner: ask once, then re-read the permissions.
     void requestScreenCapture();
+    // What is still missing for window control and for capturing, for the banners to explain.
+    PermissionGap windowControlGap() const;
+    PermissionGap screenCaptureGap() const;
+    // The desktop's light or dark appearance, which the windows follow.
+    Appearance& appearance() const;
 
     // --- displays ---
     void reloadDisplays();

@@ -55,6 +55,7 @@ class NoCapture final : public ScreenCapture {
 public:
     bool canCaptureScreen() const override { return false; }
     bool requestCaptureAccess() override { return false; }
+    PermissionGap captureGap() const override { return sessionWithoutX11(); }
     QImage captureDisplay(quint32) override { return {}; }
 };
 
@@ -86,6 +87,7 @@ public:
         qWarning("Quillet: moving other applications' windows needs an X11 session with a "
                  "window manager that follows the EWMH conventions");
     }
+    PermissionGap controlGap() const override { return sessionWithoutX11(); }
     QList<ClientWindow> windows() const override { return {}; }
     std::optional<QRectF> frame(quint64) const override { return {}; }
     void setPosition(quint64, QPointF) override {}

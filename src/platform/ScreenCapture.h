@@ -1,6 +1,8 @@
 // Reading the screen's pixels, and whether the system allows it.
 #pragma once
 
+#include "PermissionGap.h"
+
 #include <QImage>
 
 class ScreenCapture {
@@ -9,6 +11,11 @@ public:
     virtual bool canCaptureScreen() const = 0;
     // Asks for access where the system can grant it; true when capturing is possible now.
     virtual bool requestCaptureAccess() = 0;
+    // What stands in the way of capturing, none when it is possible.
+    virtual PermissionGap captureGap() const
+    {
+        return canCaptureScreen() ? PermissionGap::none : PermissionGap::screenReadRefused;
+    }
     // The display's image in device pixels, row 0 at the top; null on failure. It may hold
     // only the top rows, where the panels are, and is never shorter than the panels.
     virtual QImage captureDisplay(quint32 displayId) = 0;

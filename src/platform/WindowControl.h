@@ -1,6 +1,8 @@
 // Listing, moving, resizing and minimising other applications' windows.
 #pragma once
 
+#include "PermissionGap.h"
+
 #include <QList>
 #include <QPointF>
 #include <QRectF>
@@ -38,6 +40,11 @@ public:
     virtual bool canControlWindows() const = 0;
     // Tells the user what is missing; control may become possible later.
     virtual void requestWindowControl() = 0;
+    // What stands in the way of control, none when it is possible.
+    virtual PermissionGap controlGap() const
+    {
+        return canControlWindows() ? PermissionGap::none : PermissionGap::noWindowManager;
+    }
     // Every managed top-level window in the window manager's order (oldest first), on every
     // workspace.
     virtual QList<ClientWindow> windows() const = 0;

@@ -71,6 +71,34 @@ QString bannerText(MenuBarBanner banner)
     return {};
 }
 
+QString permissionAdvice(PermissionGap gap)
+{
+    const char* text = nullptr;
+    switch (gap) {
+    case PermissionGap::none:
+        return {};
+    case PermissionGap::waylandSession:
+        text = "This is a Wayland session, where Quillet cannot reach other apps' windows or "
+               "read the screen. Log out and choose an X11 (Xorg) session at the login screen.";
+        break;
+    case PermissionGap::noDisplay:
+        text = "Quillet is not connected to an X11 display, so it cannot reach other apps' "
+               "windows or read the screen. Start it from within an X11 desktop session.";
+        break;
+    case PermissionGap::noWindowManager:
+        text = "No window manager that follows the EWMH conventions is running, so windows "
+               "cannot be listed or moved. Start one (Xfce's is xfwm4); Quillet checks again "
+               "every second for the next 30 seconds.";
+        break;
+    case PermissionGap::screenReadRefused:
+        text = "The X server refuses to let Quillet read the screen (an untrusted or "
+               "restricted X connection). Start Quillet with a trusted connection to the "
+               "display, then press Grant… again.";
+        break;
+    }
+    return QCoreApplication::translate("ContentRules", text);
+}
+
 double tileScale(const QList<DisplayMode>& modes)
 {
     qint64 widest = 0;

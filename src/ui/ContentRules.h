@@ -5,6 +5,7 @@
 #include "core/DisplayInfo.h"
 #include "core/MenuBarCover.h"
 #include "core/WindowArrangement.h"
+#include "platform/PermissionGap.h"
 
 #include <QList>
 #include <QRectF>
@@ -69,6 +70,9 @@ QList<RepositionItem> repositionItems();
 // The banners for the panel choice and the two permissions, screen recording first.
 QList<MenuBarBanner> menuBarBanners(MenuBarCover cover, bool canCloneBar, bool canNameItems);
 QString bannerText(MenuBarBanner banner);
+// What a permission banner tells the user once "Grant…" could not help: what is missing and
+// what to do. Empty when nothing is missing.
+QString permissionAdvice(PermissionGap gap);
 
 // The common scale of the resolution tiles: the largest mode fits 168 × 108.
 double tileScale(const QList<DisplayMode>& modes);

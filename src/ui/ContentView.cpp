@@ -8,6 +8,7 @@
 #include "WindowListBox.h"
 #include "WindowRow.h"
 #include "components/ColorPickerPopover.h"
+#include "components/FocusGroup.h"
 #include "components/Look.h"
 #include "components/MiniScreen.h"
 #include "components/PermissionBanner.h"
@@ -74,6 +75,21 @@ QWidget* cellRows(const QList<QAbstractButton*>& cells)
     return box;
 }
 
+// The width of three of the widest centre cells (every preset, as offered on an unknown mode)
+// with their 16-point gaps.
+int widestCenterRow()
+{
+    int widest = 46;
+    for (const CenterItem& item : ContentRules::centerItems(0, 0)) {
+        const QString caption = item.kind == CenterItem::Kind::size
+                                    ? ContentRules::sizeCaption(item.size)
+                                    : QStringLiteral("Custom");
+        const ScreenThumb cell(QRectF(), caption, false, std::nullopt, 46, 30, 3);
+        widest = std::max(widest, cell.sizeHint().width());
+    }
+    return 3 * widest + 2 * 16;
+}
+
 QString groupKey(const QString& group, const QString& label)
 {
     return group + QLatin1Char('/') + label;
@@ -96,6 +112,14 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     setObjectName(QStringLiteral("content"));
     setAutoFillBackground(true);
     setBackgroundRole(QPalette::Window);
+
+    m_tileGroup = new FocusGroup(this);
+    m_rowGroup = new FocusGroup(this);
+    m_repositionGroup = new FocusGroup(this);
+    m_centerGroup = new FocusGroup(this);
+    m_iconsGroup = new FocusGroup(this);
+    m_backgroundGroup = new FocusGroup(this);
+    m_coverGroup = new FocusGroup(this);
 
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(20, 20, 20, 20);
@@ -126,9 +150,11 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     auto* bottom = new QHBoxLayout(m_bottomRow);
     bottom->setContentsMargins(0, 0, 0, 0);
     bottom->setSpacing(16);
-    bottom->addWidget(buildDesktopCard(), 0, Qt::AlignTop);
-    bottom->addWidget(buildMenuBarCard(), 0, Qt::AlignTop);
-    bottom->addStretch(1);
+    // The two cards share the panel's width, so the row ends where the cards above it end.
+    for (QWidget* card : {buildDesktopCard(), buildMenuBarCard()}) {
+        card->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        bottom->addWidget(card, 1, Qt::AlignTop);
+    }
     m_panelLayout->addWidget(m_bottomRow);
 
     buildPopovers();
@@ -145,6 +171,7 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     refreshItems();
     updateSymbols();
     updatePanelWidth();
+    updateTabOrder();
 }
 
 void ContentView::updateSymbols()
@@ -196,6 +223,8 @@ QWidget* ContentView::buildResolutionCard()
     stack->addWidget(m_displayRow);
 
     m_strip = new ResolutionStrip(content);
+    // The tiles are the Tab stop (one for the row), not the scrolling area around them.
+    m_strip->setFocusPolicy(Qt::NoFocus);
     stack->addWidget(m_strip);
 
     auto* restore = new QPushButton(tr("Restore Original"));
@@ -241,6 +270,8 @@ void ContentView::refreshTiles()
             tiles.append(tile);
         }
         m_strip->setTiles(tiles);
+        m_tileGroup->setMembers(tiles);
+        updateTabOrder();
     }
     // The current mode is marked in place, so a tile keeps the keyboard focus it was chosen with.
     for (QWidget* widget : m_strip->tiles()) {
@@ -248,6 +279,8 @@ void ContentView::refreshTiles()
         const QSignalBlocker block(tile);
         tile->setCurrent(tile->mode().width == m_model.currentWidth() &&
                          tile->mode().height == m_model.currentHeight());
+        if (tile->isCurrent())
+            m_tileGroup->setEntry(tile);
     }
 }
 
@@ -262,8 +295,10 @@ QWidget* ContentView::buildWindowCard()
 
     auto* windowBanner =
         new PermissionBanner(tr("Grant Accessibility to pick and move other apps' windows."));
-    connect(windowBanner, &PermissionBanner::grantRequested, this,
-            [this] { m_model.requestAccessibility(); });
+    connect(windowBanner, &PermissionBanner::grantRequested, this, [this, windowBanner] {
+        m_model.requestAccessibility();
+        windowBanner->setAdvice(ContentRules::permissionAdvice(m_model.windowControlGap()));
+    });
     m_windowBanner = windowBanner;
     stack->addWidget(m_windowBanner);
 
@@ -277,11 +312,23 @@ QWidget* ContentView::buildWindowCard()
     listColumn->setSpacing(8);
     auto* header = new QHBoxLayout;
     header->setSpacing(4);
-    header->addWidget(groupLabel(tr("Windows"), m_columns));
+    QLabel* windowsLabel = groupLabel(tr("Windows"), m_columns);
+    header->addWidget(windowsLabel);
     header->addStretch(1);
     auto* refresh = new QToolButton(m_columns);
     refresh->setAutoRaise(true);
     refresh->setIconSize(QSize(14, 14));
+    // The three column headers are as tall as the one with the refresh button, so the labels
+    // line up and the list and both groups of cells start on one line.
+    const int headerHeight =
+        std::max(refresh->sizeHint().height(), windowsLabel->sizeHint().height());
+    const auto columnHeader = [headerHeight](QLabel* label) {
+        label->setFixedHeight(headerHeight);
+        label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+        return label;
+    };
+    columnHeader(windowsLabel);
+    refresh->setFixedHeight(headerHeight);
     refresh->setToolTip(tr("Refresh window list"));
     refresh->setAccessibleName(tr("Refresh window list"));
     refresh->setObjectName(QStringLiteral("Refresh window list"));
@@ -299,7 +346,7 @@ QWidget* ContentView::buildWindowCard()
     // Reposition: eight regions and hiding.
     auto* repositionColumn = new QVBoxLayout;
     repositionColumn->setSpacing(8);
-    repositionColumn->addWidget(groupLabel(tr("Reposition"), m_columns));
+    repositionColumn->addWidget(columnHeader(groupLabel(tr("Reposition"), m_columns)));
     for (const RepositionItem& item : ContentRules::repositionItems()) {
         ScreenThumb* cell = nullptr;
         if (item.kind == RepositionItem::Kind::hide) {
@@ -317,14 +364,19 @@ QWidget* ContentView::buildWindowCard()
         m_repositionCells.append(cell);
     }
     repositionColumn->addWidget(cellRows(m_repositionCells));
+    m_repositionGroup->setMembers(
+        QList<QWidget*>(m_repositionCells.cbegin(), m_repositionCells.cend()), 3);
     repositionColumn->addStretch(1);
     columns->addLayout(repositionColumn);
 
     // Center: filled in by refreshCenterCells, as it depends on the current mode.
     auto* centerColumn = new QVBoxLayout;
     centerColumn->setSpacing(8);
-    centerColumn->addWidget(groupLabel(tr("Center"), m_columns));
+    centerColumn->addWidget(columnHeader(groupLabel(tr("Center"), m_columns)));
     auto* centerBox = new QWidget(m_columns);
+    // As wide as a full row of the widest cells any mode offers, so the panel keeps its width
+    // when a mode switch changes the presets.
+    centerBox->setMinimumWidth(widestCenterRow());
     m_centerRows = new QVBoxLayout(centerBox);
     m_centerRows->setContentsMargins(0, 0, 0, 0);
     m_centerRows->setSpacing(12);
@@ -347,7 +399,17 @@ QWidget* ContentView::buildWindowCard()
 
 void ContentView::refreshWindowList()
 {
+    const QList<WindowRow*> before = m_windowList->rows();
     m_windowList->setWindows(m_model.windows(), m_model.selectedWindowID());
+    const QList<WindowRow*>& rows = m_windowList->rows();
+    if (rows != before) {
+        m_rowGroup->setMembers(QList<QWidget*>(rows.cbegin(), rows.cend()));
+        updateTabOrder();
+    }
+    for (WindowRow* row : rows) {
+        if (row->isSelected())
+            m_rowGroup->setEntry(row);
+    }
 }
 
 void ContentView::refreshWindowControls()
@@ -407,7 +469,9 @@ void ContentView::refreshCenterCells()
     QWidget* rows = cellRows(m_centerCells);
     m_centerRows->addWidget(rows);
     m_centerRowWidgets.append(rows);
+    m_centerGroup->setMembers(QList<QWidget*>(m_centerCells.cbegin(), m_centerCells.cend()), 3);
     refreshWindowControls();
+    updateTabOrder();
 }
 
 void ContentView::openCustomPopover(QWidget* anchor)
@@ -433,16 +497,21 @@ void ContentView::refreshBanners()
     if (m_banners.isEmpty()) {
         auto* capture =
             new PermissionBanner(ContentRules::bannerText(MenuBarBanner::screenRecording));
-        connect(capture, &PermissionBanner::grantRequested, this,
-                [this] { m_model.requestScreenCapture(); });
+        connect(capture, &PermissionBanner::grantRequested, this, [this, capture] {
+            m_model.requestScreenCapture();
+            capture->setAdvice(ContentRules::permissionAdvice(m_model.screenCaptureGap()));
+        });
         auto* names = new PermissionBanner(ContentRules::bannerText(MenuBarBanner::itemNames));
-        connect(names, &PermissionBanner::grantRequested, this,
-                [this] { m_model.requestAccessibility(); });
+        connect(names, &PermissionBanner::grantRequested, this, [this, names] {
+            m_model.requestAccessibility();
+            names->setAdvice(ContentRules::permissionAdvice(m_model.windowControlGap()));
+        });
         m_banners.insert(MenuBarBanner::screenRecording, capture);
         m_banners.insert(MenuBarBanner::itemNames, names);
         // Laid out once in the order they are shown; hidden ones take no room.
         m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::screenRecording));
         m_bannerLayout->addWidget(m_banners.value(MenuBarBanner::itemNames));
+        updateTabOrder();
     }
     m_bannerKinds = wanted;
     for (auto it = m_banners.cbegin(); it != m_banners.cend(); ++it)
@@ -511,6 +580,15 @@ QWidget* ContentView::buildDesktopCard()
         m_model.setBackground(DesktopBackground::image);
         m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
     });
+    const auto members = [this](const QString& group, const QStringList& labels) {
+        QList<QWidget*> thumbs;
+        for (const QString& label : labels)
+            thumbs.append(pickThumb(group, label));
+        return thumbs;
+    };
+    m_iconsGroup->setMembers(members(icons, {QStringLiteral("Show"), QStringLiteral("Hide")}));
+    m_backgroundGroup->setMembers(members(
+        background, {QStringLiteral("Keep"), QStringLiteral("Color"), QStringLiteral("Image")}));
     return new SectionCard(tr("Desktop"), QStringLiteral("menubar.dock.rectangle"), false, false,
                            nullptr, content);
 }
@@ -524,6 +602,9 @@ void ContentView::refreshDesktop()
             const QSignalBlocker block(thumb);
             thumb->setSelected(selected);
         }
+        // Tab comes into a group of choices at the chosen one.
+        if (selected)
+            (group == QStringLiteral("Icons") ? m_iconsGroup : m_backgroundGroup)->setEntry(thumb);
         auto* preview = static_cast<MiniScreen*>(thumb->preview());
         preview->setBackground(background);
         preview->setIcons(icons);
@@ -574,6 +655,10 @@ QWidget* ContentView::buildMenuBarCard()
         m_coverRow->addWidget(thumb);
         m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
     }
+    QList<QWidget*> coverThumbs;
+    for (MenuBarCover cover : allMenuBarCovers)
+        coverThumbs.append(pickThumb(QStringLiteral("Cover"), title(cover)));
+    m_coverGroup->setMembers(coverThumbs);
     return new SectionCard(tr("Menu Bar"), QStringLiteral("menubar.rectangle"), false, false,
                            nullptr, content);
 }
@@ -584,6 +669,8 @@ void ContentView::refreshCover()
         PickThumb* thumb = m_thumbs.value(groupKey(QStringLiteral("Cover"), title(cover)));
         const QSignalBlocker block(thumb);
         thumb->setSelected(m_model.menuBarCover() == cover);
+        if (m_model.menuBarCover() == cover)
+            m_coverGroup->setEntry(thumb);
     }
 }
 
@@ -713,6 +800,48 @@ bool ContentView::showImagePopover() const
 bool ContentView::showItemsPopover() const
 {
     return m_itemsPopover->isVisible();
+}
+
+// --- Keyboard order
+// -------------------------------------------------------------------------------
+
+QList<QWidget*> ContentView::focusChain() const
+{
+    QList<QWidget*> chain;
+    const auto add = [&chain](const FocusGroup* group) {
+        for (const QPointer<QWidget>& member : group->members()) {
+            if (member)
+                chain.append(member);
+        }
+    };
+    // Resolution: the header's button, the display picker, the tiles.
+    chain << m_restore << m_displayPicker;
+    add(m_tileGroup);
+    // Window: the banner's button, the list's header and rows, then the two groups of cells.
+    chain << m_windowBanner->grantButton() << m_refresh;
+    add(m_rowGroup);
+    add(m_repositionGroup);
+    add(m_centerGroup);
+    // The panel-cover banners, in the order they are shown.
+    for (MenuBarBanner kind : {MenuBarBanner::screenRecording, MenuBarBanner::itemNames}) {
+        if (auto* banner = static_cast<PermissionBanner*>(m_banners.value(kind)))
+            chain << banner->grantButton();
+    }
+    // Desktop (icons, then background), then Menu Bar.
+    add(m_iconsGroup);
+    add(m_backgroundGroup);
+    add(m_coverGroup);
+    return chain;
+}
+
+void ContentView::updateTabOrder()
+{
+    // Runs while the panel is being built, before every part exists.
+    if (!m_coverGroup || m_coverGroup->members().isEmpty() || m_banners.isEmpty())
+        return;
+    const QList<QWidget*> chain = focusChain();
+    for (qsizetype i = 1; i < chain.size(); ++i)
+        setTabOrder(chain[i - 1], chain[i]);
 }
 
 // --- Redrawing -------------------------------------------------------------------------------

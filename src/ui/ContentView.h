@@ -11,6 +11,8 @@
 #include <QWidget>
 
 class CustomSizeForm;
+class FocusGroup;
+class PermissionBanner;
 class PickThumb;
 class WallpaperWell;
 class Popover;
@@ -38,7 +40,7 @@ public:
     WindowListBox* windowList() const { return m_windowList; }
     QWidget* windowColumns() const { return m_columns; }
     QAbstractButton* refreshButton() const { return m_refresh; }
-    QWidget* windowBanner() const { return m_windowBanner; }
+    PermissionBanner* windowBanner() const { return m_windowBanner; }
     const QList<QAbstractButton*>& repositionCells() const { return m_repositionCells; }
     const QList<QAbstractButton*>& centerCells() const { return m_centerCells; }
     const QList<CenterItem>& shownCenterItems() const { return m_centerItems; }
@@ -60,6 +62,11 @@ public:
     bool showItemsPopover() const;
     QList<QCheckBox*> itemToggles() const { return m_itemToggles; }
     QAbstractButton* rescanButton() const { return m_rescan; }
+
+    // The controls in the order Tab visits them: card by card, top to bottom, left to right;
+    // every member of a group (tiles, rows, cells, thumbnails) is listed, though Tab stops
+    // only at one of them.
+    QList<QWidget*> focusChain() const;
 
     // Reads the two custom fields and resizes the selected window when both are valid sizes;
     // closes the popover in every case.
@@ -88,6 +95,7 @@ private:
     void updatePanelWidth();
     void updateSymbols();
     void openCustomPopover(QWidget* anchor);
+    void updateTabOrder();
 
     AppModel& m_model;
     double m_panelWidth = ContentRules::kInitialPanelWidth;
@@ -102,7 +110,7 @@ private:
     ResolutionStrip* m_strip = nullptr;
     QAbstractButton* m_restore = nullptr;
 
-    QWidget* m_windowBanner = nullptr;
+    PermissionBanner* m_windowBanner = nullptr;
     QWidget* m_columns = nullptr;
     WindowListBox* m_windowList = nullptr;
     QAbstractButton* m_refresh = nullptr;
@@ -140,4 +148,13 @@ private:
     QList<QCheckBox*> m_itemToggles;
     QList<MenuBarItem> m_toggledItems;
     QList<DisplayMode> m_tileModes;
+
+    // One Tab stop each; the arrow keys move inside.
+    FocusGroup* m_tileGroup = nullptr;
+    FocusGroup* m_rowGroup = nullptr;
+    FocusGroup* m_repositionGroup = nullptr;
+    FocusGroup* m_centerGroup = nullptr;
+    FocusGroup* m_iconsGroup = nullptr;
+    FocusGroup* m_backgroundGroup = nullptr;
+    FocusGroup* m_coverGroup = nullptr;
 };

@@ -5,7 +5,9 @@
 #include "ContentView.h"
 #include "PreferencesView.h"
 #include "UpdaterController.h"
+#include "components/Look.h"
 #include "core/AppModel.h"
+#include "platform/Appearance.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -27,6 +29,10 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
     buildMenu();
+    m_themePalette = QApplication::palette();
+    connect(&model.appearance(), &Appearance::appearanceChanged, this,
+            &MainWindow::followAppearance);
+    followAppearance();
     // A fixed panel: the window is exactly as large as its content and follows it when banners
     // come and go.
     layout()->setSizeConstraint(QLayout::SetFixedSize);
@@ -52,6 +58,9 @@ void MainWindow::watchScreen(QScreen* screen)
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
+    // Shown before it is mapped, so its desktop hints are in place when it appears.
+    if (watched == m_settings && event->type() == QEvent::Show)
+        emit settingsShown();
     if ((event->type() == QEvent::Move || event->type() == QEvent::Show) &&
         !m_screenCheck.isActive()) {
         auto* window = static_cast<QWidget*>(watched);
@@ -96,6 +105,26 @@ void MainWindow::keepWindowsOnScreen()
     }
 }
 
+MainWindow::~MainWindow()
+{
+    if (m_darkened)
+        QApplication::setPalette(m_themePalette);
+}
+
+void MainWindow::followAppearance()
+{
+    // The desktop's setting wins (the Xfce theme name, the portal's colour scheme), as GTK
+    // programs follow it; a theme that is already dark is left alone.
+    const bool dark = m_model.appearance().isDark();
+    if (dark && !m_darkened && !Look::isDark(m_themePalette)) {
+        QApplication::setPalette(Look::darkPalette(m_themePalette));
+        m_darkened = true;
+    } else if (!dark && m_darkened) {
+        QApplication::setPalette(m_themePalette);
+        m_darkened = false;
+    }
+}
+
 void MainWindow::buildMenu()
 {
     m_appMenu = menuBar()->addMenu(tr("&Quillet"));
@@ -134,6 +163,7 @@ QWidget* MainWindow::settingsWindow()
         layout->addWidget(new PreferencesView(m_preferences, window));
         layout->setSizeConstraint(QLayout::SetFixedSize);
         connect(this, &QObject::destroyed, window, &QObject::deleteLater);
+        // Watched for the monitor it is on and for its desktop hints.
         window->installEventFilter(this);
         m_settings = window;
     }

@@ -3,6 +3,7 @@
 
 #include <QHash>
 #include <QMainWindow>
+#include <QPalette>
 #include <QPointer>
 #include <QTimer>
 
@@ -16,11 +17,14 @@ class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
     MainWindow(AppModel& model, Preferences& preferences, QWidget* parent = nullptr);
+    ~MainWindow() override;
 
     // Brings the window forward, reopening it if it was closed.
     void reopen();
     // The settings window, created on first use.
     QWidget* settingsWindow();
+    // The settings window if it was ever opened, else null.
+    QWidget* existingSettingsWindow() const { return m_settings; }
     void openSettings();
     QMenu* applicationMenu() const { return m_appMenu; }
     ContentView* content() const { return m_content; }
@@ -32,6 +36,8 @@ public:
 signals:
     // Emitted when the native window exists or is recreated, so its desktop hints can be set.
     void windowShown();
+    // The same for the settings window, which follows the main window's taskbar presence.
+    void settingsShown();
     // Emitted after the user closed the window (its close button, Alt+F4, the window menu).
     void closed();
 
@@ -42,6 +48,8 @@ protected:
 
 private:
     void buildMenu();
+    // Gives the program's windows the desktop's light or dark appearance.
+    void followAppearance();
     void watchScreen(QScreen* screen);
     // After a change of the monitors: moves this window and the settings window fully onto the
     // monitor each of them was on.
@@ -56,4 +64,7 @@ private:
     QMenu* m_appMenu = nullptr;
     ContentView* m_content = nullptr;
     QPointer<QWidget> m_settings;
+    // The theme's own palette, put back when the desktop turns light again.
+    QPalette m_themePalette;
+    bool m_darkened = false;
 };

@@ -5,6 +5,7 @@
 #include <QEvent>
 #include <QKeyEvent>
 #include <QScreen>
+#include <QTimer>
 
 namespace {
 std::function<void(QWindow*)>& keepOffTaskbar()
@@ -64,6 +65,8 @@ void Popover::showEvent(QShowEvent* event)
     if (keepOffTaskbar() && windowHandle())
         keepOffTaskbar()(windowHandle());
     m_wasActive = false;
+    m_eatNextPress = false;
+    m_eatRelease = false;
     // A press in the main window closes the panel even when the window manager never gave it
     // the focus.
     qApp->installEventFilter(this);
@@ -73,8 +76,17 @@ void Popover::showEvent(QShowEvent* event)
 void Popover::hideEvent(QHideEvent* event)
 {
     QFrame::hideEvent(event);
-    qApp->removeEventFilter(this);
+    // Still watching while the dismissing click has yet to arrive or to be released.
+    if (!m_eatNextPress && !m_eatRelease)
+        stopWatching();
     emit closed();
+}
+
+void Popover::stopWatching()
+{
+    m_eatNextPress = false;
+    m_eatRelease = false;
+    qApp->removeEventFilter(this);
 }
 
 void Popover::keyPressEvent(QKeyEvent* event)
@@ -86,14 +98,38 @@ void Popover::keyPressEvent(QKeyEvent* event)
     QFrame::keyPressEvent(event);
 }
 
+bool Popover::inOwnWindow(QObject* watched) const
+{
+    // Only the window the panel belongs to: a file chooser opened from the panel must not
+    // close it.
+    auto* widget = qobject_cast<QWidget*>(watched);
+    return widget && parentWidget() && widget->window() == parentWidget()->window();
+}
+
 bool Popover::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::MouseButtonPress) {
-        // Only presses in the window the panel belongs to: a file chooser opened from the
-        // panel must not close it.
-        auto* widget = qobject_cast<QWidget*>(watched);
-        if (widget && parentWidget() && widget->window() == parentWidget()->window())
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        if (!inOwnWindow(watched))
+            break;
+        if (isVisible() || m_eatNextPress) {
+            m_eatNextPress = false;
+            m_eatRelease = true;
             hide();
+            return true;
+        }
+        break;
+    case QEvent::MouseButtonRelease:
+        if (m_eatRelease && inOwnWindow(watched)) {
+            m_eatRelease = false;
+            if (!isVisible())
+                stopWatching();
+            return true;
+        }
+        break;
+    default:
+        break;
     }
     return QFrame::eventFilter(watched, event);
 }
@@ -104,8 +140,20 @@ void Popover::changeEvent(QEvent* event)
     if (event->type() != QEvent::ActivationChange)
         return;
     // A click anywhere else takes the focus away: the panel goes, as popovers do.
-    if (isActiveWindow())
+    if (isActiveWindow()) {
         m_wasActive = true;
-    else if (m_wasActive && isVisible())
+    } else if (m_wasActive && isVisible()) {
+        // When the click went to our own window, the window manager moves the focus before it
+        // hands the press on: that press is still to come and is the dismissing one.
+        QWidget* active = QApplication::activeWindow();
+        m_eatNextPress = active && parentWidget() && active == parentWidget()->window();
+        if (m_eatNextPress) {
+            // Pointer-less activation (a keyboard switch) has no press to eat: forget it soon.
+            QTimer::singleShot(500, this, [this] {
+                if (m_eatNextPress && !isVisible())
+                    stopWatching();
+            });
+        }
         hide();
+    }
 }

@@ -36,6 +36,13 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool inOwnWindow(QObject* watched) const;
+    void stopWatching();
+
     QPointer<QWidget> m_anchor;
     bool m_wasActive = false;
+    // The press that dismissed the panel, and its release, are eaten: a click that closes a
+    // popup never also presses what lies under it.
+    bool m_eatNextPress = false;
+    bool m_eatRelease = false;
 };

@@ -111,7 +111,10 @@ QCheckBox* PreferencesView::row(const QString& title, const QString& detail,
     grid->addWidget(toggle, 0, 1, 2, 1, Qt::AlignRight | Qt::AlignVCenter);
     grid->setColumnStretch(0, 1);
 
-    connect(toggle, &QCheckBox::clicked, this, [this, set](bool on) { (m_prefs.*set)(on); });
+    // The state change, not the click: keyboard, mouse and an assistive tool's "Toggle" (which
+    // flips the box without clicking it) all arrive here. refresh() sets the boxes with their
+    // signals blocked, so only the user's changes are written.
+    connect(toggle, &QCheckBox::toggled, this, [this, set](bool on) { (m_prefs.*set)(on); });
     m_rows.append({toggle, get});
     return toggle;
 }

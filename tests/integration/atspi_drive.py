@@ -7,6 +7,8 @@ Usage:
   atspi_drive.py checked PID NAME [ROLE]  prints 1 when the match is checked, else 0
   atspi_drive.py names PID ROLE           names of every object with that role, one a line
   atspi_drive.py showing PID NAME [ROLE]  exits 0 when a match is showing
+  atspi_drive.py focused PID              prints the name (else the role) of the focused object
+  atspi_drive.py extents PID NAME [ROLE]  prints the match's screen rectangle: X Y WIDTH HEIGHT
 Exits 1 when nothing matches, 2 when the program is not on the bus.
 """
 import sys
@@ -80,6 +82,15 @@ def main(argv):
     app = application(pid)
     if app is None:
         return 2
+    if command == "focused":
+        for node in walk(app):
+            try:
+                if node.getState().contains(pyatspi.STATE_FOCUSED):
+                    print(node.name or node.getRoleName())
+                    return 0
+            except Exception:
+                continue
+        return 1
     if command == "names":
         for node in walk(app):
             if matches(node, None, argv[3]):
@@ -95,6 +106,10 @@ def main(argv):
         return 0
     if command == "checked":
         print(1 if node.getState().contains(pyatspi.STATE_CHECKED) else 0)
+        return 0
+    if command == "extents":
+        box = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        print(box.x, box.y, box.width, box.height)
         return 0
     if command == "showing":
         return 0 if node.getState().contains(pyatspi.STATE_SHOWING) else 1

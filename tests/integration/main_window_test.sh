@@ -86,5 +86,111 @@ changed() {
 }
 qd_check "hiding '$item' changed the tray" qd_wait_for 10 "the tray to change" changed
 
+qd_section "a click that closes a popover presses nothing under it"
+click_on() { # NAME ROLE: a real pointer click in the middle of the control
+  local box
+  box=($("${atspi[@]}" extents "$quillet_pid" "$@")) || { qd_fail "no control '$1'"; return; }
+  xdotool mousemove --sync $((box[0] + box[2] / 2)) $((box[1] + box[3] / 2)) click 1
+  sleep 0.5
+}
+cover_before=$(qd_stored state.menuBarCover)
+press "Color" "check box"
+qd_wait_for 10 "the colour popover" "${atspi[@]}" showing "$quillet_pid" "Background color" ||
+  qd_fail "the colour popover did not open"
+click_on "Hide bar" "check box"
+qd_check "the dismissing click closed the colour popover" \
+  qd_wait_for 5 "the popover to close" eval '! "${atspi[@]}" showing "$quillet_pid" "Background color"'
+qd_check_eq "the dismissing click did not choose \"Hide bar\"" "$cover_before" "$(qd_stored state.menuBarCover)"
+qd_check_eq "\"Hide bar\" is not checked" 0 "$("${atspi[@]}" checked "$quillet_pid" "Hide bar" "check box")"
+press "Color" "check box"
+qd_wait_for 10 "the colour popover" "${atspi[@]}" showing "$quillet_pid" "Background color" ||
+  qd_fail "the colour popover did not open again"
+click_on "1280 × 720"
+sleep 1
+qd_check_eq "the dismissing click on a tile did not switch the display" "$start_geometry" "$(geometry)"
+click_on "Hide bar" "check box"
+qd_wait_eq 5 "an ordinary click then chooses \"Hide bar\"" '"entire"' qd_stored state.menuBarCover
+
+qd_section "Tab goes card by card, one stop per group"
+main=$(qd_main_window | head -n 1)
+xdotool windowactivate --sync "$main"
+sleep 0.5
+stops=()
+for ((i = 0; i < 16; i++)); do
+  xdotool key Tab
+  sleep 0.3
+  stops+=("$("${atspi[@]}" focused "$quillet_pid" || echo '?')")
+done
+qd_log "Tab order: $(printf '%s | ' "${stops[@]}")"
+position() { local i; for i in "${!stops[@]}"; do [ "${stops[$i]}" = "$1" ] && { echo "$i"; return; }; done; echo -1; }
+restore_at=$(position "Restore Original")
+refresh_at=$(position "Refresh window list")
+keep_at=$(position "Hide bar")
+qd_check "Restore Original, then the window card, then the Menu Bar card" \
+  test "$restore_at" -ge 0 -a "$refresh_at" -gt "$restore_at" -a "$keep_at" -gt "$refresh_at"
+# One stop per group: the whole panel is round in well under 16 presses.
+cycle=$(printf '%s\n' "${stops[@]}" | sort | uniq -d | wc -l)
+qd_check "the panel's stops repeat within 16 Tab presses" test "$cycle" -gt 0
+
+qd_section "Settings: switches operated by an assistive tool take effect"
+xdotool windowactivate --sync "$main" key ctrl+comma
+qd_wait_for 10 "the settings window" qd_window_by_name '^Quillet Settings$' || qd_fail "no settings window"
+settings=$(qd_window_by_name '^Quillet Settings$' | head -n 1)
+# A check box offers "Toggle" only: no click reaches the program.
+press "Launch at login" "check box"
+qd_wait_eq 5 "\"Launch at login\" is stored" true qd_stored pref.launchAtLogin
+qd_check "the autostart entry exists" test -f "$XDG_CONFIG_HOME/autostart/quillet.desktop"
+press "Launch at login" "check box"
+qd_wait_eq 5 "\"Launch at login\" off is stored" false qd_stored pref.launchAtLogin
+qd_check "the autostart entry is gone" test ! -e "$XDG_CONFIG_HOME/autostart/quillet.desktop"
+
+qd_section "Show in Dock: off leaves the taskbar with both windows; on again steals nothing"
+skips() { xprop -id "$1" _NET_WM_STATE | grep -c _NET_WM_STATE_SKIP_TASKBAR; }
+xdotool windowactivate --sync "$settings"
+press "Show in Dock" "check box"
+qd_wait_eq 5 "the main window left the taskbar" 1 skips "$main"
+qd_wait_eq 5 "the settings window left the taskbar" 1 skips "$settings"
+active() { printf '0x%x\n' "$(xprop -root -notype _NET_ACTIVE_WINDOW | sed 's/.*# //' | cut -d, -f1)"; }
+settings_hex=$(printf '0x%x' "$settings")
+press "Show in Dock" "check box"
+qd_wait_eq 5 "the main window is back in the taskbar" 0 skips "$main"
+sleep 0.5
+qd_check_eq "the settings window keeps the focus" "$settings_hex" "$(active)"
+stacking() { xprop -root -notype _NET_CLIENT_LIST_STACKING | sed 's/.*# //' | tr -d ' ' | tr ',' '\n' | xargs -n1 printf '%d\n'; }
+above=$(stacking | grep -n -x -e "$main" -e "$settings" | tail -n 1 | cut -d: -f2)
+qd_check_eq "the settings window stays above the main window" "$settings" "$above"
+xdotool windowclose "$settings" 2>/dev/null || xdotool key --window "$settings" Escape
+
+qd_section "the window follows a dark desktop (screenshots)"
+xdotool windowactivate --sync "$main"
+sleep 0.5
+import -window "$main" "$QD_ARTIFACTS/main-light.png"
+window_shade() { convert "$1" -crop 8x8+4+40 -colorspace Gray -format '%[fx:int(255*mean)]' info:; }
+qd_check "the light window is light" test "$(window_shade "$QD_ARTIFACTS/main-light.png")" -gt 160
+xfconf-query -c xsettings -p /Net/ThemeName -n -t string -s Adwaita-dark
+dark_now() { import -window "$main" "$QD_TMP/dark.png" && test "$(window_shade "$QD_TMP/dark.png")" -lt 96; }
+qd_check "the window turned dark with the desktop" qd_wait_for 10 "a dark window" dark_now
+sleep 0.5
+import -window "$main" "$QD_ARTIFACTS/main-dark.png"
+xfconf-query -c xsettings -p /Net/ThemeName -s Adwaita
+light_now() { import -window "$main" "$QD_TMP/light.png" && test "$(window_shade "$QD_TMP/light.png")" -gt 160; }
+qd_check "and light again" qd_wait_for 10 "a light window" light_now
+
 qd_stop_checked
+
+qd_section "Grant… on a display without a window manager says what is missing"
+bare=""
+for n in $(seq 140 180); do [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || { bare=$n; break; }; done
+qd_launch bare_pid "$QD_TMP/bare-x.log" Xvfb ":$bare" -screen 0 1280x800x24 -noreset -nolisten tcp
+qd_wait_for 10 "the bare X server" xdpyinfo -display ":$bare" || qd_fail "the bare X server did not start"
+qd_new_home
+qd_launch_quillet quillet_bare DISPLAY=":$bare" QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+  qd_fail "the main window is not on the accessibility bus"
+press "Grant…" "push button"
+advice() { "${atspi[@]}" names "$quillet_pid" label | grep -m1 'window manager'; }
+qd_check "the window explains the missing window manager" qd_wait_for 20 "the advice" advice
+qd_log "advice: $(advice)"
+qd_stop_checked
+qd_stop_process "$bare_pid" TERM 10 || true
 qd_finish

@@ -11,16 +11,23 @@
 #include "ui/WindowListBox.h"
 #include "ui/WindowRow.h"
 #include "ui/components/ColorPickerPopover.h"
+#include "ui/components/Look.h"
 #include "ui/components/MiniScreen.h"
+#include "ui/components/PermissionBanner.h"
 #include "ui/components/PickThumb.h"
+#include "ui/components/ResolutionTile.h"
 #include "ui/components/WallpaperWell.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
@@ -426,4 +433,232 @@ TEST_F(PanelFixture, everyControlIsNamed)
         }
     }
     EXPECT_GT(controls, 90);
+}
+
+TEST_F(PanelFixture, tabVisitsTheCardsInReadingOrderWithOneStopPerGroup)
+{
+    fake.capture->allowed = false;
+    ContentView& view = showWindow();
+    model->setMenuBarCover(MenuBarCover::entire);
+    view.window()->activateWindow();
+    view.restoreButton()->setFocus(Qt::TabFocusReason);
+
+    // Tab from "Restore Original" round the whole panel, printing each stop.
+    QStringList stops;
+    for (int i = 0; i < 40; ++i) {
+        QWidget* focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr);
+        const QString name =
+            focus->accessibleName().isEmpty() ? focus->objectName() : focus->accessibleName();
+        if (!stops.isEmpty() && name == stops.first())
+            break;
+        stops << name;
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    std::printf("Tab order: %s\n", qPrintable(stops.join(QStringLiteral(" | "))));
+    // Resolution (its header's button, then the current tile), the window card (the list's
+    // header, the selected row, the two groups of cells), the panel banner, Desktop (Icons,
+    // Background) and Menu Bar: one stop per group, at its chosen member.
+    EXPECT_EQ(stops, (QStringList{"Restore Original", "1440 \u00D7 900", "Refresh window list",
+                                  "Terminal \u2014 ~/src/quillet", "Left half", "Fill screen",
+                                  PermissionBanner::grantTitle(), "Show", "Keep", "Hide bar"}));
+}
+
+TEST_F(PanelFixture, arrowKeysMoveInsideAGroupAndTabLeavesIt)
+{
+    ContentView& view = showWindow();
+    view.window()->activateWindow();
+    const QList<QAbstractButton*>& cells = view.repositionCells();
+    cells[0]->setFocus(Qt::TabFocusReason);
+    // Right along the row, down to the next row of three, Home and End to the ends.
+    QTest::keyClick(cells[0], Qt::Key_Right);
+    EXPECT_TRUE(cells[1]->hasFocus());
+    QTest::keyClick(cells[1], Qt::Key_Down);
+    EXPECT_TRUE(cells[4]->hasFocus());
+    QTest::keyClick(cells[4], Qt::Key_End);
+    EXPECT_TRUE(cells[8]->hasFocus());
+    QTest::keyClick(cells[8], Qt::Key_Down);
+    EXPECT_TRUE(cells[8]->hasFocus()) << "no row below the last";
+    // Only the last used cell is a Tab stop; Tab goes on to the centre group.
+    for (QAbstractButton* cell : cells)
+        EXPECT_EQ(bool(cell->focusPolicy() & Qt::TabFocus), cell == cells[8])
+            << cell->accessibleName().toStdString();
+    QTest::keyClick(cells[8], Qt::Key_Tab);
+    EXPECT_TRUE(view.centerCells().first()->hasFocus());
+    // Space presses the focused cell.
+    QTest::keyClick(view.centerCells().first(), Qt::Key_Space);
+    EXPECT_TRUE(fake.windowControl->log.join(QLatin1Char('|')).contains(QStringLiteral("size 101")))
+        << fake.windowControl->log.join(QLatin1Char('|')).toStdString();
+
+    // The colour picker's 55 swatches are one stop too: five rows of eleven.
+    auto* picker = view.colorPopover()->findChild<ColorPickerPopover*>();
+    ASSERT_NE(picker, nullptr);
+    int tabStops = 0;
+    for (QWidget* swatch : picker->findChildren<QWidget*>())
+        tabStops += swatch->metaObject()->className() == QByteArray("ColorSwatch") &&
+                    (swatch->focusPolicy() & Qt::TabFocus);
+    EXPECT_EQ(tabStops, 1);
+}
+
+TEST_F(PanelFixture, focusedPicturesShowARingInsideThemselves)
+{
+    ContentView& view = showWindow();
+    view.window()->activateWindow();
+    const auto ringPixels = [](QWidget* widget) {
+        const QImage image = widget->grab().toImage();
+        const QColor accent = widget->palette().color(QPalette::Highlight);
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor c = image.pixelColor(x, y);
+                count += std::abs(c.red() - accent.red()) + std::abs(c.green() - accent.green()) +
+                             std::abs(c.blue() - accent.blue()) <
+                         40;
+            }
+        return count;
+    };
+    // An unselected thumbnail, a cell and a tile: with the focus, a ring of accent pixels shows
+    // all the way round, inside the widget.
+    QWidget* notCurrentTile = nullptr;
+    for (QWidget* tile : view.resolutionStrip()->tiles())
+        if (!static_cast<ResolutionTile*>(tile)->isCurrent())
+            notCurrentTile = tile;
+    ASSERT_NE(notCurrentTile, nullptr);
+    for (QWidget* widget :
+         QList<QWidget*>{view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide bar")),
+                         view.repositionCells()[0], notCurrentTile}) {
+        widget->clearFocus();
+        QApplication::processEvents();
+        const int without = ringPixels(widget);
+        widget->setFocus(Qt::TabFocusReason);
+        QApplication::processEvents();
+        const int with = ringPixels(widget);
+        EXPECT_GT(with - without, 2 * (46 + 30)) << widget->accessibleName().toStdString();
+    }
+}
+
+TEST_F(PanelFixture, aClickThatClosesAPopoverPressesNothingElse)
+{
+    ContentView& view = showWindow();
+    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
+    ASSERT_TRUE(view.showColorPopover());
+    QAbstractButton* hideBar = view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Hide bar"));
+    QTest::mouseClick(hideBar, Qt::LeftButton);
+    EXPECT_FALSE(view.showColorPopover());
+    EXPECT_EQ(model->menuBarCover(), MenuBarCover::keep) << "the dismissing click went through";
+    // The next click is an ordinary one.
+    QTest::mouseClick(hideBar, Qt::LeftButton);
+    EXPECT_EQ(model->menuBarCover(), MenuBarCover::entire);
+
+    // The same on a resolution tile.
+    view.pickThumb(QStringLiteral("Background"), QStringLiteral("Color"))->click();
+    ASSERT_TRUE(view.showColorPopover());
+    const qsizetype switches = fake.displayModes->switches.size();
+    auto* tile = static_cast<ResolutionTile*>(view.resolutionStrip()->tiles().last());
+    QTest::mouseClick(tile, Qt::LeftButton);
+    EXPECT_EQ(fake.displayModes->switches.size(), switches);
+}
+
+TEST_F(PanelFixture, grantTellsWhatIsMissingWhenAskingDidNotHelp)
+{
+    fake.windowControl->trusted = false;
+    fake.capture->allowed = false;
+    makeModel();
+    ContentView view(*model);
+    EXPECT_TRUE(view.windowBanner()->advice().isEmpty());
+    view.windowBanner()->grantButton()->click();
+    EXPECT_TRUE(view.windowBanner()->advice().contains(QStringLiteral("EWMH")))
+        << view.windowBanner()->advice().toStdString();
+    EXPECT_FALSE(view.windowBanner()->findChild<QLabel*>(QStringLiteral("advice"))->isHidden());
+
+    model->setMenuBarCover(MenuBarCover::entire);
+    auto* capture = static_cast<PermissionBanner*>(view.bannerWidgets().first());
+    capture->grantButton()->click();
+    EXPECT_TRUE(capture->advice().contains(QStringLiteral("refuses")))
+        << capture->advice().toStdString();
+
+    using ContentRules::permissionAdvice;
+    EXPECT_TRUE(permissionAdvice(PermissionGap::none).isEmpty());
+    EXPECT_TRUE(permissionAdvice(PermissionGap::waylandSession).contains(QStringLiteral("X11")));
+    EXPECT_TRUE(permissionAdvice(PermissionGap::noDisplay).contains(QStringLiteral("X11")));
+}
+
+TEST_F(PanelFixture, layoutLinesUpColumnsAndRowsAndKeepsItsWidthAcrossModes)
+{
+    ContentView& view = showWindow();
+    QApplication::processEvents();
+    // The three column headers and what is below them start on the same lines.
+    const int list = yIn(view.windowList(), &view);
+    EXPECT_EQ(list, yIn(view.repositionCells().first(), &view));
+    EXPECT_EQ(list, yIn(view.centerCells().first(), &view));
+    QList<int> headers;
+    for (const QString& title :
+         {QStringLiteral("Windows"), QStringLiteral("Reposition"), QStringLiteral("Center")})
+        for (QLabel* label : view.findChildren<QLabel*>())
+            if (label->text() == title)
+                headers << yIn(label, &view);
+    ASSERT_EQ(headers.size(), 3);
+    EXPECT_EQ(headers[0], headers[1]);
+    EXPECT_EQ(headers[0], headers[2]);
+
+    // The bottom row ends where the cards above it end.
+    const auto rightEdge = [&view](QWidget* widget) {
+        while (widget && !widget->inherits("SectionCard"))
+            widget = widget->parentWidget();
+        return widget->mapTo(&view, QPoint(widget->width(), 0)).x();
+    };
+    const int cardsAbove = rightEdge(view.windowList());
+    EXPECT_EQ(rightEdge(view.pickThumb(QStringLiteral("Cover"), QStringLiteral("Keep"))),
+              cardsAbove);
+    EXPECT_EQ(rightEdge(view.restoreButton()), cardsAbove);
+
+    // A smaller mode offers fewer presets, but the window keeps its width.
+    const int width = view.window()->width();
+    model->apply(DisplayMode{11, 1280, 800, 1280, 800, 60.0});
+    QApplication::processEvents();
+    EXPECT_EQ(view.window()->width(), width);
+
+    // Cards stand out from the window behind them.
+    const QColor window = view.palette().color(QPalette::Window);
+    const QColor card = Look::controlBackground(view.palette());
+    EXPECT_GT(std::abs(window.lightness() - card.lightness()), 8);
+}
+
+TEST_F(PanelFixture, followsTheDesktopsDarkAppearanceAndSavesScreenshots)
+{
+    ContentView& view = showWindow();
+    const QString artefacts = qEnvironmentVariable("QUILLET_ARTEFACTS");
+    const auto save = [&](const QString& name) {
+        QApplication::processEvents();
+        if (!artefacts.isEmpty() && QDir().mkpath(artefacts))
+            window->grab().save(artefacts + QLatin1Char('/') + name);
+    };
+    EXPECT_FALSE(Look::isDark(view.palette()));
+    save(QStringLiteral("main-light.png"));
+    fake.appearance->set(true);
+    QApplication::processEvents();
+    EXPECT_TRUE(Look::isDark(view.palette()));
+    EXPECT_TRUE(Look::isDark(window->settingsWindow()->palette()));
+    // Text stays readable: light on dark.
+    EXPECT_GT(view.palette().color(QPalette::WindowText).lightness(), 160);
+    save(QStringLiteral("main-dark.png"));
+    fake.appearance->set(false);
+    QApplication::processEvents();
+    EXPECT_FALSE(Look::isDark(view.palette()));
+}
+
+TEST(WallpaperWell, chooserStartsBesideThePictureElseInThePicturesFolder)
+{
+    TestDirs dirs;
+    const QString pictures = QDir::homePath() + QStringLiteral("/Bilder");
+    QDir().mkpath(pictures);
+    const QString config = qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + "/.config");
+    QDir().mkpath(config);
+    QFile dirsFile(config + QStringLiteral("/user-dirs.dirs"));
+    ASSERT_TRUE(dirsFile.open(QIODevice::WriteOnly));
+    dirsFile.write("XDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+    dirsFile.close();
+    EXPECT_EQ(WallpaperWell::startDirectory(std::nullopt), pictures);
+    const QString picture = dirs.resourceDir() + QStringLiteral("/Light.png");
+    EXPECT_EQ(WallpaperWell::startDirectory(picture), QFileInfo(picture).absolutePath());
 }

@@ -10,6 +10,7 @@
 #include "ui/UpdaterController.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QCheckBox>
 #include <QLabel>
 #include <QMenu>
@@ -124,9 +125,26 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_FALSE(prefs.showInDock());
     EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
 
-    // A change made elsewhere shows at once.
+    // A change made elsewhere shows at once, and is not written back as a change of the user.
     prefs.setRestoreOnLaunch(true);
     EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
+
+    // An assistive tool's "Toggle" flips the box without a click; the keyboard's space bar
+    // clicks it. Both are stored like a mouse click.
+    QAccessibleInterface* accessible =
+        QAccessible::queryAccessibleInterface(view.toggle("Show in menu bar"));
+    ASSERT_NE(accessible, nullptr);
+    ASSERT_NE(accessible->actionInterface(), nullptr);
+    ASSERT_TRUE(accessible->actionInterface()->actionNames().contains(
+        QAccessibleActionInterface::toggleAction()));
+    const bool before = prefs.showInMenuBar();
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_EQ(prefs.showInMenuBar(), !before);
+    EXPECT_EQ(store.boolValue(StoredKeys::showInMenuBar), !before);
+    view.toggle("Restore settings on launch")->setFocus();
+    QTest::keyClick(view.toggle("Restore settings on launch"), Qt::Key_Space);
+    EXPECT_FALSE(prefs.restoreOnLaunch());
+    EXPECT_EQ(store.boolValue(StoredKeys::restoreOnLaunch), false);
 }
 
 TEST(PreferencesView, saysWhatClosingTheWindowDoes)

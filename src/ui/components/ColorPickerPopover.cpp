@@ -2,6 +2,7 @@
 #include "ColorPickerPopover.h"
 
 #include "ColorSwatch.h"
+#include "FocusGroup.h"
 #include "HueStrip.h"
 #include "Look.h"
 #include "SatBriPad.h"
@@ -54,6 +55,19 @@ ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
         m_hexText = m_field->text();
         applyHex();
     });
+
+    // Pad, strip, the swatches as one stop (arrow keys move through the five rows of eleven),
+    // then the field.
+    auto* swatchGroup = new FocusGroup(this);
+    swatchGroup->setMembers(QList<QWidget*>(m_swatches.cbegin(), m_swatches.cend()),
+                            int(palettes().first().size()));
+    QWidget* previous = m_strip;
+    setTabOrder(m_pad, m_strip);
+    for (ColorSwatch* swatch : std::as_const(m_swatches)) {
+        setTabOrder(previous, swatch);
+        previous = swatch;
+    }
+    setTabOrder(previous, m_field);
 
     layOut();
     showState();

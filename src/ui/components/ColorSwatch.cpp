@@ -34,5 +34,5 @@ void ColorSwatch::paintEvent(QPaintEvent*)
     Look::strokeInside(painter, shape, cornerRadius, 0.5,
                        Look::withOpacity(Look::primary(palette()), 0.18));
     if (hasFocus())
-        Look::strokeInside(painter, shape, cornerRadius, 1.5, Look::accent(palette()));
+        Look::focusRing(painter, shape, cornerRadius, palette());
 }

@@ -44,7 +44,13 @@ QColor textBackground(const QPalette& palette)
 
 QColor controlBackground(const QPalette& palette)
 {
-    return palette.color(QPalette::Button);
+    // The fill of a content area (cards): the theme's base colour, which stands out from the
+    // window on light and dark themes alike. Themes whose base equals the window get a shade.
+    const QColor base = palette.color(QPalette::Base);
+    const QColor window = palette.color(QPalette::Window);
+    if (base != window)
+        return base;
+    return window.lightness() > 128 ? window.lighter(106) : window.darker(125);
 }
 
 QColor orange()
@@ -253,6 +259,56 @@ void strokeInside(QPainter& painter, const QRectF& shape, double radius, double 
     const double inner = std::max(0.0, radius - width / 2.0);
     painter.drawRoundedRect(innerStrokeRect(shape, width), inner, inner);
     painter.restore();
+}
+
+QPalette darkPalette(const QPalette& light)
+{
+    QPalette dark = light;
+    const QColor window(0x2D, 0x2D, 0x2D);
+    const QColor base(0x1E, 0x1E, 0x1E);
+    const QColor text(0xE8, 0xE8, 0xE8);
+    const QColor dimmed(0x98, 0x98, 0x98);
+    const QColor button(0x3C, 0x3C, 0x3C);
+    for (QPalette::ColorGroup group : {QPalette::Active, QPalette::Inactive}) {
+        dark.setColor(group, QPalette::Window, window);
+        dark.setColor(group, QPalette::WindowText, text);
+        dark.setColor(group, QPalette::Base, base);
+        dark.setColor(group, QPalette::AlternateBase, QColor(0x26, 0x26, 0x26));
+        dark.setColor(group, QPalette::Text, text);
+        dark.setColor(group, QPalette::PlaceholderText, dimmed);
+        dark.setColor(group, QPalette::Button, button);
+        dark.setColor(group, QPalette::ButtonText, text);
+        dark.setColor(group, QPalette::BrightText, Qt::white);
+        dark.setColor(group, QPalette::ToolTipBase, QColor(0x40, 0x40, 0x40));
+        dark.setColor(group, QPalette::ToolTipText, text);
+        dark.setColor(group, QPalette::Light, QColor(0x50, 0x50, 0x50));
+        dark.setColor(group, QPalette::Midlight, QColor(0x44, 0x44, 0x44));
+        dark.setColor(group, QPalette::Mid, QColor(0x30, 0x30, 0x30));
+        dark.setColor(group, QPalette::Dark, QColor(0x1A, 0x1A, 0x1A));
+        dark.setColor(group, QPalette::Shadow, Qt::black);
+        dark.setColor(group, QPalette::HighlightedText, Qt::white);
+    }
+    const QColor disabled(0x70, 0x70, 0x70);
+    dark.setColor(QPalette::Disabled, QPalette::Window, window);
+    dark.setColor(QPalette::Disabled, QPalette::Base, base);
+    dark.setColor(QPalette::Disabled, QPalette::Button, button);
+    for (QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::PlaceholderText})
+        dark.setColor(QPalette::Disabled, role, disabled);
+    return dark;
+}
+
+bool isDark(const QPalette& palette)
+{
+    return palette.color(QPalette::Window).lightness() < 128;
+}
+
+void focusRing(QPainter& painter, const QRectF& shape, double radius, const QPalette& palette)
+{
+    constexpr double ring = 2.0;
+    strokeInside(painter, shape, radius, ring, accent(palette));
+    strokeInside(painter, shape.adjusted(ring, ring, -ring, -ring), std::max(0.0, radius - ring),
+                 1.0, withOpacity(palette.color(QPalette::Base), 0.9));
 }
 
 } // namespace Look

@@ -51,5 +51,15 @@ QRectF innerStrokeRect(const QRectF& shape, double width);
 // Strokes the inside edge of a rounded rectangle: the whole pen width lies within `shape`.
 void strokeInside(QPainter& painter, const QRectF& shape, double radius, double width,
                   const QColor& color, Qt::PenStyle style = Qt::SolidLine);
+// The palette of a dark desktop appearance, for a program whose theme gives only a light one:
+// dark window and content fills, light text, the accent and link colours of `light` kept.
+QPalette darkPalette(const QPalette& light);
+// True when the palette has a dark window background.
+bool isDark(const QPalette& palette);
+
+// The keyboard-focus ring of a clickable picture, drawn inside `shape` so no parent clips it: a
+// ring in the accent colour with a thin light line inside it, so it shows on a selected
+// (accent-framed) picture as well as on dark and light pictures.
+void focusRing(QPainter& painter, const QRectF& shape, double radius, const QPalette& palette);
 
 } // namespace Look

@@ -4,12 +4,18 @@
 #include "Look.h"
 
 #include <QCache>
+#include <QCryptographicHash>
 #include <QDateTime>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QUrl>
 
 MiniScreen::MiniScreen(const Background& background, Bar bar, bool icons, QWidget* parent)
     : QWidget(parent), m_background(background), m_bar(bar), m_icons(icons)
@@ -47,6 +53,66 @@ void MiniScreen::loadImage()
     m_image = readThumbnail(*m_background.path);
 }
 
+namespace {
+
+// Thumbnails are kept at the freedesktop "large" size (at most 256 × 256): sharp on a 58 × 38
+// well even at twice the pixel density.
+constexpr int thumbnailSide = 256;
+
+// A small copy shipped beside a picture (the default pictures get theirs at build time):
+// "thumbnails/<name>" in the picture's folder, used while it is not older than the picture.
+QImage shippedThumbnail(const QFileInfo& picture)
+{
+    const QFileInfo small(picture.absolutePath() + QStringLiteral("/thumbnails/") +
+                          picture.fileName());
+    if (!small.exists() || small.lastModified() < picture.lastModified())
+        return {};
+    return QImage(small.absoluteFilePath());
+}
+
+// The freedesktop thumbnail cache: $XDG_CACHE_HOME/thumbnails/large/<md5 of the file URI>.png,
+// valid while its Thumb::MTime matches the picture; file managers share it.
+QString cachedThumbnailPath(const QFileInfo& picture)
+{
+    const QByteArray uri = QUrl::fromLocalFile(picture.absoluteFilePath()).toEncoded();
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+           QStringLiteral("/thumbnails/large/") +
+           QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) +
+           QStringLiteral(".png");
+}
+
+QImage cachedThumbnail(const QFileInfo& picture)
+{
+    QImageReader reader(cachedThumbnailPath(picture));
+    if (reader.text(QStringLiteral("Thumb::MTime")) !=
+        QString::number(picture.lastModified().toSecsSinceEpoch()))
+        return {};
+    return reader.read();
+}
+
+void storeThumbnail(const QFileInfo& picture, QImage thumbnail)
+{
+    const QString path = cachedThumbnailPath(picture);
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return;
+    QFile::setPermissions(folder,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    thumbnail.setText(
+        QStringLiteral("Thumb::URI"),
+        QString::fromLatin1(QUrl::fromLocalFile(picture.absoluteFilePath()).toEncoded()));
+    thumbnail.setText(QStringLiteral("Thumb::MTime"),
+                      QString::number(picture.lastModified().toSecsSinceEpoch()));
+    // Written whole or not at all, readable by this user only.
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && thumbnail.save(&file, "PNG")) {
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        file.commit();
+    }
+}
+
+} // namespace
+
 QImage MiniScreen::readThumbnail(const QString& path)
 {
     // The panel rebuilds its previews often and shows the same few pictures: keep the last ones
@@ -59,18 +125,29 @@ QImage MiniScreen::readThumbnail(const QString& path)
     static QCache<QString, QImage> cache(8 * 1024);
     if (const QImage* cached = cache.object(key))
         return *cached;
+    if (!info.isFile())
+        return {};
 
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    // A thumbnail needs few pixels, even on a dense screen: decode large pictures at a reduced
-    // size where the format can, and shrink the rest after reading.
-    constexpr int largest = 512;
-    const QSize full = reader.size();
-    if (full.isValid() && (full.width() > largest || full.height() > largest))
-        reader.setScaledSize(full.scaled(largest, largest, Qt::KeepAspectRatio));
-    QImage image = reader.read();
-    if (image.width() > largest || image.height() > largest)
-        image = image.scaled(largest, largest, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    // Decoding a large picture takes tens of milliseconds: a small copy made earlier (at build
+    // time, or by an earlier run or a file manager) is used instead.
+    QImage image = shippedThumbnail(info);
+    if (image.isNull())
+        image = cachedThumbnail(info);
+    if (image.isNull()) {
+        QImageReader reader(path);
+        reader.setAutoTransform(true);
+        // Decode large pictures at a reduced size where the format can, and shrink the rest
+        // after reading.
+        const QSize full = reader.size();
+        if (full.isValid() && (full.width() > thumbnailSide || full.height() > thumbnailSide))
+            reader.setScaledSize(full.scaled(thumbnailSide, thumbnailSide, Qt::KeepAspectRatio));
+        image = reader.read();
+        if (image.width() > thumbnailSide || image.height() > thumbnailSide)
+            image = image.scaled(thumbnailSide, thumbnailSide, Qt::KeepAspectRatio,
+                                 Qt::SmoothTransformation);
+        if (!image.isNull())
+            storeThumbnail(info, image);
+    }
     if (!image.isNull())
         cache.insert(key, new QImage(image), std::max<qsizetype>(1, image.sizeInBytes() / 1024));
     return image;

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     : QWidget(parent), m_text(text)
@@ -24,6 +25,12 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     QSizePolicy wrapping(QSizePolicy::Expanding, QSizePolicy::Preferred);
     wrapping.setHeightForWidth(true);
     m_label->setSizePolicy(wrapping);
+    m_advice = new QLabel(this);
+    m_advice->setObjectName(QStringLiteral("advice"));
+    m_advice->setFont(Look::caption());
+    m_advice->setWordWrap(true);
+    m_advice->setSizePolicy(wrapping);
+    m_advice->hide();
     m_grant = new QPushButton(grantTitle(), this);
     m_grant->setAccessibleName(grantTitle());
     m_grant->setAccessibleDescription(text);
@@ -33,7 +40,11 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     connect(m_grant, &QPushButton::clicked, this, &PermissionBanner::grantRequested);
 
     row->addWidget(m_symbol, 0, Qt::AlignVCenter);
-    row->addWidget(m_label, 1, Qt::AlignVCenter);
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(4);
+    texts->addWidget(m_label);
+    texts->addWidget(m_advice);
+    row->addLayout(texts, 1);
     row->addWidget(m_grant, 0, Qt::AlignVCenter);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     updateColours();
@@ -42,6 +53,20 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
 QString PermissionBanner::grantTitle()
 {
     return tr("Grant\u2026");
+}
+
+void PermissionBanner::setAdvice(const QString& advice)
+{
+    m_advice->setText(advice);
+    m_advice->setVisible(!advice.isEmpty());
+    // Read out with the button, so a screen reader tells what pressing it found.
+    m_grant->setAccessibleDescription(advice.isEmpty() ? m_text
+                                                       : m_text + QLatin1Char(' ') + advice);
+}
+
+QString PermissionBanner::advice() const
+{
+    return m_advice->text();
 }
 
 void PermissionBanner::updateColours()
@@ -53,6 +78,7 @@ void PermissionBanner::updateColours()
     QPalette labelPalette = m_label->palette();
     labelPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
     m_label->setPalette(labelPalette);
+    m_advice->setPalette(labelPalette);
 }
 
 void PermissionBanner::changeEvent(QEvent* event)

@@ -19,6 +19,10 @@ public:
 
     QString text() const { return m_text; }
     QPushButton* grantButton() const { return m_grant; }
+    // What is missing and what to do, shown under the text once asking did not help; empty
+    // hides it.
+    void setAdvice(const QString& advice);
+    QString advice() const;
 
     // The label of the button: "Grant…" with a real ellipsis.
     static QString grantTitle();
@@ -37,5 +41,6 @@ private:
     QString m_text;
     QLabel* m_symbol = nullptr;
     QLabel* m_label = nullptr;
+    QLabel* m_advice = nullptr;
     QPushButton* m_grant = nullptr;
 };

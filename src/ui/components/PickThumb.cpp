@@ -90,6 +90,22 @@ void PickThumb::paintFrame(QPainter& painter, QPointF origin)
     else
         Look::strokeInside(painter, shape, cornerRadius, strokeWidth(false),
                            Look::withOpacity(Look::secondary(palette()), 0.40));
+    if (hasFocus())
+        Look::focusRing(painter, shape, cornerRadius, palette());
+}
+
+void PickThumb::focusInEvent(QFocusEvent* event)
+{
+    QAbstractButton::focusInEvent(event);
+    if (m_preview)
+        m_preview->update();
+}
+
+void PickThumb::focusOutEvent(QFocusEvent* event)
+{
+    QAbstractButton::focusOutEvent(event);
+    if (m_preview)
+        m_preview->update();
 }
 
 void PickThumb::paintEvent(QPaintEvent*)
@@ -104,10 +120,4 @@ void PickThumb::paintEvent(QPaintEvent*)
     painter.drawText(
         QRectF(0, frame.bottom() + spacing, width(), height() - frame.bottom() - spacing),
         Qt::AlignHCenter | Qt::AlignTop, text());
-    if (hasFocus()) {
-        painter.setPen(QPen(Look::accent(palette()), 1, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(frame.adjusted(-1.5, -1.5, 1.5, 1.5), cornerRadius + 1,
-                                cornerRadius + 1);
-    }
 }

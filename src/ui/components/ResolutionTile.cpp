@@ -120,12 +120,8 @@ void ResolutionTile::paintEvent(QPaintEvent*)
     painter.setPen(Look::secondary(palette()));
     painter.drawText(line, Qt::AlignHCenter | Qt::AlignTop, pixelLabel(m_mode));
 
-    if (hasFocus()) {
-        painter.setPen(QPen(Look::accent(palette()), 1, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(canvas.adjusted(-1.5, -1.5, 1.5, 1.5), cornerRadius + 1,
-                                cornerRadius + 1);
-    }
+    if (hasFocus())
+        Look::focusRing(painter, canvas, cornerRadius, palette());
 }
 
 void ResolutionTile::drawCanvas(QPainter& painter, const QRectF& canvas) const

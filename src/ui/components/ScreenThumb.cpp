@@ -107,10 +107,6 @@ void ScreenThumb::paintEvent(QPaintEvent*)
                                 height() - screen.bottom() - captionGap),
                          Qt::AlignHCenter | Qt::AlignTop, *m_caption);
     }
-    if (hasFocus()) {
-        painter.setPen(QPen(accent, 1, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(screen.adjusted(-1.5, -1.5, 1.5, 1.5), cornerRadius + 1,
-                                cornerRadius + 1);
-    }
+    if (hasFocus())
+        Look::focusRing(painter, screen, cornerRadius, palette());
 }

@@ -4,6 +4,7 @@
 #include "Look.h"
 #include "MiniScreen.h"
 
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QEnterEvent>
@@ -13,6 +14,7 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QPainterPath>
+#include <QStandardPaths>
 #include <QToolButton>
 #include <QUrl>
 #include <cmath>
@@ -116,6 +118,18 @@ std::optional<QString> WallpaperWell::firstDroppedFile(const QMimeData* data)
     return urls.first().toLocalFile();
 }
 
+QString WallpaperWell::startDirectory(const std::optional<QString>& path)
+{
+    if (path && QFileInfo(*path).absoluteDir().exists())
+        return QFileInfo(*path).absolutePath();
+    // Without a picture: the user's Pictures folder (XDG_PICTURES_DIR from user-dirs.dirs, as
+    // file choosers on the Linux desktop start), else the home folder.
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    if (!pictures.isEmpty() && QDir(pictures).exists())
+        return pictures;
+    return QDir::homePath();
+}
+
 void WallpaperWell::pick()
 {
     QFileDialog dialog(this, tr("Choose a Picture"));
@@ -123,8 +137,7 @@ void WallpaperWell::pick()
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     dialog.setNameFilter(pictureFilter());
-    if (m_path)
-        dialog.setDirectory(QFileInfo(*m_path).absolutePath());
+    dialog.setDirectory(startDirectory(m_path));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     emit picked(dialog.selectedFiles().first());
@@ -242,10 +255,6 @@ void WallpaperWell::paintEvent(QPaintEvent*)
     painter.drawText(
         QRectF(0, well.bottom() + labelGap, width(), height() - well.bottom() - labelGap),
         Qt::AlignHCenter | Qt::AlignTop, text());
-    if (hasFocus()) {
-        painter.setPen(QPen(Look::accent(pal), 1, Qt::DotLine));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(well.adjusted(-1.5, -1.5, 1.5, 1.5), cornerRadius + 1,
-                                cornerRadius + 1);
-    }
+    if (hasFocus())
+        Look::focusRing(painter, well, cornerRadius, palette());
 }

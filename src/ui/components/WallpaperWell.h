@@ -39,6 +39,9 @@ public:
     static QString pictureFilter();
     // The local file of the first item of a drop; none when the drop holds no file.
     static std::optional<QString> firstDroppedFile(const QMimeData* data);
+    // Where the file chooser opens: the folder of the current picture, else the user's
+    // Pictures folder.
+    static QString startDirectory(const std::optional<QString>& path);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
