@@ -40,9 +40,20 @@ qd_stop_checked 0
 icon_style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
 xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 2
 hidden_icons='"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true'
+# Closes the main window as a user does: Alt+F4, and when that did not reach it (xfdesktop
+# restarting after the icons change may hold the focus for a moment) a click on the close button
+# at the right end of the title bar.
 close_main_window() {
-  xdotool windowactivate --sync "$window" key --clearmodifiers alt+F4
-  qd_wait_for 5 "the main window to close" no_main_window || qd_fail "main window did not close"
+  local attempt frame
+  for attempt in 1 2 3; do
+    xdotool windowactivate --sync "$window" 2>/dev/null
+    [ "$(xdotool getactivewindow 2>/dev/null)" = "$window" ] && xdotool key --clearmodifiers alt+F4
+    qd_wait_for 2 "the main window to close" no_main_window && return 0
+    read -r -a frame < <(qd_outer_frame "$window") || continue
+    xdotool mousemove --sync $((frame[0] + frame[2] - 16)) $((frame[1] + 14)) click 1
+    qd_wait_for 2 "the main window to close" no_main_window && return 0
+  done
+  qd_fail "main window did not close"
 }
 
 qd_section "with the tray icon, closing the window keeps Quillet running; a second launch reopens it"
