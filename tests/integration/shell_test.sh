@@ -46,12 +46,14 @@ hidden_icons='"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true'
 close_main_window() {
   local attempt frame
   for attempt in 1 2 3; do
-    xdotool windowactivate --sync "$window" 2>/dev/null
+    timeout 5 xdotool windowactivate --sync "$window" 2>/dev/null
     [ "$(xdotool getactivewindow 2>/dev/null)" = "$window" ] && xdotool key --clearmodifiers alt+F4
-    qd_wait_for 2 "the main window to close" no_main_window && return 0
-    read -r -a frame < <(qd_outer_frame "$window") || continue
-    xdotool mousemove --sync $((frame[0] + frame[2] - 16)) $((frame[1] + 14)) click 1
-    qd_wait_for 2 "the main window to close" no_main_window && return 0
+    qd_wait_for 4 "the main window to close" no_main_window && return 0
+    read -r -a frame < <(timeout 5 bash -c "$(declare -f qd_outer_frame); qd_outer_frame $window") ||
+      continue
+    qd_log "Alt+F4 did not close the main window; clicking its close button"
+    timeout 5 xdotool mousemove $((frame[0] + frame[2] - 16)) $((frame[1] + 14)) click 1
+    qd_wait_for 4 "the main window to close" no_main_window && return 0
   done
   qd_fail "main window did not close"
 }
