@@ -1,6 +1,9 @@
 // Start-up and shutdown of the program.
 #include "QuilletApp.h"
 
+#include "AppLogging.h"
+#include "DBusService.h"
+#include "RemoteControl.h"
 #include "SingleInstance.h"
 #include "core/AppModel.h"
 #include "core/Preferences.h"
@@ -15,7 +18,10 @@
 #include "ui/WindowAccess.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -49,20 +55,31 @@ QuilletApp::~QuilletApp()
     ShellHooks::setShared(nullptr);
 }
 
-bool QuilletApp::becomeTheRunningInstance()
+bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
 {
     m_instance = new SingleInstance(this);
-    if (m_instance->forwardToRunningInstance())
-        return false;
+    // Another launch may be starting or ending right now: whichever holds the lock runs.
+    const QDeadlineTimer deadline(10000);
+    while (!m_instance->tryLock()) {
+        bool reached = false;
+        const SingleInstance::Answer answer =
+            SingleInstance::send(QStringLiteral("reopen"), 1000, &reached);
+        if (reached) {
+            exitStatus = answer.done ? 0 : 1;
+            return false;
+        }
+        if (deadline.hasExpired()) {
+            qCCritical(lcApp, "Quillet: another Quillet runs but does not answer; %s",
+                       qUtf8Printable(answer.lines.join(QStringLiteral("; "))));
+            exitStatus = 1;
+            return false;
+        }
+    }
     m_instance->listen();
-    connect(m_instance, &SingleInstance::reopenRequested, this, [] {
-        if (WindowAccess::shared().opener)
-            WindowAccess::shared().opener();
-    });
     return true;
 }
 
-void QuilletApp::start()
+void QuilletApp::start(bool showWindow)
 {
     m_masks = std::make_unique<MaskWindowPresenter>();
     AppModel::shared().overlays().setPresenter(m_masks.get());
@@ -82,11 +99,37 @@ void QuilletApp::start()
         if (m_mainWindow)
             m_mainWindow->reopen();
     };
-    m_mainWindow->show();
+    if (showWindow)
+        m_mainWindow->show();
 
     Preferences::shared().apply();
-    AppModel::shared().restoreIfEnabled();
+    AppModel& model = AppModel::shared();
+    model.restoreIfEnabled();
+    // A run that ended without its quit sequence may have left the icons hidden: unless the
+    // choices just restored hide them again, the user's own style comes back now.
+    if (!(model.enabled() && model.desktopIconsHidden()))
+        model.desktopIcons().restore();
     UpdaterController::shared();
+    startRemoteControl();
+}
+
+void QuilletApp::startRemoteControl()
+{
+    // Outside requests take the same ways as the window's and the tray menu's.
+    m_remote = new RemoteControl(
+        AppModel::shared(), Preferences::shared(),
+        [] {
+            if (WindowAccess::shared().opener)
+                WindowAccess::shared().opener();
+        },
+        [] { QCoreApplication::quit(); }, this);
+    m_instance->setHandler([this](const QString& request) {
+        SingleInstance::Answer answer;
+        answer.done = m_remote->handleRequest(request, answer.lines);
+        return answer;
+    });
+    m_dbus = new DBusService(*m_remote, this);
+    m_dbus->registerOnSessionBus();
 }
 
 void QuilletApp::setTaskbarPresence(bool shown)
@@ -133,8 +176,35 @@ void QuilletApp::restoreDesktop()
         return;
     m_restored = true;
     AppModel& model = AppModel::shared();
+    DesktopIcons& icons = model.desktopIcons();
     model.display().restoreAll();
-    model.desktopIcons().restore();
+    // The icon style is written in its turn, but the desktop program is restarted once, last:
+    // one that starts while its pictures change may crash. Its restart is handed to a process of
+    // its own, so quitting does not wait for the new desktop to appear.
+    icons.holdRestarts();
+    icons.restore();
+    waitBriefly([&icons] { return icons.onlyRestartLeft(); });
     model.wallpaper().restore();
     model.overlays().clearMenuBarWindows();
+    icons.releaseRestarts(false);
+    waitBriefly([&icons] { return icons.isSettled(); });
+}
+
+void QuilletApp::waitBriefly(const std::function<bool()>& done)
+{
+    // The event loop keeps running (answers arrive through it) but takes no user input, and a
+    // desktop that does not answer holds the quit for a few seconds at most.
+    constexpr int kLimitMs = 3000;
+    constexpr int kCheckMs = 10;
+    if (done())
+        return;
+    QEventLoop loop;
+    QTimer check;
+    connect(&check, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    check.start(kCheckMs);
+    QTimer::singleShot(kLimitMs, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
 }

@@ -17,12 +17,20 @@ using namespace std::chrono_literals;
 AppModel::AppModel(Dependencies deps)
     : m_platform(deps.platform), m_defaults(deps.defaults), m_scheduler(deps.scheduler),
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
-      m_desktopIcons(deps.platform.desktopIcons())
+      m_desktopIcons(deps.platform.desktopIcons(),
+                     WallpaperController::supportDir() + QStringLiteral("/desktop-icons.json"))
 {
-    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens());
+    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
+                                                    &m_defaults);
     m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
                                                      m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
+    // Said in the window, and in the log for a restore at quit, when the window is gone.
+    connect(m_wallpaper.get(), &WallpaperController::restoreNotice, this,
+            [this](const QString& text) {
+                qWarning("Quillet: %s", qPrintable(text));
+                assign(m_desktopNotice, text, Field::desktopNotice);
+            });
 
     m_selectedDisplayID = m_platform.displayModes().mainDisplay();
     m_canCloneBar = m_platform.capture().canCaptureScreen();
@@ -43,6 +51,12 @@ AppModel::AppModel(Dependencies deps)
         self->recomputeBarTiles();
     };
     connect(&m_platform, &Platform::applicationActivated, this, &AppModel::refreshPermissions);
+    connect(&m_desktopIcons, &DesktopIcons::desktopReady, this, [this] {
+        if (!std::exchange(m_wallpaperWaitsForDesktop, false))
+            return;
+        m_wallpaper->setBarTintActive(m_enabled && m_menuBarCover != MenuBarCover::keep);
+        pushWallpaper();
+    });
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
             &AppModel::scheduleBarRecapture);
 
@@ -108,7 +122,7 @@ void AppModel::setEnabled(bool enabled)
     if (enabled) {
         // The last chosen mode goes to the display selected now.
         if (m_lastAppliedMode)
-            m_platform.displayModes().switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
+            m_display->switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
         if (m_desktopIconsHidden)
             m_desktopIcons.setHidden(true);
         pushWallpaper();
@@ -160,11 +174,13 @@ void AppModel::pushWallpaper()
 {
     if (!m_enabled)
         return;
-    m_wallpaper->mode = m_background;
-    m_wallpaper->color = m_backgroundColor;
-    m_wallpaper->lightURL = m_lightWallpaperURL;
-    m_wallpaper->darkURL = m_darkWallpaperURL;
-    m_wallpaper->apply();
+    if (!m_desktopIcons.isDesktopReady()) {
+        // A desktop program still starting may crash when its pictures change: push once it
+        // has drawn the desktop.
+        m_wallpaperWaitsForDesktop = true;
+        return;
+    }
+    m_wallpaper->show({m_background, m_backgroundColor, m_lightWallpaperURL, m_darkWallpaperURL});
     // The desktop behind the panel has changed.
     m_frameCache.clear();
     scheduleBarRecapture();

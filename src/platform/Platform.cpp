@@ -61,8 +61,12 @@ public:
 class NoDesktopPictures final : public DesktopPictures {
 public:
     std::optional<QString> desktopPicture(const ScreenInfo&) const override { return {}; }
-    bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
     QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
+    bool rememberDesktop(const ScreenInfo&) override { return false; }
+    bool holdsRecord(const ScreenInfo&) const override { return false; }
+    PictureRestore restoreDesktop(const ScreenInfo&) override { return PictureRestore::nothingHeld; }
+    bool otherDesktopRecordPending() const override { return false; }
+    bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
 };
 
 class NoDisplayModes final : public DisplayModes {
@@ -99,11 +103,14 @@ public:
     bool isDark() const override { return false; }
 };
 
-// No supported desktop program: no command is run at all.
+// No supported desktop program: nothing can be read or written, so nothing is ever changed.
 class NoDesktopIcons final : public DesktopIconsBackend {
 public:
-    void writeIconsHidden(bool) override {}
-    void restartDesktop() override {}
+    Style hiddenStyle() const override { return 0; }
+    Style shownStyle() const override { return {}; }
+    void readStyle(std::function<void(ReadResult)> done) override { done(ReadResult()); }
+    void writeStyle(Style, std::function<void(bool)> done) override { done(false); }
+    void restartDesktop(std::function<void()> ready) override { ready(); }
 };
 
 } // namespace

@@ -116,6 +116,11 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     m_bannerLayout->setContentsMargins(0, 0, 0, 0);
     m_bannerLayout->setSpacing(16);
     m_panelLayout->addWidget(m_bannerBox);
+    // What could not be put back on the desktop exactly (said once, when it happens).
+    m_desktopNotice = new QLabel(m_panel);
+    m_desktopNotice->setWordWrap(true);
+    m_desktopNotice->setVisible(false);
+    m_panelLayout->addWidget(m_desktopNotice);
 
     m_bottomRow = new QWidget(m_panel);
     auto* bottom = new QHBoxLayout(m_bottomRow);
@@ -756,6 +761,10 @@ void ContentView::onPublished(AppModel::Field field)
         break;
     case F::enabled:
         // The panel has no master switch of its own: nothing depends on it.
+        break;
+    case F::desktopNotice:
+        m_desktopNotice->setText(m_model.desktopNotice());
+        m_desktopNotice->setVisible(!m_model.desktopNotice().isEmpty());
         break;
     }
     updatePanelWidth();

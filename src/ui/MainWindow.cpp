@@ -11,6 +11,7 @@
 #include <QCloseEvent>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #ifndef QUILLET_VERSION
@@ -29,6 +30,73 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     // A fixed panel: the window is exactly as large as its content and follows it when banners
     // come and go.
     layout()->setSizeConstraint(QLayout::SetFixedSize);
+
+    // A smaller mode can leave the window partly off its monitor, with "Restore Original" out
+    // of reach: once the monitors have settled, the window is moved back onto its monitor.
+    m_screenCheck.setSingleShot(true);
+    m_screenCheck.setInterval(50);
+    connect(&m_screenCheck, &QTimer::timeout, this, &MainWindow::keepWindowsOnScreen);
+    for (QScreen* screen : QGuiApplication::screens())
+        watchScreen(screen);
+    connect(qApp, &QGuiApplication::screenAdded, this, &MainWindow::watchScreen);
+    connect(qApp, &QGuiApplication::screenRemoved, &m_screenCheck, qOverload<>(&QTimer::start));
+    installEventFilter(this);
+}
+
+void MainWindow::watchScreen(QScreen* screen)
+{
+    connect(screen, &QScreen::geometryChanged, &m_screenCheck, qOverload<>(&QTimer::start));
+    connect(screen, &QScreen::availableGeometryChanged, &m_screenCheck,
+            qOverload<>(&QTimer::start));
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if ((event->type() == QEvent::Move || event->type() == QEvent::Show) &&
+        !m_screenCheck.isActive()) {
+        auto* window = static_cast<QWidget*>(watched);
+        if (const QScreen* screen = QGuiApplication::screenAt(window->frameGeometry().center()))
+            m_homeScreens.insert(window, screen->name());
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+QPoint MainWindow::keptInside(const QRect& frame, const QRect& area)
+{
+    const auto place = [](int start, int length, int areaStart, int areaLength) {
+        return std::max(areaStart, std::min(start, areaStart + areaLength - length));
+    };
+    return QPoint(place(frame.x(), frame.width(), area.x(), area.width()),
+                  place(frame.y(), frame.height(), area.y(), area.height()));
+}
+
+void MainWindow::keepWindowsOnScreen()
+{
+    for (QWidget* window : {static_cast<QWidget*>(this), static_cast<QWidget*>(m_settings)}) {
+        if (!window || !window->isVisible() || window->isMinimized())
+            continue;
+        const QRect frame = window->frameGeometry();
+        QScreen* home = nullptr;
+        const QString name = m_homeScreens.value(window);
+        for (QScreen* screen : QGuiApplication::screens()) {
+            if (screen->name() == name)
+                home = screen;
+        }
+        if (!home)
+            home = QGuiApplication::screenAt(frame.center());
+        if (!home)
+            home = QGuiApplication::primaryScreen();
+        if (!home)
+            continue;
+        // Below the panels where the window fits there, else on the monitor as a whole, so that
+        // its bottom row of buttons stays on screen.
+        const QRect available = home->availableGeometry();
+        const bool fits =
+            frame.width() <= available.width() && frame.height() <= available.height();
+        const QPoint to = keptInside(frame, fits ? available : home->geometry());
+        if (to != frame.topLeft())
+            window->move(to);
+    }
 }
 
 void MainWindow::buildMenu()
@@ -69,6 +137,7 @@ QWidget* MainWindow::settingsWindow()
         layout->addWidget(new PreferencesView(m_preferences, window));
         layout->setSizeConstraint(QLayout::SetFixedSize);
         connect(this, &QObject::destroyed, window, &QObject::deleteLater);
+        window->installEventFilter(this);
         m_settings = window;
     }
     return m_settings;

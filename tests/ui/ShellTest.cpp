@@ -9,15 +9,20 @@
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
 #include <QWindow>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -48,6 +53,43 @@ void expectDistinctMnemonics(const QList<QAction*>& actions)
         EXPECT_FALSE(letters.contains(letter)) << action->text().toStdString();
         letters.insert(letter);
     }
+}
+
+// A one-shot HTTP server on the loopback that answers every request with `response`.
+class CannedHttpServer final {
+public:
+    explicit CannedHttpServer(QByteArray response) : m_response(std::move(response))
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
+            QTcpSocket* socket = m_server.nextPendingConnection();
+            QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
+                if (!socket->readAll().contains("\r\n\r\n"))
+                    return;
+                socket->write(m_response);
+                socket->disconnectFromHost();
+            });
+        });
+    }
+    QUrl url() const
+    {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1/feed.xml").arg(m_server.serverPort()));
+    }
+
+private:
+    QTcpServer m_server;
+    QByteArray m_response;
+};
+
+// The verdict a check of `feed` ends with: [newer, message, link].
+QVariantList checkOnce(const QUrl& feed)
+{
+    UpdaterController updater(feed);
+    QSignalSpy spy(&updater, &UpdaterController::finished);
+    updater.checkForUpdates();
+    if (!spy.wait(10000))
+        return {};
+    return spy.at(0);
 }
 
 } // namespace
@@ -208,6 +250,82 @@ TEST(UpdateFeed, newestReleaseAndVerdict)
     EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(UpdateFeed::newestRelease("<rss><channel></channel></rss>", &error).has_value());
     EXPECT_EQ(error, QStringLiteral("The update feed lists no release."));
+}
+
+TEST(UpdateFeed, onlyHttpsLinksAreKept)
+{
+    const auto linkOf = [](const QByteArray& link) {
+        QString error;
+        const auto newest =
+            UpdateFeed::newestRelease("<rss><channel><item><version>9.0</version><link>" + link +
+                                          "</link></item></channel></rss>",
+                                      &error);
+        return newest ? newest->link : QUrl(QStringLiteral("unread:"));
+    };
+    EXPECT_EQ(linkOf("https://example.org/9"), QUrl("https://example.org/9"));
+    for (const QByteArray& unsafe :
+         {QByteArray("javascript:alert(1)"), QByteArray("file:///etc/passwd"),
+          QByteArray("http://example.org/9"), QByteArray("HTTPS:"), QByteArray("https:///x"),
+          QByteArray("data:text/html,&lt;b&gt;x"), QByteArray("  smb://host/share")})
+        EXPECT_EQ(linkOf(unsafe), QUrl()) << unsafe.toStdString();
+
+    QString error;
+    EXPECT_FALSE(UpdateFeed::newestRelease(QByteArray(UpdateFeed::kMaxFeedBytes + 1, ' '), &error));
+    EXPECT_EQ(error, QStringLiteral("The update feed is larger than 1024 KB and was not read."));
+}
+
+TEST(UpdaterController, theDialogShowsNetworkTextPlainAndOpensOnlyHttps)
+{
+    const QString injected = QStringLiteral("<a href=\"file:///etc\">click</a>");
+    std::unique_ptr<QMessageBox> box(
+        UpdaterController::createDialog(true, injected, QUrl("javascript:alert(1)"), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    EXPECT_EQ(box->text(), injected);
+    EXPECT_TRUE(box->informativeText().isEmpty());
+    EXPECT_EQ(box->buttons().size(), 1) << "no button opens an unsafe link";
+
+    box.reset(UpdaterController::createDialog(true, QStringLiteral("Quillet 9.0 is available."),
+                                              QUrl("https://example.org/9"), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    EXPECT_EQ(box->informativeText(), QStringLiteral("https://example.org/9"));
+    QStringList labels;
+    for (const QAbstractButton* button : box->buttons())
+        labels << button->text();
+    EXPECT_TRUE(labels.contains(QStringLiteral("Open Download Page")));
+}
+
+TEST(UpdaterController, serverTextIsBoundedAndNeverALink)
+{
+    // A reason phrase carrying markup reaches the message only as text.
+    CannedHttpServer markup("HTTP/1.1 500 <a href=\"javascript:x\">Update now</a>\r\n"
+                            "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    const QVariantList failed = checkOnce(markup.url());
+    ASSERT_EQ(failed.size(), 3);
+    EXPECT_FALSE(failed[0].toBool());
+    EXPECT_TRUE(failed[1].toString().startsWith(QStringLiteral("Could not check for updates:")));
+    EXPECT_FALSE(failed[2].toUrl().isValid());
+    std::unique_ptr<QMessageBox> box(
+        UpdaterController::createDialog(false, failed[1].toString(), failed[2].toUrl(), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+
+    // A feed far larger than any real one is cut off unread.
+    QByteArray huge = "HTTP/1.1 200 OK\r\nContent-Type: application/rss+xml\r\n"
+                      "Connection: close\r\n\r\n<rss><channel>";
+    huge += QByteArray(3 << 20, ' ');
+    CannedHttpServer large(huge);
+    const QVariantList tooLarge = checkOnce(large.url());
+    ASSERT_EQ(tooLarge.size(), 3);
+    EXPECT_EQ(tooLarge[1].toString(),
+              QStringLiteral("The update feed is larger than 1024 KB and was not read."));
+
+    // A newer release with a javascript: link is announced without its link.
+    CannedHttpServer unsafe("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n"
+                            "<rss><channel><item><version>99.0</version>"
+                            "<link>javascript:alert(1)</link></item></channel></rss>");
+    const QVariantList newer = checkOnce(unsafe.url());
+    ASSERT_EQ(newer.size(), 3);
+    EXPECT_TRUE(newer[0].toBool());
+    EXPECT_FALSE(newer[2].toUrl().isValid());
 }
 
 TEST(UpdaterController, reportsAFeedThatCannotBeRead)

@@ -1,6 +1,4 @@
-// The app model: master switch, desktop choices, launch restore, permissions and the poll,
-// and the desktop-icon switch it drives.
-#include "DesktopIcons.h"
+// The app model: master switch, desktop choices, launch restore, permissions and the poll.
 #include "FakeApp.h"
 
 #include <QFile>
@@ -22,25 +20,6 @@ qsizetype publishedCount(const QSignalSpy& spy, AppModel::Field field)
 
 } // namespace
 
-TEST(DesktopIcons, undoesOnlyWhatItHid)
-{
-    FakeDesktopIcons backend;
-    DesktopIcons icons(backend);
-
-    // Nothing hidden yet, so nothing to undo; hiding twice runs twice; one restore undoes it.
-    icons.restore();
-    icons.setHidden(true);
-    icons.setHidden(true);
-    icons.restore();
-    icons.restore();
-    // Showing clears the flag, so a later restore has nothing to undo.
-    icons.setHidden(true);
-    icons.setHidden(false);
-    icons.restore();
-    EXPECT_EQ(backend.log, QStringList({"hide", "restart", "hide", "restart", "show", "restart",
-                                        "hide", "restart", "show", "restart"}));
-}
-
 TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
 {
     const QString mine = dirs.root() + QStringLiteral("/mine.png");
@@ -53,7 +32,7 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
     EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("Clock")}));
     EXPECT_EQ(m.lightWallpaperURL(), mine);
     EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
-    EXPECT_EQ(m.wallpaper().lightURL, mine);
+    EXPECT_EQ(m.wallpaper().choice().lightURL, mine);
 
     // A cleared picture is forgotten until the next launch, which offers the default again.
     m.setLightWallpaperURL(std::nullopt);
@@ -127,8 +106,8 @@ TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
 
     EXPECT_EQ(m.backgroundColor(), (RgbColor{30 / 255.0, 144 / 255.0, 1.0, 1.0}));
     // The push of the background already used the stored colour.
-    EXPECT_EQ(m.wallpaper().mode, DesktopBackground::color);
-    EXPECT_EQ(m.wallpaper().color, m.backgroundColor());
+    EXPECT_EQ(m.wallpaper().choice().mode, DesktopBackground::color);
+    EXPECT_EQ(m.wallpaper().choice().color, m.backgroundColor());
     EXPECT_EQ(fake.desktopIcons->log, QStringList({"hide", "restart"}));
     EXPECT_EQ(m.menuBarCover(), MenuBarCover::items);
 

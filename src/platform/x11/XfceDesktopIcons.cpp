@@ -1,47 +1,282 @@
-// xfconf icon style 0 hides the icons, 2 shows the file icons (xfdesktop's default).
+// xfconf's /desktop-icons/style in the xfce4-desktop channel: 0 hides the icons, 2 shows the
+// file icons (xfdesktop's default when the property does not exist). The style is read and
+// written through the xfconf daemon's D-Bus service, asynchronously and with a time limit, so
+// that a missing "does not exist" can be told from a daemon that does not answer.
 #include "XfceDesktopIcons.h"
 
-#include "platform/ProcessRunner.h"
+#include "X11Connection.h"
+#include "X11Replies.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDeadlineTimer>
-#include <QThread>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QFile>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
 
 namespace {
-const QString kXfdesktopBusName = QStringLiteral("org.xfce.xfdesktop");
 
-bool xfdesktopOnBus()
+const QString kXfdesktopBusName = QStringLiteral("org.xfce.xfdesktop");
+const QString kXfconfService = QStringLiteral("org.xfce.Xfconf");
+const QString kXfconfPath = QStringLiteral("/org/xfce/Xfconf");
+const QString kChannel = QStringLiteral("xfce4-desktop");
+const QString kStyleProperty = QStringLiteral("/desktop-icons/style");
+const QString kNotFound = QStringLiteral("org.xfce.Xfconf.Error.PropertyNotFound");
+// A daemon that has not answered by then is taken as gone.
+constexpr int kCallTimeoutMs = 2000;
+// A loaded machine may take several seconds to start xfdesktop and draw its desktop.
+constexpr int kReadyTimeoutMs = 10000;
+constexpr int kReadyPollMs = 50;
+
+void callXfconf(QObject* context, const QString& method, const QVariantList& arguments,
+                std::function<void(const QDBusMessage&)> done)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(kXfconfService, kXfconfPath, kXfconfService, method);
+    message.setArguments(arguments);
+    auto* watcher = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(message, kCallTimeoutMs), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [watcher, done = std::move(done)] {
+                         watcher->deleteLater();
+                         done(watcher->reply());
+                     });
+}
+
+// What the desktop looks like now: the process that owns xfdesktop's desktop window (0 when
+// none) and the root pixmap xfdesktop draws into (0 when none; it is removed when xfdesktop
+// quits and set again once a new one has drawn the desktop).
+struct DesktopState {
+    qint64 pid = 0;
+    quint32 rootPixmap = 0;
+};
+
+DesktopState desktopState()
+{
+    DesktopState state;
+    xcb_connection_t* c = X11::scanConnection();
+    if (!c)
+        return state;
+    const QDeadlineTimer deadline(500);
+    const xcb_window_t root = X11::rootWindow();
+    auto windowCookie = X11::requestProperty(c, root, X11::atom("XFCE_DESKTOP_WINDOW"));
+    auto pixmapCookie = X11::requestProperty(c, root, X11::atom("_XROOTPMAP_ID"));
+    const auto window = X11::reply<xcb_get_property_reply_t>(c, windowCookie, deadline);
+    const auto pixmap = X11::reply<xcb_get_property_reply_t>(c, pixmapCookie, deadline);
+    if (const QList<quint32> ids = X11::cardinals(pixmap.get()); !ids.isEmpty())
+        state.rootPixmap = ids.constFirst();
+    const QList<quint32> windows = X11::cardinals(window.get());
+    if (windows.isEmpty())
+        return state;
+    // A window that is gone (xfdesktop was killed) has no properties: no desktop then.
+    const auto pid = X11::reply<xcb_get_property_reply_t>(
+        c, X11::requestProperty(c, windows.constFirst(), X11::atom("_NET_WM_PID")), deadline);
+    if (const QList<quint32> pids = X11::cardinals(pid.get()); !pids.isEmpty())
+        state.pid = pids.constFirst();
+    return state;
+}
+
+// --- the detached restart, run in a forked process ---------------------------------------------
+// Between fork and exec only async-signal-safe calls are allowed: no allocation, no locks.
+
+void sleepMilliseconds(long ms)
+{
+    const timespec pause{0, ms * 1000000L};
+    nanosleep(&pause, nullptr);
+}
+
+// True once the process is gone or a zombie (its parent may never reap it).
+bool processEnded(const char* statPath)
+{
+    const int fd = open(statPath, O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return true;
+    char buffer[512];
+    const ssize_t length = read(fd, buffer, sizeof buffer);
+    close(fd);
+    if (length <= 0)
+        return true;
+    // The state follows the command name, which may itself contain ") ".
+    ssize_t close = length - 1;
+    while (close >= 0 && buffer[close] != ')')
+        --close;
+    if (close < 0 || close + 2 >= length)
+        return true;
+    const char state = buffer[close + 2];
+    return state == 'Z' || state == 'X';
+}
+
+bool waitForEnd(const char* statPath, int timeoutMs)
+{
+    for (int waited = 0; waited < timeoutMs; waited += 20) {
+        if (processEnded(statPath))
+            return true;
+        sleepMilliseconds(20);
+    }
+    return processEnded(statPath);
+}
+
+// Runs a child to its end, killing it when it takes longer than the limit.
+void runBounded(char* const argv[], int timeoutMs)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        execv(argv[0], argv);
+        _exit(127);
+    }
+    if (child < 0)
+        return;
+    for (int waited = 0; waited < timeoutMs; waited += 20) {
+        if (waitpid(child, nullptr, WNOHANG) == child)
+            return;
+        sleepMilliseconds(20);
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
+// The restart proper: ask the old xfdesktop to quit, wait for it to end (a new one started
+// while the old one still holds its bus name would only hand its command line over and exit),
+// then become the new xfdesktop. Everything is bounded, and the old one is terminated if it
+// does not quit in time.
+[[noreturn]] void restartInThisProcess(char* const quitArgv[], char* const startArgv[],
+                                       const char* oldStatPath, pid_t oldPid)
+{
+    runBounded(quitArgv, 3000);
+    if (!waitForEnd(oldStatPath, 3000)) {
+        kill(oldPid, SIGTERM);
+        if (!waitForEnd(oldStatPath, 2000)) {
+            kill(oldPid, SIGKILL);
+            waitForEnd(oldStatPath, 1000);
+        }
+    }
+    execv(startArgv[0], startArgv);
+    _exit(127);
+}
+
+// Forks a process of its own session, not our child, that restarts xfdesktop: a kill of
+// Quillet at any moment afterwards still leaves the user a desktop program.
+bool launchDetachedRestart(qint64 oldPid)
+{
+    // Everything the forked process needs is prepared here, before the fork.
+    char program[] = "/usr/bin/xfdesktop";
+    char quitOption[] = "--quit";
+    char* const quitArgv[] = {program, quitOption, nullptr};
+    char* const startArgv[] = {program, nullptr};
+    char statPath[64];
+    std::snprintf(statPath, sizeof statPath, "/proc/%lld/stat", static_cast<long long>(oldPid));
+
+    const pid_t child = fork();
+    if (child < 0)
+        return false;
+    if (child == 0) {
+        setsid();
+        if (fork() != 0)
+            _exit(0);
+        // The grandchild, adopted by init: none of our descriptors (the X and bus connections
+        // above all, whose end must follow ours) and none of our signal handling.
+        close_range(3, ~0U, 0);
+        struct sigaction standard {};
+        standard.sa_handler = SIG_DFL;
+        for (int signal = 1; signal < NSIG; ++signal)
+            sigaction(signal, &standard, nullptr);
+        sigset_t none;
+        sigemptyset(&none);
+        sigprocmask(SIG_SETMASK, &none, nullptr);
+        restartInThisProcess(quitArgv, startArgv, statPath, static_cast<pid_t>(oldPid));
+    }
+    // The intermediate process exits at once.
+    waitpid(child, nullptr, 0);
+    return true;
+}
+
+} // namespace
+
+XfceDesktopIcons::XfceDesktopIcons()
+{
+    m_readyPoll.setInterval(kReadyPollMs);
+    connect(&m_readyPoll, &QTimer::timeout, this, &XfceDesktopIcons::checkReady);
+}
+
+bool XfceDesktopIcons::isRunning()
 {
     QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
     return bus && bus->isServiceRegistered(kXfdesktopBusName).value();
 }
-} // namespace
 
-bool XfceDesktopIcons::isRunning()
+void XfceDesktopIcons::readStyle(std::function<void(ReadResult)> done)
 {
-    return xfdesktopOnBus();
+    callXfconf(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},
+               [done = std::move(done)](const QDBusMessage& reply) {
+                   if (reply.type() == QDBusMessage::ErrorMessage) {
+                       // Not set: xfdesktop shows its default.
+                       done(reply.errorName() == kNotFound ? ReadResult(Style()) : ReadResult());
+                       return;
+                   }
+                   if (reply.arguments().isEmpty()) {
+                       done(ReadResult());
+                       return;
+                   }
+                   QVariant value = reply.arguments().constFirst();
+                   if (value.canConvert<QDBusVariant>())
+                       value = value.value<QDBusVariant>().variant();
+                   bool isNumber = false;
+                   const int style = value.toInt(&isNumber);
+                   done(isNumber ? ReadResult(Style(style)) : ReadResult());
+               });
 }
 
-void XfceDesktopIcons::writeIconsHidden(bool hidden)
+void XfceDesktopIcons::writeStyle(Style style, std::function<void(bool)> done)
 {
-    // -n creates the property: it does not exist until someone first writes it.
-    m_processes.run(QStringLiteral("/usr/bin/xfconf-query"),
-                    {QStringLiteral("-c"), QStringLiteral("xfce4-desktop"), QStringLiteral("-p"),
-                     QStringLiteral("/desktop-icons/style"), QStringLiteral("-n"),
-                     QStringLiteral("-t"), QStringLiteral("int"), QStringLiteral("-s"),
-                     hidden ? QStringLiteral("0") : QStringLiteral("2")});
+    auto answered = [done = std::move(done)](const QDBusMessage& reply) {
+        done(reply.type() == QDBusMessage::ReplyMessage);
+    };
+    if (!style) {
+        callXfconf(this, QStringLiteral("ResetProperty"), {kChannel, kStyleProperty, false},
+                   std::move(answered));
+        return;
+    }
+    // An int property, as xfdesktop itself writes it.
+    callXfconf(this, QStringLiteral("SetProperty"),
+               {kChannel, kStyleProperty, QVariant::fromValue(QDBusVariant(QVariant(*style)))},
+               std::move(answered));
 }
 
-void XfceDesktopIcons::restartDesktop()
+void XfceDesktopIcons::restartDesktop(std::function<void()> ready)
 {
     // xfdesktop applies the style live but may then crash on the next screen-size change; one
-    // started with the new style does not. The new one is detached so it outlives us.
-    m_processes.run(QStringLiteral("/usr/bin/xfdesktop"), {QStringLiteral("--quit")});
-    // A new instance started while the old one still holds its bus name would only forward
-    // its command line to the old one and exit.
-    const QDeadlineTimer deadline(3000);
-    while (xfdesktopOnBus() && !deadline.hasExpired())
-        QThread::msleep(20);
-    m_processes.startDetached(QStringLiteral("/usr/bin/xfdesktop"), {});
+    // started with the new style does not.
+    if (m_ready)
+        std::exchange(m_ready, {})();
+    const DesktopState before = desktopState();
+    if (before.pid <= 0 || !launchDetachedRestart(before.pid)) {
+        ready();
+        return;
+    }
+    m_oldDesktopPid = before.pid;
+    m_oldRootPixmap = before.rootPixmap;
+    m_ready = std::move(ready);
+    m_readyDeadline.setRemainingTime(kReadyTimeoutMs);
+    m_readyPoll.start();
+}
+
+void XfceDesktopIcons::checkReady()
+{
+    // Ready once a new xfdesktop owns the desktop window and has drawn its root pixmap.
+    const DesktopState now = desktopState();
+    const bool drawn = now.pid > 0 && now.pid != m_oldDesktopPid && now.rootPixmap != 0 &&
+                       now.rootPixmap != m_oldRootPixmap;
+    if (!drawn && !m_readyDeadline.hasExpired())
+        return;
+    if (!drawn)
+        qWarning("Quillet: the restarted desktop program did not show its desktop within %d s",
+                 kReadyTimeoutMs / 1000);
+    m_readyPoll.stop();
+    if (m_ready)
+        std::exchange(m_ready, {})();
 }
