@@ -63,13 +63,12 @@ UpdaterController& UpdaterController::shared()
 QMessageBox* UpdaterController::createDialog(bool newer, const QString& message, const QUrl& link,
                                              QWidget* parent)
 {
-    auto* box = new QMessageBox(QMessageBox::Information, tr("Check for Updates"),
-                                message, QMessageBox::Ok, parent);
+    auto* box = new QMessageBox(QMessageBox::Information, tr("Check for Updates"), message,
+                                QMessageBox::Ok, parent);
     box->setTextFormat(Qt::PlainText);
     if (newer && UpdateFeed::isSafeLink(link)) {
         box->setInformativeText(link.toString());
-        QPushButton* open =
-            box->addButton(tr("Open Download Page"), QMessageBox::AcceptRole);
+        QPushButton* open = box->addButton(tr("Open Download Page"), QMessageBox::AcceptRole);
         const QUrl target = link;
         QObject::connect(open, &QPushButton::clicked, box, [target] {
             // Checked again at the moment of opening: nothing but https reaches the opener.
@@ -136,9 +135,7 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
         }
         if (reply->error() != QNetworkReply::NoError) {
             report(false,
-                   tr("Could not check for updates: %1")
-                       .arg(shortened(reply->errorString())),
-                   {});
+                   tr("Could not check for updates: %1").arg(shortened(reply->errorString())), {});
             return;
         }
         body->append(reply->read(UpdateFeed::kMaxFeedBytes + 1 - body->size()));
