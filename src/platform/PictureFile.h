@@ -80,8 +80,12 @@ inline QImage readToFill(const QString& path, QSize size)
     }();
     Q_UNUSED(raised);
     QImage image = reader.read();
-    if (image.isNull())
+    if (image.isNull()) {
+        ProblemLog::reportOnce(
+            QStringLiteral("picture ") + path,
+            QStringLiteral("picture file %1 cannot be shown (%2)").arg(path, reader.errorString()));
         return {};
+    }
     image.setDevicePixelRatio(1.0);
     if (image.size() != target)
         image = image.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);

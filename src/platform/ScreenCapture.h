@@ -9,6 +9,10 @@ public:
     virtual bool canCaptureScreen() const = 0;
     // Asks for access where the system can grant it; true when capturing is possible now.
     virtual bool requestCaptureAccess() = 0;
-    // The display's image in device pixels, row 0 at the top; null on failure.
+    // The display's image in device pixels, row 0 at the top; null on failure. It may hold
+    // only the top rows, where the panels are, and is never shorter than the panels.
     virtual QImage captureDisplay(quint32 displayId) = 0;
+    // Whether the panels are captured as they are even under the program's own windows (the
+    // masks), so these need not come down first.
+    virtual bool capturesBelowOwnWindows() const { return false; }
 };

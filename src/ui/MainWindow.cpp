@@ -88,12 +88,9 @@ void MainWindow::keepWindowsOnScreen()
             home = QGuiApplication::primaryScreen();
         if (!home)
             continue;
-        // Below the panels where the window fits there, else on the monitor as a whole, so that
-        // its bottom row of buttons stays on screen.
-        const QRect available = home->availableGeometry();
-        const bool fits =
-            frame.width() <= available.width() && frame.height() <= available.height();
-        const QPoint to = keptInside(frame, fits ? available : home->geometry());
+        // Below the panels; a window taller than what is left keeps its title bar and top
+        // rows (the resolution card with "Restore Original") on screen.
+        const QPoint to = keptInside(frame, home->availableGeometry());
         if (to != frame.topLeft())
             window->move(to);
     }

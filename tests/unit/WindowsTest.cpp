@@ -1,5 +1,7 @@
-// Other applications' windows: the enumeration filters and grouping, region geometry and the two
-// coordinate systems, clamped resizing, the preset sizes, and the model's selection rules.
+// Other applications' windows: the enumeration filters (current workspace only) and grouping
+// (front to back within an application), region geometry and the two coordinate systems, clamped
+// resizing, the preset sizes, the model's selection rules, and keeping our own window on its
+// monitor.
 #include "FakeApp.h"
 #include "FakePlatform.h"
 #include "TestDirs.h"
