@@ -33,6 +33,8 @@ settings() { xfconf-query -c xfce4-desktop -lv 2>/dev/null | sort; }
 settings_differ_from() { [ "$(settings)" != "$1" ]; }
 desktop_running() { local pid; pid=$(qd_desktop_pid) && [ -n "$pid" ] && qd_running "$pid"; }
 store_file() { echo "$XDG_CONFIG_HOME/Quillet/defaults.json"; }
+# The stored choices, whatever the layout of the file.
+stored_choices() { "$QD_PYTHON" -c 'import json,sys; print(json.dumps(json.load(open(sys.argv[1])), sort_keys=True))' "$(store_file)"; }
 icons_hidden() { [ "$(qd_xfconf_get xfce4-desktop /desktop-icons/style)" = 0 ]; }
 # The launch has applied the row's change: the settings moved away from the user's and, where
 # the icons are hidden, a restarted xfdesktop has drawn its desktop.
@@ -94,7 +96,7 @@ crash_run() { # ROW MOMENT
 
   # The relaunch runs with the restore preference off, as most users have it.
   "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; open(p,"w").write(json.dumps(d))' "$(store_file)"
-  stored=$(cat "$(store_file)")
+  stored=$(stored_choices)
   qd_launch_quillet "relaunch-$row-$moment"
   qd_wait_for 20 "the main window" qd_main_window || qd_fail "no main window after the relaunch"
   qd_wait_for 10 "the relaunch to settle" settled
@@ -111,7 +113,7 @@ crash_run() { # ROW MOMENT
     qd_fail "xfce4-desktop settings changed: $(diff <(echo "$baseline") <(echo "$now") | grep '^[<>]' | tr '\n' ' ')"
   fi
   qd_check "no window of quillet is left" bash -c "! xdotool search --pid $pid >/dev/null 2>&1"
-  qd_check_eq "the stored choices are unchanged" "$stored" "$(cat "$(store_file)")"
+  qd_check_eq "the stored choices are unchanged" "$stored" "$(stored_choices)"
   qd_check "no icon record is left" test ! -e "$XDG_DATA_HOME/Quillet/desktop-icons.json"
 
   runs=$((runs + 1))
