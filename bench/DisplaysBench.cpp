@@ -30,7 +30,8 @@ void availableModes(benchmark::State& state)
 }
 BENCHMARK(availableModes)->Unit(benchmark::kMicrosecond);
 
-// The smallest offered mode and back to the start-up one, as the reset action does it.
+// The smallest offered mode and back to the start-up one, as the reset action does it; on two
+// monitors each switch re-places the neighbour in the same transaction.
 void switchAndRestore(benchmark::State& state)
 {
     DisplayController controller(g_platform->displayModes(), g_platform->screens());
@@ -41,12 +42,22 @@ void switchAndRestore(benchmark::State& state)
         return;
     }
     for (auto _ : state) {
-        g_platform->displayModes().switchMode(main, modes.last().id);
+        controller.switchMode(main, modes.last().id);
         controller.restore(main);
     }
     controller.restoreAll();
 }
 BENCHMARK(switchAndRestore)->Unit(benchmark::kMillisecond)->Iterations(20);
+
+// What quitting does: every display back to its start-up mode and place (nothing to change).
+void restoreAllUnchanged(benchmark::State& state)
+{
+    DisplayController controller(g_platform->displayModes(), g_platform->screens());
+    for (auto _ : state)
+        controller.restoreAll();
+    state.counters["displays"] = double(controller.originalModes().size());
+}
+BENCHMARK(restoreAllUnchanged)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

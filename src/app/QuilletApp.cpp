@@ -1,6 +1,9 @@
 // Start-up and shutdown of the program.
 #include "QuilletApp.h"
 
+#include "AppLogging.h"
+#include "DBusService.h"
+#include "RemoteControl.h"
 #include "SingleInstance.h"
 #include "core/AppModel.h"
 #include "core/Preferences.h"
@@ -9,11 +12,13 @@
 #include "platform/x11/X11WindowState.h"
 #include "ui/MainWindow.h"
 #include "ui/MaskWindowPresenter.h"
+#include "ui/Popover.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 #include "ui/WindowAccess.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -50,20 +55,31 @@ QuilletApp::~QuilletApp()
     ShellHooks::setShared(nullptr);
 }
 
-bool QuilletApp::becomeTheRunningInstance()
+bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
 {
     m_instance = new SingleInstance(this);
-    if (m_instance->forwardToRunningInstance())
-        return false;
+    // Another launch may be starting or ending right now: whichever holds the lock runs.
+    const QDeadlineTimer deadline(10000);
+    while (!m_instance->tryLock()) {
+        bool reached = false;
+        const SingleInstance::Answer answer =
+            SingleInstance::send(QStringLiteral("reopen"), 1000, &reached);
+        if (reached) {
+            exitStatus = answer.done ? 0 : 1;
+            return false;
+        }
+        if (deadline.hasExpired()) {
+            qCCritical(lcApp, "Quillet: another Quillet runs but does not answer; %s",
+                       qUtf8Printable(answer.lines.join(QStringLiteral("; "))));
+            exitStatus = 1;
+            return false;
+        }
+    }
     m_instance->listen();
-    connect(m_instance, &SingleInstance::reopenRequested, this, [] {
-        if (WindowAccess::shared().opener)
-            WindowAccess::shared().opener();
-    });
     return true;
 }
 
-void QuilletApp::start()
+void QuilletApp::start(bool showWindow)
 {
     m_masks = std::make_unique<MaskWindowPresenter>();
     AppModel::shared().overlays().setPresenter(m_masks.get());
@@ -71,11 +87,20 @@ void QuilletApp::start()
     // The desktop hints go on every native window the main window gets.
     connect(m_mainWindow.get(), &MainWindow::windowShown, this,
             [this] { X11::setSkipTaskbar(m_mainWindow->windowHandle(), !m_showInTaskbar); });
+    // Without a tray icon nothing would be left to reach the program (and its master switch)
+    // once the window is gone, so closing it quits and puts the desktop back, as Linux
+    // programs without a tray icon do. With the tray icon shown the program keeps running there.
+    connect(m_mainWindow.get(), &MainWindow::closed, this, [] {
+        if (!StatusItemController::shared().isShown())
+            QCoreApplication::quit();
+    });
+    Popover::setKeepOffTaskbar([](QWindow* window) { X11::setSkipTaskbar(window, true); });
     WindowAccess::shared().opener = [this] {
         if (m_mainWindow)
             m_mainWindow->reopen();
     };
-    m_mainWindow->show();
+    if (showWindow)
+        m_mainWindow->show();
 
     Preferences::shared().apply();
     AppModel& model = AppModel::shared();
@@ -85,6 +110,26 @@ void QuilletApp::start()
     if (!(model.enabled() && model.desktopIconsHidden()))
         model.desktopIcons().restore();
     UpdaterController::shared();
+    startRemoteControl();
+}
+
+void QuilletApp::startRemoteControl()
+{
+    // Outside requests take the same ways as the window's and the tray menu's.
+    m_remote = new RemoteControl(
+        AppModel::shared(), Preferences::shared(),
+        [] {
+            if (WindowAccess::shared().opener)
+                WindowAccess::shared().opener();
+        },
+        [] { QCoreApplication::quit(); }, this);
+    m_instance->setHandler([this](const QString& request) {
+        SingleInstance::Answer answer;
+        answer.done = m_remote->handleRequest(request, answer.lines);
+        return answer;
+    });
+    m_dbus = new DBusService(*m_remote, this);
+    m_dbus->registerOnSessionBus();
 }
 
 void QuilletApp::setTaskbarPresence(bool shown)

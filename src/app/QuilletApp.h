@@ -8,11 +8,13 @@
 #include <functional>
 #include <memory>
 
+class DBusService;
 class MainWindow;
 class MaskWindowPresenter;
 class Platform;
 class SingleInstance;
 class QSocketNotifier;
+class RemoteControl;
 
 class QuilletApp final : public QObject, public ShellHooks {
     Q_OBJECT
@@ -20,10 +22,12 @@ public:
     explicit QuilletApp(QObject* parent = nullptr);
     ~QuilletApp() override;
 
-    // False when another instance runs: it was asked to reopen its window and we should exit.
-    bool becomeTheRunningInstance();
-    // Builds the windows and runs the launch sequence.
-    void start();
+    // False when another instance runs: it was asked to reopen its window and this process
+    // should exit with `exitStatus` (not 0 when it could not be reached).
+    bool becomeTheRunningInstance(int& exitStatus);
+    // Builds the windows and runs the launch sequence; the main window stays closed when
+    // `showWindow` is false (an instance started by a command).
+    void start(bool showWindow = true);
 
     // ShellHooks
     void setTaskbarPresence(bool shown) override;
@@ -32,6 +36,8 @@ public:
 
 private:
     void installSignalHandlers();
+    // The command line's requests and the D-Bus service.
+    void startRemoteControl();
     // Puts back display modes, desktop icons, desktop pictures and masks; runs once.
     void restoreDesktop();
     // Runs the event loop until `done` holds or a few seconds have passed.
@@ -41,6 +47,8 @@ private:
     std::unique_ptr<MainWindow> m_mainWindow;
     std::unique_ptr<MaskWindowPresenter> m_masks;
     SingleInstance* m_instance = nullptr;
+    RemoteControl* m_remote = nullptr;
+    DBusService* m_dbus = nullptr;
     QSocketNotifier* m_signalNotifier = nullptr;
     bool m_showInTaskbar = true;
     bool m_restored = false;

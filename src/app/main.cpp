@@ -1,11 +1,38 @@
 // Entry point of Quillet.
+#include "CommandLine.h"
 #include "QuilletApp.h"
+#include "RemoteCommand.h"
 
 #include <QApplication>
 #include <cstdio>
 
 int main(int argc, char* argv[])
 {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    // Help, version and usage errors come first: they need no display and change nothing.
+    const CommandLine commandLine = CommandLine::parse(arguments);
+    switch (commandLine.outcome) {
+    case CommandLine::Outcome::help: {
+        const QCoreApplication application(argc, argv);
+        std::fputs(CommandLine::helpText().toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    case CommandLine::Outcome::print:
+        std::fputs(commandLine.text.toLocal8Bit().constData(), stdout);
+        return 0;
+    case CommandLine::Outcome::usageError:
+        std::fputs(commandLine.text.toLocal8Bit().constData(), stderr);
+        return 2;
+    case CommandLine::Outcome::command: {
+        QCoreApplication application(argc, argv);
+        return RemoteCommand::run(commandLine.command);
+    }
+    case CommandLine::Outcome::run:
+        break;
+    }
+
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         std::fprintf(stderr, "Quillet needs a graphical desktop session: neither DISPLAY nor "
@@ -16,12 +43,13 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Quillet"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLET_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("quillet"));
-    // Closing the main window leaves the program running (tray icon, reopen request).
+    // The shell decides what closing the main window does (quit, or keep running in the tray).
     QApplication::setQuitOnLastWindowClosed(false);
 
     QuilletApp app;
-    if (!app.becomeTheRunningInstance())
-        return 0;
-    app.start();
+    int forwardedStatus = 0;
+    if (!app.becomeTheRunningInstance(forwardedStatus))
+        return forwardedStatus;
+    app.start(!commandLine.hidden);
     return QApplication::exec();
 }

@@ -20,10 +20,17 @@ AppModel::AppModel(Dependencies deps)
       m_desktopIcons(deps.platform.desktopIcons(),
                      WallpaperController::supportDir() + QStringLiteral("/desktop-icons.json"))
 {
-    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens());
+    m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
+                                                    &m_defaults);
     m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
                                                      m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
+    // Said in the window, and in the log for a restore at quit, when the window is gone.
+    connect(m_wallpaper.get(), &WallpaperController::restoreNotice, this,
+            [this](const QString& text) {
+                qWarning("Quillet: %s", qPrintable(text));
+                assign(m_desktopNotice, text, Field::desktopNotice);
+            });
 
     m_selectedDisplayID = m_platform.displayModes().mainDisplay();
     m_canCloneBar = m_platform.capture().canCaptureScreen();
@@ -45,8 +52,10 @@ AppModel::AppModel(Dependencies deps)
     };
     connect(&m_platform, &Platform::applicationActivated, this, &AppModel::refreshPermissions);
     connect(&m_desktopIcons, &DesktopIcons::desktopReady, this, [this] {
-        if (std::exchange(m_wallpaperWaitsForDesktop, false))
-            pushWallpaper();
+        if (!std::exchange(m_wallpaperWaitsForDesktop, false))
+            return;
+        m_wallpaper->setBarTintActive(m_enabled && m_menuBarCover != MenuBarCover::keep);
+        pushWallpaper();
     });
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
             &AppModel::scheduleBarRecapture);
@@ -98,6 +107,10 @@ std::optional<QString> AppModel::defaultPicture(const QString& fileName) const
             return QDir::cleanPath(path);
         return std::nullopt;
     }
+    // Say where we looked, so that a program copied without its share/quillet folder is easy
+    // to put right; the fatal message itself stays as it is.
+    qCritical("Quillet: no folder with the default pictures (Light.png, Dark.png) among: %s",
+              qUtf8Printable(dirs.join(QStringLiteral(", "))));
     qFatal("unable to find bundle named Quillet_Quillet");
 }
 
@@ -109,7 +122,7 @@ void AppModel::setEnabled(bool enabled)
     if (enabled) {
         // The last chosen mode goes to the display selected now.
         if (m_lastAppliedMode)
-            m_platform.displayModes().switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
+            m_display->switchMode(m_selectedDisplayID, m_lastAppliedMode->id);
         if (m_desktopIconsHidden)
             m_desktopIcons.setHidden(true);
         pushWallpaper();
@@ -167,11 +180,7 @@ void AppModel::pushWallpaper()
         m_wallpaperWaitsForDesktop = true;
         return;
     }
-    m_wallpaper->mode = m_background;
-    m_wallpaper->color = m_backgroundColor;
-    m_wallpaper->lightURL = m_lightWallpaperURL;
-    m_wallpaper->darkURL = m_darkWallpaperURL;
-    m_wallpaper->apply();
+    m_wallpaper->show({m_background, m_backgroundColor, m_lightWallpaperURL, m_darkWallpaperURL});
     // The desktop behind the panel has changed.
     m_frameCache.clear();
     scheduleBarRecapture();

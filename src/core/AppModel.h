@@ -54,6 +54,7 @@ public:
         windows,
         selectedWindowID,
         canControlWindows,
+        desktopNotice,
     };
     Q_ENUM(Field)
 
@@ -137,6 +138,8 @@ public:
     const QList<ManagedWindow>& windows() const { return m_windows; }
     std::optional<QUuid> selectedWindowID() const { return m_selectedWindowID; }
     bool canControlWindows() const { return m_canControlWindows; }
+    // Why the desktop could not be put back exactly as it was; empty when it could.
+    const QString& desktopNotice() const { return m_desktopNotice; }
     int accessibilityPollCount() const { return m_accessibilityPollCount; }
     bool hasPendingBarRecapture() const;
 
@@ -194,6 +197,7 @@ private:
     QList<ManagedWindow> m_windows;
     std::optional<QUuid> m_selectedWindowID;
     bool m_canControlWindows = false;
+    QString m_desktopNotice;
     QHash<quint32, QImage> m_frameCache;
     std::shared_ptr<ScheduledTask> m_barRecaptureWork;
     int m_accessibilityPollCount = 0;

@@ -1,5 +1,6 @@
 // The model's display operations: the display list, the selected display's modes, switching.
 #include "AppModel.h"
+#include "CoreLogging.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -44,9 +45,12 @@ void AppModel::apply(const DisplayMode& mode)
     setCurrentSize(mode.width, mode.height);
     if (!m_enabled)
         return;
-    if (m_platform.displayModes().switchMode(m_selectedDisplayID, mode.id)) {
+    if (m_display->switchMode(m_selectedDisplayID, mode.id)) {
         m_frameCache.clear();
         recomputeBarTiles();
+    } else {
+        qCDebug(lcDisplays, "display %u refused mode %d (%lld x %lld)", m_selectedDisplayID,
+                mode.id, qint64(mode.width), qint64(mode.height));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "AppModel.h"
 
 #include "BarReflow.h"
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
@@ -30,13 +31,13 @@ void AppModel::intersectSelectionWithItems()
 void AppModel::recomputeBarTiles()
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
-    if (active != m_wallpaper->barTintActive) {
-        m_wallpaper->barTintActive = active;
-        if (m_desktopIcons.isDesktopReady())
-            m_wallpaper->apply();
-        else
-            m_wallpaperWaitsForDesktop = true;
-    }
+    // The controller puts tinted pictures up only while a choice is shown: taking the tint down
+    // with the switch off applies nothing. A desktop program still starting gets the pictures
+    // once it has drawn the desktop.
+    if (m_desktopIcons.isDesktopReady())
+        m_wallpaper->setBarTintActive(active);
+    else
+        m_wallpaperWaitsForDesktop = true;
     m_overlays->setMenuBarHidden(active);
     if (!active) {
         m_overlays->setBarTiles({});
@@ -65,6 +66,8 @@ void AppModel::recomputeBarTiles()
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
                     capture = image;
+                } else {
+                    qCDebug(lcCover, "display %u could not be captured", id);
                 }
             }
         }

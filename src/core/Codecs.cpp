@@ -2,6 +2,7 @@
 #include "Codecs.h"
 
 #include "DefaultsStore.h"
+#include "ProblemLog.h"
 
 #include <QFileInfo>
 #include <cmath>
@@ -16,8 +17,15 @@ qint64 component255(double component)
     const double scaled = component * 255.0;
     if (!std::isfinite(scaled))
         qFatal("Quillet: colour component is not a finite number");
-    // std::round rounds halves away from zero.
-    return static_cast<qint64>(std::round(scaled));
+    // std::round rounds halves away from zero. Beyond the 64-bit range (only a broken colour
+    // gets there) the number saturates rather than overflowing the conversion.
+    const double rounded = std::round(scaled);
+    constexpr double kLimit = 9.2e18;
+    if (rounded >= kLimit)
+        return std::numeric_limits<qint64>::max();
+    if (rounded <= -kLimit)
+        return std::numeric_limits<qint64>::min();
+    return static_cast<qint64>(rounded);
 }
 
 QString twoHexDigits(qint64 value)
@@ -78,8 +86,17 @@ RgbColor colorFromHex(const QString& text)
 std::optional<QString> loadURL(const DefaultsStore& store, const StoredKey& key)
 {
     const std::optional<QString> path = store.stringValue(key);
-    if (!path || path->isEmpty() || !QFileInfo::exists(*path))
+    if (!path || path->isEmpty())
         return std::nullopt;
+    if (!QFileInfo::exists(*path)) {
+        // Moved, deleted or on a folder that is not mounted: the choice stays stored for when it
+        // comes back, and the user hears why their picture is not used.
+        ProblemLog::reportOnce(QStringLiteral("picture ") + *path,
+                               QStringLiteral("picture file %1 (%2) no longer exists; the default "
+                                              "picture is used")
+                                   .arg(*path, key.name));
+        return std::nullopt;
+    }
     return path;
 }
 

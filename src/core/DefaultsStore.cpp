@@ -1,6 +1,8 @@
 // The JSON defaults store: typed reads through the key table, atomic private writes.
 #include "DefaultsStore.h"
 
+#include "ProblemLog.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -9,6 +11,7 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QStringDecoder>
 
 namespace {
 
@@ -30,6 +33,21 @@ bool hasKind(const QJsonValue& value, StoredKey::Kind kind)
     }
     }
     return false;
+}
+
+QString kindName(StoredKey::Kind kind)
+{
+    switch (kind) {
+    case StoredKey::Kind::boolean:
+        return QStringLiteral("true or false");
+    case StoredKey::Kind::string:
+        return QStringLiteral("text");
+    case StoredKey::Kind::object:
+        return QStringLiteral("an object of texts");
+    case StoredKey::Kind::stringList:
+        return QStringLiteral("a list of texts");
+    }
+    return {};
 }
 
 } // namespace
@@ -99,55 +117,140 @@ void DefaultsStore::remove(const StoredKey& key)
 
 void DefaultsStore::load()
 {
-    QFile file(m_filePath);
-    if (!file.exists())
-        return;
-    QJsonParseError error{};
-    QJsonDocument document;
-    if (file.open(QIODevice::ReadOnly))
-        document = QJsonDocument::fromJson(file.readAll(), &error);
-    file.close();
-    if (document.isObject()) {
-        m_values = document.object();
+    const QFileInfo info(m_filePath);
+    if (info.isSymLink() && !info.exists()) {
+        // A link to a file that is not there (an unmounted or moved folder of the user's): writing
+        // through it could create files in unexpected places, replacing it would lose the link.
+        leaveAlone(
+            QStringLiteral("it is a link to %1, which does not exist").arg(info.symLinkTarget()));
         return;
     }
+    if (!info.exists())
+        return;
+    if (info.isDir()) {
+        leaveAlone(QStringLiteral("it is a folder, not a file"));
+        return;
+    }
+    if (info.size() > kMaxFileBytes) {
+        moveAside(QStringLiteral("it is larger than %1 MB").arg(kMaxFileBytes >> 20));
+        return;
+    }
+    QFile file(m_filePath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        // Intact but not ours to read (mode 000, another owner): keep it where it is and do not
+        // replace it with a store that lacks the user's choices.
+        leaveAlone(QStringLiteral("it cannot be opened (%1)").arg(file.errorString()));
+        return;
+    }
+    const QByteArray bytes = file.read(kMaxFileBytes + 1);
+    if (file.error() != QFileDevice::NoError) {
+        leaveAlone(QStringLiteral("it cannot be read (%1)").arg(file.errorString()));
+        return;
+    }
+    file.close();
+    // Checked before parsing: a reader that replaced bad bytes would make the next write lose
+    // them for good.
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    (void)QString(utf8.decode(bytes));
+    if (utf8.hasError()) {
+        moveAside(QStringLiteral("it is not valid UTF-8 text"));
+        return;
+    }
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError) {
+        moveAside(QStringLiteral("it is not valid JSON: %1 at byte %2")
+                      .arg(error.errorString())
+                      .arg(error.offset));
+        return;
+    }
+    if (!document.isObject()) {
+        moveAside(QStringLiteral("it holds JSON but not an object"));
+        return;
+    }
+    m_values = document.object();
+    reportMistypedValues();
+}
+
+void DefaultsStore::reportMistypedValues() const
+{
+    // Such values stay in the file (a later version may read them); only their reading falls
+    // back, so the user hears which choice was not taken.
+    QStringList mistyped;
+    for (const StoredKey* key : StoredKeys::all) {
+        const QJsonValue stored = m_values.value(key->name);
+        if (!stored.isUndefined() && !hasKind(stored, key->kind))
+            mistyped.append(QStringLiteral("\"%1\" is not %2").arg(key->name, kindName(key->kind)));
+    }
+    if (!mistyped.isEmpty())
+        ProblemLog::reportOnce(
+            m_filePath, QStringLiteral("settings file %1: %2; the defaults are used for them")
+                            .arg(m_filePath, mistyped.join(QStringLiteral(", "))));
+}
+
+void DefaultsStore::leaveAlone(const QString& reason)
+{
+    m_leaveFileAlone = true;
+    ProblemLog::reportOnce(m_filePath, QStringLiteral("settings file %1 cannot be used: %2. It is "
+                                                      "left as it is, the defaults are used and "
+                                                      "changes are not saved")
+                                           .arg(m_filePath, reason));
+}
+
+void DefaultsStore::moveAside(const QString& reason)
+{
     // Keep the unreadable file for the user to inspect and start from the defaults; a later
     // write then cannot destroy what we could not read.
     const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString aside = m_filePath + QStringLiteral(".corrupt-") + stamp;
-    for (int n = 1; QFileInfo::exists(aside); ++n)
-        aside = m_filePath + QStringLiteral(".corrupt-") + stamp + QLatin1Char('-') + QString::number(n);
-    const QString reason = error.error != QJsonParseError::NoError ? error.errorString()
-                                                                    : QStringLiteral("not a JSON object");
-    if (QFile::rename(m_filePath, aside)) {
-        m_movedAsidePath = aside;
-        qWarning("Quillet: settings file %s could not be read (%s); it was moved to %s and the "
-                 "defaults are used",
-                 qUtf8Printable(m_filePath), qUtf8Printable(reason), qUtf8Printable(aside));
-    } else {
-        m_leaveFileAlone = true;
-        qWarning("Quillet: settings file %s could not be read (%s) nor moved aside; the defaults "
-                 "are used and nothing is written",
-                 qUtf8Printable(m_filePath), qUtf8Printable(reason));
+    for (int n = 1; QFileInfo::exists(aside) || QFileInfo(aside).isSymLink(); ++n)
+        aside = m_filePath + QStringLiteral(".corrupt-") + stamp + QLatin1Char('-') +
+                QString::number(n);
+    if (!QFile::rename(m_filePath, aside)) {
+        leaveAlone(reason + QStringLiteral(", and it could not be moved aside"));
+        return;
     }
+    m_movedAsidePath = aside;
+    ProblemLog::reportOnce(m_filePath, QStringLiteral("settings file %1 could not be read (%2); it "
+                                                      "was moved to %3 and the defaults are used")
+                                           .arg(m_filePath, reason, aside));
 }
 
-void DefaultsStore::save() const
+void DefaultsStore::save()
 {
     if (m_leaveFileAlone)
         return;
+    const QString topic = m_filePath + QStringLiteral(" (writing)");
     const QFileInfo info(m_filePath);
-    QDir().mkpath(info.absolutePath());
-    QSaveFile file(m_filePath);
-    if (!file.open(QIODevice::WriteOnly)) {
-        qWarning("Quillet: cannot write settings file %s: %s", qUtf8Printable(m_filePath),
-                 qUtf8Printable(file.errorString()));
+    const QString folder = info.absolutePath();
+    if (!QFileInfo(folder).isDir() && !QDir().mkpath(folder)) {
+        ProblemLog::reportOnce(topic,
+                               QStringLiteral("cannot save settings: the folder %1 cannot be "
+                                              "created; changes last only until Quillet quits")
+                                   .arg(folder));
         return;
     }
-    // Private before any byte is written: the file holds picture paths of the user.
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    file.write(QJsonDocument(m_values).toJson(QJsonDocument::Indented));
-    if (!file.commit())
-        qWarning("Quillet: cannot write settings file %s: %s", qUtf8Printable(m_filePath),
-                 qUtf8Printable(file.errorString()));
+    QSaveFile file(m_filePath);
+    QString failure;
+    if (!file.open(QIODevice::WriteOnly)) {
+        failure = QFileInfo(folder).isWritable()
+                      ? file.errorString()
+                      : QStringLiteral("the folder %1 is not writable (%2)")
+                            .arg(folder, file.errorString());
+    } else {
+        // Private before any byte is written: the file holds picture paths of the user.
+        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+        const QByteArray bytes = QJsonDocument(m_values).toJson(QJsonDocument::Indented);
+        if (file.write(bytes) != bytes.size() || !file.commit())
+            failure = file.errorString();
+    }
+    if (failure.isEmpty()) {
+        ProblemLog::clear(topic);
+        return;
+    }
+    ProblemLog::reportOnce(topic,
+                           QStringLiteral("cannot save settings to %1: %2; the file keeps its "
+                                          "earlier contents and changes last only until "
+                                          "Quillet quits")
+                               .arg(m_filePath, failure));
 }

@@ -1,5 +1,6 @@
 // The per-user store of choices and preferences: one JSON object file, written atomically on
-// every change. A file that cannot be read is moved aside, never overwritten unseen.
+// every change. A damaged file is moved aside, one that cannot be opened is left alone (and not
+// written); either way the user is told once and the defaults are used.
 #pragma once
 
 #include "StoredKeys.h"
@@ -38,9 +39,17 @@ public:
     // Where an unreadable file was moved at load, empty when none was.
     QString movedAsidePath() const { return m_movedAsidePath; }
 
+    // Larger stores are not read: the program's own never come near (300 000 labels are 6 MB).
+    static constexpr qint64 kMaxFileBytes = qint64(64) << 20;
+
 private:
     void load();
-    void save() const;
+    void save();
+    void reportMistypedValues() const;
+    // The file cannot be used but is intact or not ours: use the defaults, never write it.
+    void leaveAlone(const QString& reason);
+    // The file is damaged: keep it beside under a new name and start a new one.
+    void moveAside(const QString& reason);
 
     QString m_filePath;
     QString m_movedAsidePath;

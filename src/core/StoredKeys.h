@@ -33,6 +33,10 @@ inline const StoredKey darkWallpaperURL{QLatin1StringView("darkWallpaperURL"),
 // The record of the user's own desktop pictures is validated by its reader as a whole.
 inline const StoredKey originalURLs{QLatin1StringView("wallpaper.originalURLs"),
                                     StoredKey::Kind::object, QJsonValue::Undefined};
+// The displays' modes, places and rotations before the first switch, by connector; present
+// only while a switch may still need undoing (after a crash: at the next launch).
+inline const StoredKey originalDisplayModes{QLatin1StringView("display.originalModes"),
+                                            StoredKey::Kind::object, QJsonValue::Undefined};
 inline const StoredKey restoreOnLaunch{QLatin1StringView("pref.restoreOnLaunch"),
                                        StoredKey::Kind::boolean, false};
 inline const StoredKey showInDock{QLatin1StringView("pref.showInDock"), StoredKey::Kind::boolean,
@@ -41,4 +45,11 @@ inline const StoredKey showInMenuBar{QLatin1StringView("pref.showInMenuBar"),
                                      StoredKey::Kind::boolean, false};
 inline const StoredKey launchAtLogin{QLatin1StringView("pref.launchAtLogin"),
                                      StoredKey::Kind::boolean, false};
+
+// Every key above, for checks of a whole store.
+inline const StoredKey* const all[] = {
+    &hiddenItemLabels, &backgroundColor,   &background,       &desktopIconsHidden,
+    &menuBarCover,     &lightWallpaperURL, &darkWallpaperURL, &originalURLs,
+    &restoreOnLaunch,  &showInDock,        &showInMenuBar,    &launchAtLogin,
+};
 } // namespace StoredKeys

@@ -5,8 +5,19 @@
 
 namespace UpdateFeed {
 
+bool isSafeLink(const QUrl& link)
+{
+    return link.isValid() && link.scheme() == QLatin1String("https") && !link.host().isEmpty();
+}
+
 std::optional<Release> newestRelease(const QByteArray& xml, QString* error)
 {
+    if (xml.size() > kMaxFeedBytes) {
+        if (error)
+            *error = QStringLiteral("The update feed is larger than %1 KB and was not read.")
+                         .arg(kMaxFeedBytes / 1024);
+        return std::nullopt;
+    }
     QXmlStreamReader reader(xml);
     std::optional<Release> newest;
     Release current;
@@ -23,7 +34,8 @@ std::optional<Release> newestRelease(const QByteArray& xml, QString* error)
             } else if (inItem && name == QLatin1String("title")) {
                 current.title = reader.readElementText().trimmed();
             } else if (inItem && name == QLatin1String("link")) {
-                current.link = QUrl(reader.readElementText().trimmed());
+                const QUrl link(reader.readElementText().trimmed(), QUrl::StrictMode);
+                current.link = isSafeLink(link) ? link : QUrl();
             }
         } else if (reader.isEndElement() && reader.name() == QLatin1String("item")) {
             inItem = false;
@@ -33,7 +45,8 @@ std::optional<Release> newestRelease(const QByteArray& xml, QString* error)
     }
     if (reader.hasError()) {
         if (error)
-            *error = QStringLiteral("The update feed could not be read: %1.").arg(reader.errorString());
+            *error =
+                QStringLiteral("The update feed could not be read: %1.").arg(reader.errorString());
         return std::nullopt;
     }
     if (!newest && error)

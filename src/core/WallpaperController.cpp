@@ -2,7 +2,9 @@
 // user's own pictures and the tinted strip under a covered panel.
 #include "WallpaperController.h"
 
+#include "CoreLogging.h"
 #include "DefaultsStore.h"
+#include "ProblemLog.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
 
@@ -14,6 +16,7 @@
 #include <QImageWriter>
 #include <QJsonObject>
 #include <QPainter>
+#include <QSaveFile>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -52,10 +55,18 @@ QString fallbackDir()
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    return file.write(bytes) == bytes.size();
+    // Written whole or not at all: a full disk must not leave a cut-off picture for the desktop.
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit()) {
+        ProblemLog::clear(QFileInfo(path).absolutePath());
+        return true;
+    }
+    ProblemLog::reportOnce(
+        QFileInfo(path).absolutePath(),
+        QStringLiteral("cannot write pictures to the folder %1 (%2); the desktop "
+                       "keeps its current picture")
+            .arg(QFileInfo(path).absolutePath(), file.errorString()));
+    return false;
 }
 
 QByteArray encode(const QImage& image, const char* format, int quality = -1)
@@ -108,65 +119,155 @@ WallpaperController::WallpaperController(Platform& platform, DefaultsStore& defa
                                          QObject* parent)
     : QObject(parent), m_platform(platform), m_defaults(defaults)
 {
-    originals = loadOriginals(m_defaults);
+    m_originals = loadOriginals(m_defaults);
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
             &WallpaperController::appearanceChanged);
+    connect(&m_platform.screens(), &Screens::screensChanged, this,
+            &WallpaperController::screensChanged);
+}
+
+void WallpaperController::show(const WallpaperChoice& choice)
+{
+    if (choice != m_choice)
+        m_decoded.clear();
+    m_choice = choice;
+    m_showing = true;
+    apply();
+}
+
+void WallpaperController::setBarTintActive(bool active)
+{
+    if (active == m_barTintActive)
+        return;
+    m_barTintActive = active;
+    if (m_showing)
+        apply();
+}
+
+void WallpaperController::restore()
+{
+    m_showing = false;
+    putBack();
 }
 
 void WallpaperController::appearanceChanged()
 {
     // Only the light/dark choice depends on the appearance.
-    if (applied && mode == DesktopBackground::image)
+    if (m_showing && m_applied && m_choice.mode == DesktopBackground::image)
         apply();
+}
+
+void WallpaperController::screensChanged()
+{
+    if (m_showing && m_applied) {
+        // New sizes need new tinted pictures, a root picture must be drawn again for the new
+        // root, and a monitor that came back shows the choice too.
+        apply();
+    } else {
+        // A monitor that was off when its pictures went back gets them now.
+        putBack();
+    }
 }
 
 void WallpaperController::apply()
 {
-    if (mode == DesktopBackground::keep && !barTintActive) {
-        restore();
+    if (m_choice.mode == DesktopBackground::keep && !m_barTintActive) {
+        putBack();
         return;
     }
     captureOriginalsIfNeeded();
-    applied = true;
+    m_applied = true;
 
+    // No monitor changes before the desktop's own record of it is on disk.
     DesktopPictures& pictures = m_platform.desktopPictures();
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
-    if (!barTintActive) {
+    QList<ScreenInfo> screens;
+    for (const ScreenInfo& screen : m_platform.screens().screens()) {
+        if (pictures.rememberDesktop(screen))
+            screens.append(screen);
+    }
+    if (!m_barTintActive) {
         const std::optional<QString> target = targetURL();
         if (!target)
             return;
-        for (const ScreenInfo& screen : screens)
-            pictures.setDesktopPicture(screen, *target);
+        for (const ScreenInfo& screen : std::as_const(screens)) {
+            if (!pictures.setDesktopPicture(screen, *target))
+                qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                        qUtf8Printable(*target));
+        }
         return;
     }
     // Asking for the appearance may mean a bus call and a child process: once per apply, not
     // once per monitor.
-    if (mode == DesktopBackground::image)
+    if (m_choice.mode == DesktopBackground::image)
         m_darkForThisApply = m_platform.appearance().isDark();
     const auto forget = qScopeGuard([this] { m_darkForThisApply.reset(); });
-    for (const ScreenInfo& screen : screens) {
+    for (const ScreenInfo& screen : std::as_const(screens)) {
         if (!screen.displayId)
             continue;
-        if (const auto tinted = renderTinted(screen, *screen.displayId))
-            pictures.setDesktopPicture(screen, *tinted);
+        if (const auto tinted = renderTinted(screen, *screen.displayId);
+            tinted && !pictures.setDesktopPicture(screen, *tinted))
+            qCDebug(lcWallpaper, "%s: cannot show %s", qUtf8Printable(screen.outputName),
+                    qUtf8Printable(*tinted));
+    }
+}
+
+void WallpaperController::putBack()
+{
+    DesktopPictures& pictures = m_platform.desktopPictures();
+    const bool otherDesktopsRecord = pictures.otherDesktopRecordPending();
+    const QHash<quint32, QString> before = m_originals;
+    for (const ScreenInfo& screen : m_platform.screens().screens()) {
+        const PictureRestore outcome = pictures.restoreDesktop(screen);
+        if (!screen.displayId)
+            continue;
+        const quint32 id = *screen.displayId;
+        const auto original = m_originals.constFind(id);
+        if (original == m_originals.constEnd())
+            continue;
+        switch (outcome) {
+        case PictureRestore::restored:
+            m_originals.remove(id);
+            break;
+        case PictureRestore::failed:
+            break;
+        case PictureRestore::nothingHeld:
+            // Only the picture record describes this monitor (one written by an older run).
+            // Made while another desktop program ran, it waits for that program.
+            if (!otherDesktopsRecord && pictures.putBackPicture(screen, *original))
+                m_originals.remove(id);
+            break;
+        }
+        // At once: a crash before the next monitor must not leave an entry whose exact record
+        // is already gone (its picture alone would flatten every workspace).
+        if (!m_originals.contains(id))
+            persistOriginals();
+    }
+    persistOriginalsIfChanged(before);
+    m_applied = false;
+    m_decoded.clear();
+    if (const QString limitation = pictures.restoreLimitation();
+        !limitation.isEmpty() && !m_noticeGiven) {
+        m_noticeGiven = true;
+        emit restoreNotice(limitation);
     }
 }
 
 std::optional<QString> WallpaperController::pictureForAppearance() const
 {
     const bool dark = m_darkForThisApply ? *m_darkForThisApply : m_platform.appearance().isDark();
+    const auto& [light, darkPicture] = std::pair(m_choice.lightURL, m_choice.darkURL);
     if (dark)
-        return darkURL ? darkURL : lightURL;
-    return lightURL ? lightURL : darkURL;
+        return darkPicture ? darkPicture : light;
+    return light ? light : darkPicture;
 }
 
 std::optional<QString> WallpaperController::targetURL()
 {
-    switch (mode) {
+    switch (m_choice.mode) {
     case DesktopBackground::keep:
         return std::nullopt;
     case DesktopBackground::color:
-        return renderSolidColor(color);
+        return renderSolidColor(m_choice.color);
     case DesktopBackground::image:
         return pictureForAppearance();
     }
@@ -187,15 +288,15 @@ std::optional<QString> WallpaperController::renderSolidColor(const RgbColor& fil
     if (png.isEmpty())
         return std::nullopt;
 
-    ++colorSeq;
+    ++m_colorSeq;
     const QString path =
-        inSupportDir(kSolidColorPrefix + QString::number(colorSeq) + QStringLiteral(".png"));
+        inSupportDir(kSolidColorPrefix + QString::number(m_colorSeq) + QStringLiteral(".png"));
     if (!writeFile(path, png))
         return std::nullopt;
     // The desktop caches pictures by location: the old file goes only once the new one exists.
-    if (lastColorURL)
-        QFile::remove(*lastColorURL);
-    lastColorURL = path;
+    if (m_lastColorURL)
+        QFile::remove(*m_lastColorURL);
+    m_lastColorURL = path;
     return path;
 }
 
@@ -206,7 +307,7 @@ bool WallpaperController::isStagedURL(const QString& path) const
         name.startsWith(kTintedPrefix))
         return true;
     const QString resolved = resolvedPath(path);
-    for (const auto& chosen : {lightURL, darkURL}) {
+    for (const auto& chosen : {m_choice.lightURL, m_choice.darkURL}) {
         if (chosen && resolvedPath(*chosen) == resolved)
             return true;
     }
@@ -225,21 +326,16 @@ QString WallpaperController::supportDir()
 
 void WallpaperController::captureOriginalsIfNeeded()
 {
-    // A record already held (also one left by an earlier run) is never replaced: the screens
-    // may show our own pictures now.
-    if (!originals.isEmpty())
-        return;
+    // An entry already held (also one left by an earlier run, or one of a monitor that was off
+    // when the pictures went back) is never replaced: the monitor may show our own picture now.
     const QList<ScreenInfo> screens = m_platform.screens().screens();
-    if (screens.isEmpty()) {
-        persistOriginals();
-        return;
-    }
+    const QHash<quint32, QString> before = m_originals;
     for (const ScreenInfo& screen : screens) {
-        if (!screen.displayId)
+        if (!screen.displayId || m_originals.contains(*screen.displayId))
             continue;
         const quint32 id = *screen.displayId;
         if (const auto snapshot = snapshotWallpaper(screen, id)) {
-            originals.insert(id, *snapshot);
+            m_originals.insert(id, *snapshot);
             continue;
         }
         const std::optional<QString> current = m_platform.desktopPictures().desktopPicture(screen);
@@ -249,9 +345,17 @@ void WallpaperController::captureOriginalsIfNeeded()
             continue;
         if (QFileInfo(*current).fileName() == QLatin1String("DefaultDesktop.heic"))
             continue;
-        originals.insert(id, *current);
+        m_originals.insert(id, *current);
     }
-    persistOriginals();
+    persistOriginalsIfChanged(before);
+}
+
+void WallpaperController::persistOriginalsIfChanged(const QHash<quint32, QString>& before)
+{
+    // An empty record still removes a stored one the loader could not read.
+    if (m_originals != before ||
+        (m_originals.isEmpty() && !m_defaults.rawValue(StoredKeys::originalURLs).isUndefined()))
+        persistOriginals();
 }
 
 std::optional<QString> WallpaperController::snapshotWallpaper(const ScreenInfo& screen, quint32 id)
@@ -273,12 +377,12 @@ std::optional<QString> WallpaperController::snapshotWallpaper(const ScreenInfo& 
 
 void WallpaperController::persistOriginals()
 {
-    if (originals.isEmpty()) {
+    if (m_originals.isEmpty()) {
         m_defaults.remove(StoredKeys::originalURLs);
         return;
     }
     QJsonObject record;
-    for (auto it = originals.constBegin(); it != originals.constEnd(); ++it)
+    for (auto it = m_originals.constBegin(); it != m_originals.constEnd(); ++it)
         record.insert(QString::number(it.key()), it.value());
     m_defaults.setValue(StoredKeys::originalURLs, record);
 }
@@ -302,21 +406,21 @@ QHash<quint32, QString> WallpaperController::loadOriginals(const DefaultsStore& 
     return result;
 }
 
-void WallpaperController::restore()
-{
-    for (const ScreenInfo& screen : m_platform.screens().screens()) {
-        if (!screen.displayId)
-            continue;
-        if (const auto found = originals.constFind(*screen.displayId);
-            found != originals.constEnd())
-            m_platform.desktopPictures().setDesktopPicture(screen, *found);
-    }
-    originals.clear();
-    persistOriginals();
-    applied = false;
-}
-
 // --- the tinted strip under a covered panel ---------------------------------------------------
+
+QImage WallpaperController::pictureToFill(const QString& path, QSize size)
+{
+    const QString key =
+        path + u'\n' + QString::number(size.width()) + u'x' + QString::number(size.height());
+    if (const auto found = m_decoded.constFind(key); found != m_decoded.constEnd())
+        return *found;
+    const QImage picture = PictureFile::readToFill(path, size);
+    // One picture per monitor size is all a choice needs; a stale one is never reused.
+    if (m_decoded.size() > 8)
+        m_decoded.clear();
+    m_decoded.insert(key, picture);
+    return picture;
+}
 
 std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& screen, quint32 id)
 {
@@ -329,70 +433,95 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     // Beyond what an image can hold; drawing would fail anyway.
     if (width > 32767 || height > 32767)
         return std::nullopt;
+    const QSize size{int(width), int(height)};
 
+    // The base picture already scaled to fill the monitor, centred when drawn: the overflow on
+    // one axis is cut off equally on both sides.
     QImage base;
-    switch (mode) {
+    switch (m_choice.mode) {
     case DesktopBackground::keep:
-        if (const auto found = originals.constFind(id); found != originals.constEnd())
-            base = PictureFile::read(*found);
+        if (const auto found = m_originals.constFind(id); found != m_originals.constEnd())
+            base = pictureToFill(*found, size);
         break;
     case DesktopBackground::color:
         break;
     case DesktopBackground::image:
         if (const auto picture = pictureForAppearance())
-            base = PictureFile::read(*picture);
+            base = pictureToFill(*picture, size);
         break;
     }
 
-    QImage canvas(int(width), int(height), QImage::Format_RGB32);
+    QImage canvas(size, QImage::Format_RGB32);
     if (canvas.isNull())
         return std::nullopt;
     QPainter painter(&canvas);
     if (base.isNull()) {
-        canvas.fill(color.toQColor());
+        canvas.fill(m_choice.color.toQColor());
     } else {
-        // Scale to fill, centred: the overflow on one axis is cut off equally on both sides.
-        const double bw = base.width();
-        const double bh = base.height();
-        const double s = std::max(width / bw, height / bh);
-        const QRectF target((width - bw * s) / 2, (height - bh * s) / 2, bw * s, bh * s);
+        const QPoint origin(int(std::lround((width - base.width()) / 2)),
+                            int(std::lround((height - base.height()) / 2)));
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        if (s == 1.0) {
-            // A picture of the monitor's own size: a plain copy, far cheaper than the
-            // transformed path the painter takes for a rectangle.
-            painter.drawImage(target.topLeft(), base);
-        } else {
-            painter.setRenderHint(QPainter::SmoothPixmapTransform);
-            painter.drawImage(target, base);
-        }
+        painter.drawImage(origin, base);
         painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
 
-    const double barHeight = menuBarHeight(m_platform.windowList());
-    const double frameHeight = screen.frame.height();
-    RgbColor stripColor = color;
-    if (mode != DesktopBackground::color && !base.isNull()) {
-        double fraction = frameHeight >= 1 ? barHeight / frameHeight : barHeight;
-        fraction = std::max(fraction, 0.02);
-        stripColor = averageTop(base, fraction).value_or(color);
+    // Only a monitor with a panel along its top has a bar to blend with.
+    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    if (const auto barHeight = topPanelHeight(m_platform.windowList(), screen, screens)) {
+        const double frameHeight = screen.frame.height();
+        RgbColor stripColor = m_choice.color;
+        if (m_choice.mode != DesktopBackground::color && !base.isNull()) {
+            double fraction = frameHeight >= 1 ? *barHeight / frameHeight : *barHeight;
+            fraction = std::max(fraction, 0.02);
+            stripColor = averageTop(base, fraction).value_or(m_choice.color);
+        }
+        // The strip keeps the screen's own proportion.
+        const double stripHeight = *barHeight / std::max(frameHeight, 1.0) * height;
+        painter.fillRect(QRectF(0, 0, width, stripHeight), stripColor.toQColor());
     }
-    // The strip keeps the screen's own proportion; the panel height is one value for all.
-    const double stripHeight = barHeight / std::max(frameHeight, 1.0) * height;
-    painter.fillRect(QRectF(0, 0, width, stripHeight), stripColor.toQColor());
     painter.end();
 
     const QByteArray jpeg = encode(canvas, "jpeg", 92);
     if (jpeg.isEmpty())
         return std::nullopt;
-    ++tintSeq;
+    ++m_tintSeq;
     const QString path = inSupportDir(kTintedPrefix + QString::number(id) + u'-' +
-                                      QString::number(tintSeq) + QStringLiteral(".jpg"));
+                                      QString::number(m_tintSeq) + QStringLiteral(".jpg"));
     if (!writeFile(path, jpeg))
         return std::nullopt;
-    if (const auto previous = lastTinted.constFind(id); previous != lastTinted.constEnd())
+    if (const auto previous = m_lastTinted.constFind(id); previous != m_lastTinted.constEnd())
         QFile::remove(*previous);
-    lastTinted.insert(id, path);
+    m_lastTinted.insert(id, path);
     return path;
+}
+
+std::optional<double> WallpaperController::topPanelHeight(const WindowList& windows,
+                                                          const ScreenInfo& screen,
+                                                          const QList<ScreenInfo>& screens)
+{
+    // Window bounds are in global top-left coordinates, screen frames bottom-left: the primary
+    // monitor (frame origin at 0, 0) converts between them.
+    double primaryHeight = screen.frame.height();
+    for (const ScreenInfo& s : screens) {
+        if (s.frame.topLeft() == QPointF(0, 0)) {
+            primaryHeight = s.frame.height();
+            break;
+        }
+    }
+    const double top = primaryHeight - (screen.frame.y() + screen.frame.height());
+    const double left = screen.frame.x();
+    const double right = left + screen.frame.width();
+    for (const WindowListEntry& entry : windows.onScreenWindows()) {
+        const QRectF& b = entry.bounds;
+        // A vertical panel that starts at the top (wider than high only for horizontal panels)
+        // is not the bar.
+        if (entry.layer != 24 || b.height() <= 0 || b.width() <= b.height())
+            continue;
+        const double overlap = std::min(right, b.right()) - std::max(left, b.left());
+        if (std::abs(b.y() - top) <= 1.0 && overlap > 0)
+            return b.height();
+    }
+    return std::nullopt;
 }
 
 double WallpaperController::menuBarHeight(const WindowList& windows)

@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QImage>
 #include <QObject>
+#include <QSize>
 #include <QString>
 #include <optional>
 
@@ -17,27 +18,45 @@ class Platform;
 class WindowList;
 struct ScreenInfo;
 
+// What the user chose for the desktop. Picture locations are plain absolute paths.
+struct WallpaperChoice {
+    DesktopBackground mode = DesktopBackground::keep;
+    RgbColor color;
+    std::optional<QString> lightURL;
+    std::optional<QString> darkURL;
+    bool operator==(const WallpaperChoice&) const = default;
+};
+
 class WallpaperController final : public QObject {
     Q_OBJECT
 public:
     WallpaperController(Platform& platform, DefaultsStore& defaults, QObject* parent = nullptr);
 
-    // Picture locations are plain absolute paths.
-    DesktopBackground mode = DesktopBackground::keep;
-    RgbColor color;
-    std::optional<QString> lightURL;
-    std::optional<QString> darkURL;
-    // The user's own picture per display id; kept equal to the stored record.
-    QHash<quint32, QString> originals;
-    bool applied = false;
-    bool barTintActive = false;
-    qint64 tintSeq = 0;
-    QHash<quint32, QString> lastTinted;
-    qint64 colorSeq = 0;
-    std::optional<QString> lastColorURL;
+    // --- what the model asks for ---
+    // The master switch is on and the desktop is to show this choice, from now on (shown again
+    // even when it is the same choice, which renders fresh files).
+    void show(const WallpaperChoice& choice);
+    // The panel is covered (or no longer): the tinted pictures go up or down, but only while a
+    // choice is shown. With the switch off nothing of ours goes on the desktop.
+    void setBarTintActive(bool active);
+    // Puts the user's own pictures back and shows nothing of ours until the next show(). Each
+    // record is dropped only for the monitors it really put back; a monitor switched off keeps
+    // its entries until it returns.
+    void restore();
 
-    // Shows the current choice on every monitor.
-    void apply();
+    // --- what it did ---
+    const WallpaperChoice& choice() const { return m_choice; }
+    bool showing() const { return m_showing; }
+    bool barTintActive() const { return m_barTintActive; }
+    // True from the first change of the pictures until they are put back.
+    bool applied() const { return m_applied; }
+    // The user's own picture per display id; kept equal to the stored record.
+    const QHash<quint32, QString>& originals() const { return m_originals; }
+    qint64 tintSeq() const { return m_tintSeq; }
+    const QHash<quint32, QString>& lastTinted() const { return m_lastTinted; }
+    qint64 colorSeq() const { return m_colorSeq; }
+    std::optional<QString> lastColorURL() const { return m_lastColorURL; }
+
     // The one picture the untinted path sets on every monitor.
     std::optional<QString> targetURL();
     // Writes a fresh 256 × 256 picture of the colour and removes the previous one.
@@ -48,27 +67,56 @@ public:
     static QString supportDir();
 
     // --- the user's own pictures ---
+    // Records the picture of every monitor that has no entry yet.
     void captureOriginalsIfNeeded();
     std::optional<QString> snapshotWallpaper(const ScreenInfo& screen, quint32 id);
     void persistOriginals();
+    void persistOriginalsIfChanged(const QHash<quint32, QString>& before);
     static QHash<quint32, QString> loadOriginals(const DefaultsStore& defaults);
-    // Puts every recorded picture back and forgets the record.
-    void restore();
 
     // --- the tinted strip under a covered panel ---
     std::optional<QString> renderTinted(const ScreenInfo& screen, quint32 id);
     // Height of the top panel in points; 24 when there is none.
     static double menuBarHeight(const WindowList& windows);
+    // Height of the top panel of this monitor in points; none when the monitor has no panel
+    // along its top edge (a monitor without a panel has no bar, so no strip).
+    static std::optional<double> topPanelHeight(const WindowList& windows, const ScreenInfo& screen,
+                                                const QList<ScreenInfo>& screens);
     // Mean colour of the top `fraction` of the image, about 80 columns per row.
     static std::optional<RgbColor> averageTop(const QImage& image, double fraction);
 
+signals:
+    // Said once per run when a restore could not put back exactly what the desktop showed.
+    void restoreNotice(const QString& text);
+
 private:
+    // Shows the current choice on every monitor.
+    void apply();
+    // Puts back what the records describe, monitor by monitor.
+    void putBack();
     // The light or dark picture, whichever the appearance asks for, else the other one.
     std::optional<QString> pictureForAppearance() const;
+    // The picture scaled to fill `size` (not cropped), decoded once per path and size for as
+    // long as the choice stands.
+    QImage pictureToFill(const QString& path, QSize size);
     void appearanceChanged();
+    void screensChanged();
 
     Platform& m_platform;
     DefaultsStore& m_defaults;
+
+    WallpaperChoice m_choice;
+    bool m_showing = false;
+    bool m_barTintActive = false;
+    bool m_applied = false;
+    QHash<quint32, QString> m_originals;
+    qint64 m_tintSeq = 0;
+    QHash<quint32, QString> m_lastTinted;
+    qint64 m_colorSeq = 0;
+    std::optional<QString> m_lastColorURL;
+
     // The appearance read once at the start of a tinted apply.
     std::optional<bool> m_darkForThisApply;
+    QHash<QString, QImage> m_decoded;
+    bool m_noticeGiven = false;
 };

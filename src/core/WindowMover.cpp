@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <algorithm>
+#include <limits>
 
 namespace WindowMover {
 
@@ -33,8 +34,9 @@ QString applicationKey(const ClientWindow& window)
 
 bool isListed(const ClientWindow& window, qint64 ownPid)
 {
+    // Windows on other workspaces are out of sight: arranging one would move it unseen.
     return window.pid != ownPid && window.role == WindowRole::normal && !window.skipTaskbar &&
-           !window.minimized;
+           !window.minimized && window.onCurrentWorkspace;
 }
 
 } // namespace
@@ -61,7 +63,17 @@ QList<ManagedWindow> windows(const Platform& platform)
         found->append(window);
     }
     for (const QString& key : order) {
-        for (const ClientWindow& window : byApplication.value(key)) {
+        QList<ClientWindow> appWindows = byApplication.value(key);
+        // The application's front window first; windows without a known depth keep their order
+        // after those with one.
+        std::stable_sort(appWindows.begin(), appWindows.end(),
+                         [](const ClientWindow& a, const ClientWindow& b) {
+                             const auto rank = [](int depth) {
+                                 return depth < 0 ? std::numeric_limits<int>::max() : depth;
+                             };
+                             return rank(a.depth) < rank(b.depth);
+                         });
+        for (const ClientWindow& window : std::as_const(appWindows)) {
             // A fresh identity per window per enumeration.
             result.append({QUuid::createUuid(),
                            window.app.isEmpty() ? QStringLiteral("App") : window.app, window.title,

@@ -14,8 +14,9 @@ class Platform;
 struct ScreenInfo;
 
 namespace WindowMover {
-// The windows of other applications that can be arranged, grouped by application (applications in
-// the order their first window appears, windows in the window manager's order within each).
+// The windows of other applications on the current workspace (and sticky ones) that can be
+// arranged, grouped by application (applications in the order their first window appears in the
+// window manager's list, windows front to back within each).
 QList<ManagedWindow> windows(const Platform& platform);
 void arrange(const Platform& platform, quint64 element, WindowArrangement arrangement);
 // Clamps the size to the visible frame of the window's screen and centres the window in it.

@@ -10,6 +10,9 @@
 
 namespace {
 
+// Real entries are a few kilobytes; the largest translated ones stay well below this.
+constexpr qint64 kMaxEntryBytes = qint64(1) << 20;
+
 QString unescape(const QString& value)
 {
     QString out;
@@ -100,7 +103,15 @@ std::optional<DesktopEntryNames::Entry> DesktopEntryNames::entryFor(const QStrin
     std::optional<Entry> result;
     // The first folder that has the file decides, even when its entry is hidden.
     for (const QString& dir : m_dirs) {
-        QFile file(dir + QLatin1Char('/') + desktopId + QStringLiteral(".desktop"));
+        const QString path = dir + QLatin1Char('/') + desktopId + QStringLiteral(".desktop");
+        // Only plain files of a sane size: opening a pipe would wait for a writer, and a huge
+        // file (or a link to one) would be read whole on the interface thread.
+        const QFileInfo info(path);
+        if (!info.exists())
+            continue;
+        if (!info.isFile() || info.size() > kMaxEntryBytes)
+            break;
+        QFile file(path);
         if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
             continue;
         QTextStream in(&file);

@@ -61,8 +61,12 @@ public:
 class NoDesktopPictures final : public DesktopPictures {
 public:
     std::optional<QString> desktopPicture(const ScreenInfo&) const override { return {}; }
-    bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
     QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
+    bool rememberDesktop(const ScreenInfo&) override { return false; }
+    bool holdsRecord(const ScreenInfo&) const override { return false; }
+    PictureRestore restoreDesktop(const ScreenInfo&) override { return PictureRestore::nothingHeld; }
+    bool otherDesktopRecordPending() const override { return false; }
+    bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
 };
 
 class NoDisplayModes final : public DisplayModes {

@@ -1,6 +1,8 @@
 // ProcessRunner on QProcess.
 #include "ProcessRunner.h"
 
+#include "PlatformLogging.h"
+
 #include <QProcess>
 
 namespace {
@@ -15,13 +17,25 @@ void QtProcessRunner::run(const QString& program, const QStringList& arguments)
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     process.start(program, arguments);
     // A tool that hangs (its daemon stopped, say) must not hold the caller for long.
-    if (process.waitForStarted(kStartTimeoutMs) && !process.waitForFinished(kRunTimeoutMs)) {
+    if (!process.waitForStarted(kStartTimeoutMs)) {
+        qCDebug(lcProcess, "cannot run %s: %s", qUtf8Printable(program),
+                qUtf8Printable(process.errorString()));
+        return;
+    }
+    if (!process.waitForFinished(kRunTimeoutMs)) {
+        qCDebug(lcProcess, "%s did not finish in %d ms; stopped", qUtf8Printable(program),
+                kRunTimeoutMs);
         process.kill();
         process.waitForFinished(kStartTimeoutMs);
+        return;
     }
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        qCDebug(lcProcess, "%s %s failed (exit status %d)", qUtf8Printable(program),
+                qUtf8Printable(arguments.join(QLatin1Char(' '))), process.exitCode());
 }
 
 void QtProcessRunner::startDetached(const QString& program, const QStringList& arguments)
 {
-    QProcess::startDetached(program, arguments);
+    if (!QProcess::startDetached(program, arguments))
+        qCDebug(lcProcess, "cannot start %s", qUtf8Printable(program));
 }

@@ -24,6 +24,11 @@ struct ClientWindow {
     // Kept out of the taskbar, as helper and agent windows are.
     bool skipTaskbar = false;
     bool minimized = false;
+    // On the workspace shown now, or on every workspace (sticky).
+    bool onCurrentWorkspace = true;
+    // Place in the window manager's stacking order counted from the front (0 = topmost); -1
+    // when the window manager does not publish one.
+    int depth = -1;
 };
 
 class WindowControl {
@@ -33,7 +38,8 @@ public:
     virtual bool canControlWindows() const = 0;
     // Tells the user what is missing; control may become possible later.
     virtual void requestWindowControl() = 0;
-    // Every managed top-level window in the window manager's order (oldest first).
+    // Every managed top-level window in the window manager's order (oldest first), on every
+    // workspace.
     virtual QList<ClientWindow> windows() const = 0;
     // Outer frame (decorations included) in global top-left coordinates.
     virtual std::optional<QRectF> frame(quint64 handle) const = 0;

@@ -3,6 +3,7 @@
 
 #include "core/AppModel.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 #include <QRegularExpression>
 #include <algorithm>
@@ -59,13 +60,13 @@ QString bannerText(MenuBarBanner banner)
 {
     switch (banner) {
     case MenuBarBanner::screenRecording:
-        return QStringLiteral(
-            "Grant Screen Recording for seamless hiding \u2014 otherwise the bar is "
-            "covered with a solid color.");
+        return QCoreApplication::translate(
+            "ContentRules", "Grant Screen Recording for seamless hiding \u2014 otherwise the bar "
+                            "is covered with a solid color.");
     case MenuBarBanner::itemNames:
-        return QStringLiteral(
-            "Grant Accessibility to show real item names instead of \u201cControl "
-            "Center N\u201d.");
+        return QCoreApplication::translate(
+            "ContentRules", "Grant Accessibility to show real item names instead of \u201cControl "
+                            "Center N\u201d.");
     }
     return {};
 }
@@ -135,39 +136,40 @@ QString arrangementCaption(WindowArrangement arrangement)
 {
     switch (arrangement) {
     case WindowArrangement::center:
-        return QStringLiteral("Center");
+        return QCoreApplication::translate("ContentRules", "Center");
     case WindowArrangement::fill:
-        return QStringLiteral("Fill");
+        return QCoreApplication::translate("ContentRules", "Fill");
     case WindowArrangement::leftHalf:
-        return QStringLiteral("Left");
+        return QCoreApplication::translate("ContentRules", "Left");
     case WindowArrangement::rightHalf:
-        return QStringLiteral("Right");
+        return QCoreApplication::translate("ContentRules", "Right");
     case WindowArrangement::topHalf:
-        return QStringLiteral("Top");
+        return QCoreApplication::translate("ContentRules", "Top");
     case WindowArrangement::bottomHalf:
-        return QStringLiteral("Bottom");
+        return QCoreApplication::translate("ContentRules", "Bottom");
     case WindowArrangement::topLeft:
-        return QStringLiteral("Top Left");
+        return QCoreApplication::translate("ContentRules", "Top Left");
     case WindowArrangement::topRight:
-        return QStringLiteral("Top Right");
+        return QCoreApplication::translate("ContentRules", "Top Right");
     case WindowArrangement::bottomLeft:
-        return QStringLiteral("Bot. Left");
+        return QCoreApplication::translate("ContentRules", "Bot. Left");
     case WindowArrangement::bottomRight:
-        return QStringLiteral("Bot. Right");
+        return QCoreApplication::translate("ContentRules", "Bot. Right");
     }
     return {};
 }
 
 QString sizeCaption(QSizeF size)
 {
-    return QStringLiteral("%1 \u00D7 %2")
+    return QCoreApplication::translate("ContentRules", "%1 \u00D7 %2")
         .arg(qint64(std::trunc(size.width())))
         .arg(qint64(std::trunc(size.height())));
 }
 
 QString sizeTooltip(QSizeF size)
 {
-    return QStringLiteral("Resize to %1 and center").arg(sizeCaption(size));
+    return QCoreApplication::translate("ContentRules", "Resize to %1 and center")
+        .arg(sizeCaption(size));
 }
 
 QRectF sizeRegion(QSizeF size, qint64 currentWidth, qint64 currentHeight)

@@ -79,6 +79,16 @@ QString groupKey(const QString& group, const QString& label)
     return group + QLatin1Char('/') + label;
 }
 
+// The desktop and cover choices are looked up by their English labels and translated where
+// they are shown; listed here so that translation tools find them.
+[[maybe_unused]] const char* const kChoiceLabels[] = {
+    QT_TRANSLATE_NOOP("ContentView", "Icons"),      QT_TRANSLATE_NOOP("ContentView", "Background"),
+    QT_TRANSLATE_NOOP("ContentView", "Show"),       QT_TRANSLATE_NOOP("ContentView", "Hide"),
+    QT_TRANSLATE_NOOP("ContentView", "Keep"),       QT_TRANSLATE_NOOP("ContentView", "Color"),
+    QT_TRANSLATE_NOOP("ContentView", "Image"),      QT_TRANSLATE_NOOP("ContentView", "Hide bar"),
+    QT_TRANSLATE_NOOP("ContentView", "Hide items"),
+};
+
 } // namespace
 
 ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_model(model)
@@ -106,6 +116,11 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     m_bannerLayout->setContentsMargins(0, 0, 0, 0);
     m_bannerLayout->setSpacing(16);
     m_panelLayout->addWidget(m_bannerBox);
+    // What could not be put back on the desktop exactly (said once, when it happens).
+    m_desktopNotice = new QLabel(m_panel);
+    m_desktopNotice->setWordWrap(true);
+    m_desktopNotice->setVisible(false);
+    m_panelLayout->addWidget(m_desktopNotice);
 
     m_bottomRow = new QWidget(m_panel);
     auto* bottom = new QHBoxLayout(m_bottomRow);
@@ -166,10 +181,10 @@ QWidget* ContentView::buildResolutionCard()
     m_displayRow = new QWidget(content);
     auto* pickerRow = new QHBoxLayout(m_displayRow);
     pickerRow->setContentsMargins(0, 0, 0, 0);
-    auto* pickerLabel = new QLabel(QStringLiteral("Display"), m_displayRow);
+    auto* pickerLabel = new QLabel(tr("Display"), m_displayRow);
     m_displayPicker = new QComboBox(m_displayRow);
     m_displayPicker->setObjectName(QStringLiteral("Display"));
-    m_displayPicker->setAccessibleName(QStringLiteral("Display"));
+    m_displayPicker->setAccessibleName(tr("Display"));
     pickerLabel->setBuddy(m_displayPicker);
     pickerRow->addWidget(pickerLabel);
     pickerRow->addWidget(m_displayPicker);
@@ -183,15 +198,15 @@ QWidget* ContentView::buildResolutionCard()
     m_strip = new ResolutionStrip(content);
     stack->addWidget(m_strip);
 
-    auto* restore = new QPushButton(QStringLiteral("Restore Original"));
+    auto* restore = new QPushButton(tr("Restore Original"));
     restore->setObjectName(QStringLiteral("Restore Original"));
-    restore->setAccessibleName(QStringLiteral("Restore Original"));
+    restore->setAccessibleName(tr("Restore Original"));
     restore->setFont(Look::caption());
     connect(restore, &QPushButton::clicked, this, [this] { m_model.restoreSelectedDisplay(); });
     m_restore = restore;
 
-    return new SectionCard(QStringLiteral("Resolution"), QStringLiteral("rectangle.on.rectangle"),
-                           true, false, restore, content);
+    return new SectionCard(tr("Resolution"), QStringLiteral("rectangle.on.rectangle"), true, false,
+                           restore, content);
 }
 
 void ContentView::refreshDisplays()
@@ -245,8 +260,8 @@ QWidget* ContentView::buildWindowCard()
     stack->setContentsMargins(0, 0, 0, 0);
     stack->setSpacing(12);
 
-    auto* windowBanner = new PermissionBanner(
-        QStringLiteral("Grant Accessibility to pick and move other apps' windows."));
+    auto* windowBanner =
+        new PermissionBanner(tr("Grant Accessibility to pick and move other apps' windows."));
     connect(windowBanner, &PermissionBanner::grantRequested, this,
             [this] { m_model.requestAccessibility(); });
     m_windowBanner = windowBanner;
@@ -262,13 +277,13 @@ QWidget* ContentView::buildWindowCard()
     listColumn->setSpacing(8);
     auto* header = new QHBoxLayout;
     header->setSpacing(4);
-    header->addWidget(groupLabel(QStringLiteral("Windows"), m_columns));
+    header->addWidget(groupLabel(tr("Windows"), m_columns));
     header->addStretch(1);
     auto* refresh = new QToolButton(m_columns);
     refresh->setAutoRaise(true);
     refresh->setIconSize(QSize(14, 14));
-    refresh->setToolTip(QStringLiteral("Refresh window list"));
-    refresh->setAccessibleName(QStringLiteral("Refresh window list"));
+    refresh->setToolTip(tr("Refresh window list"));
+    refresh->setAccessibleName(tr("Refresh window list"));
     refresh->setObjectName(QStringLiteral("Refresh window list"));
     connect(refresh, &QToolButton::clicked, this, [this] { m_model.refreshWindows(); });
     m_refresh = refresh;
@@ -284,12 +299,12 @@ QWidget* ContentView::buildWindowCard()
     // Reposition: eight regions and hiding.
     auto* repositionColumn = new QVBoxLayout;
     repositionColumn->setSpacing(8);
-    repositionColumn->addWidget(groupLabel(QStringLiteral("Reposition"), m_columns));
+    repositionColumn->addWidget(groupLabel(tr("Reposition"), m_columns));
     for (const RepositionItem& item : ContentRules::repositionItems()) {
         ScreenThumb* cell = nullptr;
         if (item.kind == RepositionItem::Kind::hide) {
-            cell = makeCell(QRectF(), QStringLiteral("Hide"), false, QStringLiteral("eye.slash"),
-                            QStringLiteral("Minimize the window"));
+            cell = makeCell(QRectF(), tr("Hide"), false, QStringLiteral("eye.slash"),
+                            tr("Minimize the window"));
             connect(cell, &ScreenThumb::clicked, this, [this] { m_model.hideSelectedWindow(); });
         } else {
             const WindowArrangement arrangement = item.arrangement;
@@ -308,7 +323,7 @@ QWidget* ContentView::buildWindowCard()
     // Center: filled in by refreshCenterCells, as it depends on the current mode.
     auto* centerColumn = new QVBoxLayout;
     centerColumn->setSpacing(8);
-    centerColumn->addWidget(groupLabel(QStringLiteral("Center"), m_columns));
+    centerColumn->addWidget(groupLabel(tr("Center"), m_columns));
     auto* centerBox = new QWidget(m_columns);
     m_centerRows = new QVBoxLayout(centerBox);
     m_centerRows->setContentsMargins(0, 0, 0, 0);
@@ -319,15 +334,15 @@ QWidget* ContentView::buildWindowCard()
     columns->addStretch(1);
     stack->addWidget(m_columns);
 
-    auto* caption = new QLabel(QStringLiteral("Pick a window, then snap it to a region, fill its "
-                                              "screen, or resize it to an exact size (centered)."),
+    auto* caption = new QLabel(tr("Pick a window, then snap it to a region, fill its "
+                                  "screen, or resize it to an exact size (centered)."),
                                content);
     caption->setWordWrap(true);
     UiStyle::makeSecondaryCaption(caption);
     stack->addWidget(caption);
 
-    return new SectionCard(QStringLiteral("Window"), QStringLiteral("macwindow"), true, false,
-                           nullptr, content);
+    return new SectionCard(tr("Window"), QStringLiteral("macwindow"), true, false, nullptr,
+                           content);
 }
 
 void ContentView::refreshWindowList()
@@ -382,8 +397,8 @@ void ContentView::refreshCenterCells()
             break;
         }
         case CenterItem::Kind::custom:
-            cell = makeCell(QRectF(0.28, 0.28, 0.44, 0.44), QStringLiteral("Custom"), true,
-                            std::nullopt, QStringLiteral("Resize to a custom size and center"));
+            cell = makeCell(QRectF(0.28, 0.28, 0.44, 0.44), tr("Custom"), true, std::nullopt,
+                            tr("Resize to a custom size and center"));
             connect(cell, &ScreenThumb::clicked, this, [this, cell] { openCustomPopover(cell); });
             break;
         }
@@ -457,12 +472,12 @@ QWidget* ContentView::buildDesktopCard()
 
     const auto addGroup = [&](const QString& title, QHBoxLayout*& row) {
         auto* group = new QWidget(content);
-        group->setAccessibleName(title);
+        group->setAccessibleName(tr(qUtf8Printable(title)));
         group->setObjectName(title);
         auto* stack = new QVBoxLayout(group);
         stack->setContentsMargins(0, 0, 0, 0);
         stack->setSpacing(8);
-        stack->addWidget(groupLabel(title, group));
+        stack->addWidget(groupLabel(tr(qUtf8Printable(title)), group));
         row = new QHBoxLayout;
         row->setSpacing(12);
         stack->addLayout(row);
@@ -474,7 +489,7 @@ QWidget* ContentView::buildDesktopCard()
     const auto addThumb = [this](QHBoxLayout* row, const QString& group, const QString& label,
                                  std::function<void()> action) {
         auto* thumb = new PickThumb(
-            label, false,
+            tr(qUtf8Printable(label)), false,
             new MiniScreen(MiniScreen::Background::wallpaper(), MiniScreen::Bar::items, false));
         onChoose(thumb, this, std::move(action));
         row->addWidget(thumb);
@@ -496,8 +511,8 @@ QWidget* ContentView::buildDesktopCard()
         m_model.setBackground(DesktopBackground::image);
         m_imagePopover->open(pickThumb(QStringLiteral("Background"), QStringLiteral("Image")));
     });
-    return new SectionCard(QStringLiteral("Desktop"), QStringLiteral("menubar.dock.rectangle"),
-                           false, false, nullptr, content);
+    return new SectionCard(tr("Desktop"), QStringLiteral("menubar.dock.rectangle"), false, false,
+                           nullptr, content);
 }
 
 void ContentView::refreshDesktop()
@@ -536,11 +551,11 @@ QWidget* ContentView::buildMenuBarCard()
 {
     auto* content = new QWidget;
     auto* group = new QVBoxLayout(content);
-    content->setAccessibleName(QStringLiteral("Cover"));
+    content->setAccessibleName(tr("Cover"));
     content->setObjectName(QStringLiteral("Cover"));
     group->setContentsMargins(0, 0, 0, 0);
     group->setSpacing(8);
-    group->addWidget(groupLabel(QStringLiteral("Cover"), content));
+    group->addWidget(groupLabel(tr("Cover"), content));
     m_coverRow = new QHBoxLayout;
     m_coverRow->setSpacing(12);
     group->addLayout(m_coverRow);
@@ -548,8 +563,9 @@ QWidget* ContentView::buildMenuBarCard()
         const MiniScreen::Bar bar = cover == MenuBarCover::keep     ? MiniScreen::Bar::items
                                     : cover == MenuBarCover::entire ? MiniScreen::Bar::empty
                                                                     : MiniScreen::Bar::gap;
-        auto* thumb = new PickThumb(
-            title(cover), false, new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
+        auto* thumb =
+            new PickThumb(tr(qUtf8Printable(title(cover))), false,
+                          new MiniScreen(MiniScreen::Background::wallpaper(), bar, false));
         onChoose(thumb, this, [this, cover, thumb] {
             m_model.setMenuBarCover(cover);
             if (cover == MenuBarCover::items)
@@ -558,8 +574,8 @@ QWidget* ContentView::buildMenuBarCard()
         m_coverRow->addWidget(thumb);
         m_thumbs.insert(groupKey(QStringLiteral("Cover"), title(cover)), thumb);
     }
-    return new SectionCard(QStringLiteral("Menu Bar"), QStringLiteral("menubar.rectangle"), false,
-                           false, nullptr, content);
+    return new SectionCard(tr("Menu Bar"), QStringLiteral("menubar.rectangle"), false, false,
+                           nullptr, content);
 }
 
 void ContentView::refreshCover()
@@ -610,14 +626,14 @@ QAbstractButton* ContentView::pickThumb(const QString& group, const QString& lab
 
 void ContentView::buildPopovers()
 {
-    m_customPopover = new Popover(QStringLiteral("Custom size"), this);
+    m_customPopover = new Popover(tr("Custom size"), this);
     auto* customLayout = new QVBoxLayout(m_customPopover);
     customLayout->setContentsMargins(0, 0, 0, 0);
     m_customForm = new CustomSizeForm(m_customPopover);
     customLayout->addWidget(m_customForm);
     connect(m_customForm, &CustomSizeForm::confirmed, this, &ContentView::confirmCustomSize);
 
-    m_colorPopover = new Popover(QStringLiteral("Background color"), this);
+    m_colorPopover = new Popover(tr("Background color"), this);
     auto* colorLayout = new QVBoxLayout(m_colorPopover);
     colorLayout->setContentsMargins(0, 0, 0, 0);
     // Bound to the model's colour: each change of the picker sets it, and changes made elsewhere
@@ -632,17 +648,17 @@ void ContentView::buildPopovers()
     m_colorPicker = picker;
     colorLayout->addWidget(m_colorPicker);
 
-    m_imagePopover = new Popover(QStringLiteral("Background images"), this);
+    m_imagePopover = new Popover(tr("Background images"), this);
     m_wellsRow = new QHBoxLayout(m_imagePopover);
     m_wellsRow->setContentsMargins(16, 16, 16, 16);
     m_wellsRow->setSpacing(14);
     m_wellsRow->setAlignment(Qt::AlignTop);
-    m_lightWell = new WallpaperWell(QStringLiteral("Light"), m_model.lightWallpaperURL());
+    m_lightWell = new WallpaperWell(tr("Light"), m_model.lightWallpaperURL());
     connect(m_lightWell, &WallpaperWell::picked, this,
             [this](const QString& path) { m_model.setLightWallpaperURL(path); });
     connect(m_lightWell, &WallpaperWell::cleared, this,
             [this] { m_model.setLightWallpaperURL(std::nullopt); });
-    m_darkWell = new WallpaperWell(QStringLiteral("Dark"), m_model.darkWallpaperURL());
+    m_darkWell = new WallpaperWell(tr("Dark"), m_model.darkWallpaperURL());
     connect(m_darkWell, &WallpaperWell::picked, this,
             [this](const QString& path) { m_model.setDarkWallpaperURL(path); });
     connect(m_darkWell, &WallpaperWell::cleared, this,
@@ -650,28 +666,27 @@ void ContentView::buildPopovers()
     m_wellsRow->addWidget(m_lightWell);
     m_wellsRow->addWidget(m_darkWell);
 
-    m_itemsPopover = new Popover(QStringLiteral("Detected items"), this);
+    m_itemsPopover = new Popover(tr("Detected items"), this);
     auto* itemsStack = new QVBoxLayout(m_itemsPopover);
     itemsStack->setContentsMargins(16, 16, 16, 16);
     itemsStack->setSpacing(8);
     m_itemsPopover->setFixedWidth(220);
     auto* header = new QHBoxLayout;
-    header->addWidget(groupLabel(QStringLiteral("Detected items"), m_itemsPopover));
+    header->addWidget(groupLabel(tr("Detected items"), m_itemsPopover));
     header->addStretch(1);
     auto* rescan = new QToolButton(m_itemsPopover);
     rescan->setAutoRaise(true);
-    rescan->setText(QStringLiteral("Rescan"));
+    rescan->setText(tr("Rescan"));
     rescan->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     rescan->setIconSize(QSize(12, 12));
     rescan->setFont(Look::caption());
-    rescan->setAccessibleName(QStringLiteral("Rescan"));
+    rescan->setAccessibleName(tr("Rescan"));
     rescan->setObjectName(QStringLiteral("Rescan"));
     connect(rescan, &QToolButton::clicked, this, [this] { m_model.refreshMenuBarItems(); });
     m_rescan = rescan;
     header->addWidget(rescan);
     itemsStack->addLayout(header);
-    m_noItems =
-        new QLabel(QStringLiteral("No menu-bar items detected. Click Rescan."), m_itemsPopover);
+    m_noItems = new QLabel(tr("No menu-bar items detected. Click Rescan."), m_itemsPopover);
     m_noItems->setWordWrap(true);
     UiStyle::makeSecondaryCaption(m_noItems);
     itemsStack->addWidget(m_noItems);
@@ -746,6 +761,10 @@ void ContentView::onPublished(AppModel::Field field)
         break;
     case F::enabled:
         // The panel has no master switch of its own: nothing depends on it.
+        break;
+    case F::desktopNotice:
+        m_desktopNotice->setText(m_model.desktopNotice());
+        m_desktopNotice->setVisible(!m_model.desktopNotice().isEmpty());
         break;
     }
     updatePanelWidth();

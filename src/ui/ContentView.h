@@ -116,6 +116,7 @@ private:
 
     QVBoxLayout* m_bannerLayout = nullptr;
     QWidget* m_bannerBox = nullptr;
+    QLabel* m_desktopNotice = nullptr;
     QList<MenuBarBanner> m_bannerKinds;
     QHash<MenuBarBanner, QWidget*> m_banners;
 

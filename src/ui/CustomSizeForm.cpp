@@ -18,7 +18,7 @@ CustomSizeForm::CustomSizeForm(QWidget* parent) : QWidget(parent)
     stack->setSpacing(8);
     setFixedWidth(220);
 
-    auto* title = new QLabel(QStringLiteral("Custom size"), this);
+    auto* title = new QLabel(tr("Custom size"), this);
     title->setFont(Look::headline());
     stack->addWidget(title);
 
@@ -39,12 +39,12 @@ CustomSizeForm::CustomSizeForm(QWidget* parent) : QWidget(parent)
         fields->addLayout(column);
         connect(edit, &QLineEdit::returnPressed, this, &CustomSizeForm::confirmed);
     };
-    addField(QStringLiteral("Width"), m_width);
-    addField(QStringLiteral("Height"), m_height);
+    addField(tr("Width"), m_width);
+    addField(tr("Height"), m_height);
     fields->addStretch(1);
     stack->addLayout(fields);
 
-    auto* note = new QLabel(QStringLiteral("Resizes the selected window and centers it."), this);
+    auto* note = new QLabel(tr("Resizes the selected window and centers it."), this);
     note->setWordWrap(true);
     UiStyle::makeSecondaryCaption(note);
     stack->addWidget(note);

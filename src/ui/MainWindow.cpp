@@ -8,8 +8,10 @@
 #include "core/AppModel.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #ifndef QUILLET_VERSION
@@ -20,7 +22,7 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     : QMainWindow(parent), m_model(model), m_preferences(preferences)
 {
     setObjectName(QStringLiteral("main"));
-    setWindowTitle(QStringLiteral("Quillet"));
+    setWindowTitle(tr("Quillet"));
     setWindowIcon(appIcon());
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
@@ -28,29 +30,95 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     // A fixed panel: the window is exactly as large as its content and follows it when banners
     // come and go.
     layout()->setSizeConstraint(QLayout::SetFixedSize);
+
+    // A smaller mode can leave the window partly off its monitor, with "Restore Original" out
+    // of reach: once the monitors have settled, the window is moved back onto its monitor.
+    m_screenCheck.setSingleShot(true);
+    m_screenCheck.setInterval(50);
+    connect(&m_screenCheck, &QTimer::timeout, this, &MainWindow::keepWindowsOnScreen);
+    for (QScreen* screen : QGuiApplication::screens())
+        watchScreen(screen);
+    connect(qApp, &QGuiApplication::screenAdded, this, &MainWindow::watchScreen);
+    connect(qApp, &QGuiApplication::screenRemoved, &m_screenCheck, qOverload<>(&QTimer::start));
+    installEventFilter(this);
+}
+
+void MainWindow::watchScreen(QScreen* screen)
+{
+    connect(screen, &QScreen::geometryChanged, &m_screenCheck, qOverload<>(&QTimer::start));
+    connect(screen, &QScreen::availableGeometryChanged, &m_screenCheck,
+            qOverload<>(&QTimer::start));
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if ((event->type() == QEvent::Move || event->type() == QEvent::Show) &&
+        !m_screenCheck.isActive()) {
+        auto* window = static_cast<QWidget*>(watched);
+        if (const QScreen* screen = QGuiApplication::screenAt(window->frameGeometry().center()))
+            m_homeScreens.insert(window, screen->name());
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+QPoint MainWindow::keptInside(const QRect& frame, const QRect& area)
+{
+    const auto place = [](int start, int length, int areaStart, int areaLength) {
+        return std::max(areaStart, std::min(start, areaStart + areaLength - length));
+    };
+    return QPoint(place(frame.x(), frame.width(), area.x(), area.width()),
+                  place(frame.y(), frame.height(), area.y(), area.height()));
+}
+
+void MainWindow::keepWindowsOnScreen()
+{
+    for (QWidget* window : {static_cast<QWidget*>(this), static_cast<QWidget*>(m_settings)}) {
+        if (!window || !window->isVisible() || window->isMinimized())
+            continue;
+        const QRect frame = window->frameGeometry();
+        QScreen* home = nullptr;
+        const QString name = m_homeScreens.value(window);
+        for (QScreen* screen : QGuiApplication::screens()) {
+            if (screen->name() == name)
+                home = screen;
+        }
+        if (!home)
+            home = QGuiApplication::screenAt(frame.center());
+        if (!home)
+            home = QGuiApplication::primaryScreen();
+        if (!home)
+            continue;
+        // Below the panels where the window fits there, else on the monitor as a whole, so that
+        // its bottom row of buttons stays on screen.
+        const QRect available = home->availableGeometry();
+        const bool fits =
+            frame.width() <= available.width() && frame.height() <= available.height();
+        const QPoint to = keptInside(frame, fits ? available : home->geometry());
+        if (to != frame.topLeft())
+            window->move(to);
+    }
 }
 
 void MainWindow::buildMenu()
 {
-    m_appMenu = menuBar()->addMenu(QStringLiteral("Quillet"));
-    m_appMenu->addAction(QStringLiteral("About Quillet"), this, [this] {
-        QMessageBox::about(this, QStringLiteral("About Quillet"),
-                           QStringLiteral("<b>Quillet</b> %1<br>Makes the screen presentable for "
-                                          "screenshots, recordings and demos, and puts "
-                                          "everything back afterwards.")
+    m_appMenu = menuBar()->addMenu(tr("&Quillet"));
+    m_appMenu->addAction(tr("&About Quillet"), this, [this] {
+        QMessageBox::about(this, tr("About Quillet"),
+                           tr("<b>Quillet</b> %1<br>Makes the screen presentable for "
+                              "screenshots, recordings and demos, and puts "
+                              "everything back afterwards.")
                                .arg(QStringLiteral(QUILLET_VERSION)));
     });
-    QAction* updates =
-        m_appMenu->addAction(QStringLiteral("Check for Updates\u2026"), this,
-                             [this] { UpdaterController::shared().checkForUpdates(this); });
+    QAction* updates = m_appMenu->addAction(tr("Check for &Updates\u2026"), this, [this] {
+        UpdaterController::shared().checkForUpdates(this);
+    });
     updates->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
     m_appMenu->addSeparator();
     QAction* settings =
-        m_appMenu->addAction(QStringLiteral("Settings\u2026"), this, &MainWindow::openSettings);
+        m_appMenu->addAction(tr("&Settings\u2026"), this, &MainWindow::openSettings);
     settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     m_appMenu->addSeparator();
-    QAction* quit =
-        m_appMenu->addAction(QStringLiteral("Quit Quillet"), qApp, &QCoreApplication::quit);
+    QAction* quit = m_appMenu->addAction(tr("&Quit Quillet"), qApp, &QCoreApplication::quit);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setShortcutContext(Qt::ApplicationShortcut);
 }
@@ -62,13 +130,14 @@ QWidget* MainWindow::settingsWindow()
         auto* window = new QWidget(nullptr, Qt::Window);
         window->setAttribute(Qt::WA_QuitOnClose, false);
         window->setObjectName(QStringLiteral("settings"));
-        window->setWindowTitle(QStringLiteral("Quillet Settings"));
+        window->setWindowTitle(tr("Quillet Settings"));
         window->setWindowIcon(appIcon());
         auto* layout = new QVBoxLayout(window);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(new PreferencesView(m_preferences, window));
         layout->setSizeConstraint(QLayout::SetFixedSize);
         connect(this, &QObject::destroyed, window, &QObject::deleteLater);
+        window->installEventFilter(this);
         m_settings = window;
     }
     return m_settings;
@@ -96,4 +165,11 @@ void MainWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
     emit windowShown();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    QMainWindow::closeEvent(event);
+    if (event->isAccepted())
+        emit closed();
 }

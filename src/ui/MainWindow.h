@@ -1,13 +1,16 @@
 // The main window: "Quillet", object name "main", with the application menu.
 #pragma once
 
+#include <QHash>
 #include <QMainWindow>
 #include <QPointer>
+#include <QTimer>
 
 class AppModel;
 class ContentView;
 class Preferences;
 class QMenu;
+class QScreen;
 
 class MainWindow final : public QMainWindow {
     Q_OBJECT
@@ -22,15 +25,31 @@ public:
     QMenu* applicationMenu() const { return m_appMenu; }
     ContentView* content() const { return m_content; }
 
+    // Where `frame` (a window's outer frame) goes to lie fully inside `area`; a frame larger
+    // than the area keeps its top-left corner in it.
+    static QPoint keptInside(const QRect& frame, const QRect& area);
+
 signals:
     // Emitted when the native window exists or is recreated, so its desktop hints can be set.
     void windowShown();
+    // Emitted after the user closed the window (its close button, Alt+F4, the window menu).
+    void closed();
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void buildMenu();
+    void watchScreen(QScreen* screen);
+    // After a change of the monitors: moves this window and the settings window fully onto the
+    // monitor each of them was on.
+    void keepWindowsOnScreen();
+
+    // The monitor each window was last seen on, by name.
+    QHash<QWidget*, QString> m_homeScreens;
+    QTimer m_screenCheck;
 
     AppModel& m_model;
     Preferences& m_preferences;

@@ -6,6 +6,19 @@
 #include <QKeyEvent>
 #include <QScreen>
 
+namespace {
+std::function<void(QWindow*)>& keepOffTaskbar()
+{
+    static std::function<void(QWindow*)> hint;
+    return hint;
+}
+} // namespace
+
+void Popover::setKeepOffTaskbar(std::function<void(QWindow*)> hint)
+{
+    keepOffTaskbar() = std::move(hint);
+}
+
 Popover::Popover(const QString& name, QWidget* parent)
     : QFrame(parent, Qt::Tool | Qt::FramelessWindowHint)
 {
@@ -46,6 +59,10 @@ void Popover::open(QWidget* anchor)
 void Popover::showEvent(QShowEvent* event)
 {
     QFrame::showEvent(event);
+    // The native window exists but is not mapped yet: the window manager reads the hint when
+    // it maps it, so the panel never flashes into a taskbar.
+    if (keepOffTaskbar() && windowHandle())
+        keepOffTaskbar()(windowHandle());
     m_wasActive = false;
     // A press in the main window closes the panel even when the window manager never gave it
     // the focus.

@@ -5,6 +5,9 @@
 
 #include <QFrame>
 #include <QPointer>
+#include <functional>
+
+class QWindow;
 
 class Popover final : public QFrame {
     Q_OBJECT
@@ -15,6 +18,11 @@ public:
     // Opens below `anchor`, horizontally centred on it, kept on the anchor's screen.
     void open(QWidget* anchor);
     QWidget* anchor() const { return m_anchor; }
+
+    // Marks a panel's native window as one that taskbars and pagers leave out; installed by
+    // the application shell, which knows the desktop (a tool window alone is listed by some
+    // taskbars). Runs before the window is mapped.
+    static void setKeepOffTaskbar(std::function<void(QWindow*)> hint);
 
 signals:
     void opened();

@@ -13,7 +13,8 @@ namespace {
 constexpr int kFormWidth = 420;
 }
 
-PreferencesView::PreferencesView(Preferences& prefs, QWidget* parent) : QWidget(parent), m_prefs(prefs)
+PreferencesView::PreferencesView(Preferences& prefs, QWidget* parent)
+    : QWidget(parent), m_prefs(prefs)
 {
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(20, 20, 20, 20);
@@ -33,30 +34,53 @@ PreferencesView::PreferencesView(Preferences& prefs, QWidget* parent) : QWidget(
         bool (Preferences::*get)() const;
         void (Preferences::*set)(bool);
     } table[] = {
-        {"Restore settings on launch",
-         "Re-apply your last desktop, background, and menu-bar choices when Quillet opens.",
+        {QT_TR_NOOP("Restore settings on launch"),
+         QT_TR_NOOP(
+             "Re-apply your last desktop, background, and menu-bar choices when Quillet opens."),
          &Preferences::restoreOnLaunch, &Preferences::setRestoreOnLaunch},
-        {"Show in Dock",
-         "Hide the Dock icon to run as a background utility (use the menu bar to reopen).",
+        {QT_TR_NOOP("Show in Dock"),
+         QT_TR_NOOP(
+             "Hide the Dock icon to run as a background utility (use the menu bar to reopen)."),
          &Preferences::showInDock, &Preferences::setShowInDock},
-        {"Show in menu bar", "Add a menu-bar item to show the window or quit.",
-         &Preferences::showInMenuBar, &Preferences::setShowInMenuBar},
-        {"Launch at login", "Open Quillet automatically when you log in.",
+        {QT_TR_NOOP("Show in menu bar"),
+         QT_TR_NOOP("Add a menu-bar item to show the window or quit."), &Preferences::showInMenuBar,
+         &Preferences::setShowInMenuBar},
+        {QT_TR_NOOP("Launch at login"), QT_TR_NOOP("Open Quillet automatically when you log in."),
          &Preferences::launchAtLogin, &Preferences::setLaunchAtLogin},
     };
     for (const auto& entry : table) {
-        QCheckBox* toggle = row(QString::fromUtf8(entry.title), QString::fromUtf8(entry.detail),
-                                entry.get, entry.set);
+        QCheckBox* toggle = row(tr(entry.title), tr(entry.detail), entry.get, entry.set);
         rows->addWidget(toggle->parentWidget());
     }
 
+    // What the window's close button does depends on the tray icon; saying it here spares the
+    // user a surprise either way.
+    m_closingNote = new QLabel(this);
+    m_closingNote->setObjectName(QStringLiteral("closingNote"));
+    m_closingNote->setWordWrap(true);
+    QFont caption = m_closingNote->font();
+    caption.setPointSizeF(caption.pointSizeF() * 0.85);
+    m_closingNote->setFont(caption);
+    m_closingNote->setForegroundRole(QPalette::PlaceholderText);
+    outer->addWidget(m_closingNote);
+
     connect(&m_prefs, &Preferences::changed, this, &PreferencesView::refresh);
-    refresh();
     setFixedWidth(kFormWidth);
-    // As tall as the rows need at that width (the explanations wrap), and no taller.
+    refresh();
+}
+
+void PreferencesView::fitHeight()
+{
+    // As tall as the rows and the note need at that width (the explanations wrap), no taller.
+    layout()->invalidate();
     layout()->activate();
     setFixedHeight(layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(kFormWidth)
                                                  : layout()->totalSizeHint().height());
+}
+
+QString PreferencesView::closingNote() const
+{
+    return m_closingNote->text();
 }
 
 QCheckBox* PreferencesView::row(const QString& title, const QString& detail,
@@ -103,4 +127,11 @@ void PreferencesView::refresh()
         const QSignalBlocker block(toggle);
         toggle->setChecked((m_prefs.*get)());
     }
+    // Follows the tray preference, as closing the window does.
+    m_closingNote->setText(m_prefs.showInMenuBar()
+                               ? tr("Closing the main window keeps Quillet running; reopen it "
+                                    "from the menu-bar item.")
+                               : tr("Closing the main window quits Quillet and puts the desktop "
+                                    "back."));
+    fitHeight();
 }

@@ -11,7 +11,7 @@
 ResolutionStrip::ResolutionStrip(QWidget* parent) : QScrollArea(parent)
 {
     setObjectName(QStringLiteral("Resolutions"));
-    setAccessibleName(QStringLiteral("Resolutions"));
+    setAccessibleName(tr("Resolutions"));
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

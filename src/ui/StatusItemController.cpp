@@ -43,15 +43,16 @@ void StatusItemController::setVisible(bool visible)
         return;
 
     m_item = std::make_unique<QSystemTrayIcon>(trayIcon());
-    m_item->setToolTip(QStringLiteral("Quillet"));
+    m_item->setToolTip(tr("Quillet"));
     m_menu = std::make_unique<QMenu>();
-    m_menu->setTitle(QStringLiteral("Quillet"));
-    QAction* enabled = m_menu->addAction(QStringLiteral("Enabled"), this, &StatusItemController::toggleEnabled);
+    m_menu->setTitle(tr("Quillet"));
+    QAction* enabled =
+        m_menu->addAction(tr("&Enabled"), this, &StatusItemController::toggleEnabled);
     enabled->setCheckable(true);
     m_menu->addSeparator();
-    m_menu->addAction(QStringLiteral("Show Window"), this, &StatusItemController::showWindow);
+    m_menu->addAction(tr("&Show Window"), this, &StatusItemController::showWindow);
     m_menu->addSeparator();
-    QAction* quitAction = m_menu->addAction(QStringLiteral("Quit Quillet"), this, &StatusItemController::quit);
+    QAction* quitAction = m_menu->addAction(tr("&Quit Quillet"), this, &StatusItemController::quit);
     quitAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     m_enabledItem = enabled;
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::menuNeedsUpdate);
@@ -62,6 +63,13 @@ void StatusItemController::setVisible(bool visible)
             m_menu->popup(QCursor::pos());
     });
     m_item->show();
+}
+
+bool StatusItemController::isShown() const
+{
+    // Not QSystemTrayIcon::isSystemTrayAvailable(): it asks the session bus and waits for the
+    // answer. An icon shown before a notification area exists docks when one appears.
+    return m_item && m_item->isVisible();
 }
 
 void StatusItemController::menuNeedsUpdate()

@@ -23,6 +23,10 @@ public:
     // Creates or removes the tray icon; a removed one is rebuilt from scratch when shown again.
     void setVisible(bool visible);
 
+    // True while the tray icon is shown: the user then has a handle on the program without its
+    // main window.
+    bool isShown() const;
+
     QSystemTrayIcon* item() const { return m_item.get(); }
     QAction* enabledItem() const { return m_enabledItem; }
     QMenu* menu() const { return m_menu.get(); }

@@ -1,14 +1,20 @@
-// Feed download with QNetworkAccessManager; never blocks the interface.
+// Feed download with QNetworkAccessManager, parsing on a worker thread; never blocks the
+// interface. What the server sends is bounded in size and never interpreted as markup.
 #include "UpdaterController.h"
 
 #include "core/UpdateFeed.h"
 
-#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QFutureWatcher>
 #include <QMessageBox>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QPromise>
+#include <QPushButton>
+#include <QThreadPool>
 #include <QVersionNumber>
+#include <memory>
 
 #ifndef QUILLET_UPDATE_FEED
 #define QUILLET_UPDATE_FEED ""
@@ -17,12 +23,34 @@
 #define QUILLET_VERSION "0.0.0"
 #endif
 
+namespace {
+
+struct Parsed {
+    std::optional<UpdateFeed::Release> newest;
+    QString error;
+};
+
+// Server texts (the reason phrase is inside Qt's error string) can be long and hold anything.
+QString shortened(const QString& text)
+{
+    constexpr qsizetype kMaxChars = 300;
+    QString plain = text;
+    for (QChar& c : plain) {
+        if (c.category() == QChar::Other_Control)
+            c = u' ';
+    }
+    return plain.size() > kMaxChars ? plain.left(kMaxChars) + QChar(0x2026) : plain;
+}
+
+} // namespace
+
 UpdaterController::UpdaterController(QUrl feed, QObject* parent)
     : QObject(parent), m_feed(std::move(feed)), m_network(new QNetworkAccessManager(this))
 {
     if (m_feed.isEmpty()) {
         const QByteArray fromEnv = qgetenv("QUILLET_UPDATE_FEED_URL");
-        m_feed = QUrl(QString::fromUtf8(fromEnv.isEmpty() ? QByteArray(QUILLET_UPDATE_FEED) : fromEnv));
+        m_feed =
+            QUrl(QString::fromUtf8(fromEnv.isEmpty() ? QByteArray(QUILLET_UPDATE_FEED) : fromEnv));
     }
 }
 
@@ -32,46 +60,109 @@ UpdaterController& UpdaterController::shared()
     return *updater;
 }
 
+QMessageBox* UpdaterController::createDialog(bool newer, const QString& message, const QUrl& link,
+                                             QWidget* parent)
+{
+    auto* box = new QMessageBox(QMessageBox::Information, tr("Check for Updates"),
+                                message, QMessageBox::Ok, parent);
+    box->setTextFormat(Qt::PlainText);
+    if (newer && UpdateFeed::isSafeLink(link)) {
+        box->setInformativeText(link.toString());
+        QPushButton* open =
+            box->addButton(tr("Open Download Page"), QMessageBox::AcceptRole);
+        const QUrl target = link;
+        QObject::connect(open, &QPushButton::clicked, box, [target] {
+            // Checked again at the moment of opening: nothing but https reaches the opener.
+            if (UpdateFeed::isSafeLink(target))
+                QDesktopServices::openUrl(target);
+        });
+    }
+    return box;
+}
+
+void UpdaterController::report(bool newer, const QString& message, const QUrl& link)
+{
+    m_busy = false;
+    emit finished(newer, message, UpdateFeed::isSafeLink(link) ? link : QUrl());
+}
+
 void UpdaterController::checkForUpdates(QWidget* dialogParent)
 {
-    QPointer<QWidget> parent = dialogParent;
-    auto report = [this, parent](bool newer, const QString& message, const QUrl& link) {
-        m_busy = false;
-        emit finished(newer, message, link);
-        if (!parent)
-            return;
-        QString text = message;
-        if (newer && link.isValid())
-            text += QStringLiteral("<br><a href=\"%1\">%1</a>").arg(link.toString().toHtmlEscaped());
-        QMessageBox box(QMessageBox::Information, QStringLiteral("Check for Updates"), text,
-                        QMessageBox::Ok, parent);
-        box.setTextFormat(Qt::RichText);
-        box.setTextInteractionFlags(Qt::TextBrowserInteraction);
-        box.exec();
-    };
     if (m_busy)
         return;
+    QPointer<QWidget> parent = dialogParent;
+    // The dialog is shown once per check, by the check that the parent started.
+    auto showDialog = std::make_shared<QMetaObject::Connection>();
+    if (dialogParent) {
+        *showDialog =
+            connect(this, &UpdaterController::finished, this,
+                    [parent, showDialog](bool newer, const QString& message, const QUrl& link) {
+                        QObject::disconnect(*showDialog);
+                        if (!parent)
+                            return;
+                        QMessageBox* box = createDialog(newer, message, link, parent);
+                        box->setAttribute(Qt::WA_DeleteOnClose);
+                        box->open();
+                    });
+    }
     if (!m_feed.isValid() || m_feed.isEmpty()) {
-        report(false, QStringLiteral("No update feed is configured for this build."), {});
+        report(false, tr("No update feed is configured for this build."), {});
         return;
     }
     m_busy = true;
     QNetworkRequest request(m_feed);
     request.setTransferTimeout(15000);
     QNetworkReply* reply = m_network->get(request);
-    connect(reply, &QNetworkReply::finished, this, [reply, report] {
+    auto body = std::make_shared<QByteArray>();
+    auto tooLarge = std::make_shared<bool>(false);
+    connect(reply, &QNetworkReply::readyRead, this, [reply, body, tooLarge] {
+        if (*tooLarge)
+            return;
+        body->append(reply->read(UpdateFeed::kMaxFeedBytes + 1 - body->size()));
+        if (body->size() > UpdateFeed::kMaxFeedBytes) {
+            *tooLarge = true;
+            body->clear();
+            reply->abort();
+        }
+    });
+    connect(reply, &QNetworkReply::finished, this, [this, reply, body, tooLarge] {
         reply->deleteLater();
+        if (*tooLarge) {
+            report(false,
+                   tr("The update feed is larger than %1 KB and was not read.")
+                       .arg(UpdateFeed::kMaxFeedBytes / 1024),
+                   {});
+            return;
+        }
         if (reply->error() != QNetworkReply::NoError) {
-            report(false, QStringLiteral("Could not check for updates: %1").arg(reply->errorString()), {});
+            report(false,
+                   tr("Could not check for updates: %1")
+                       .arg(shortened(reply->errorString())),
+                   {});
             return;
         }
-        QString error;
-        const auto newest = UpdateFeed::newestRelease(reply->readAll(), &error);
-        if (!newest) {
-            report(false, error, {});
-            return;
-        }
-        const auto verdict = UpdateFeed::compare(QVersionNumber::fromString(QStringLiteral(QUILLET_VERSION)), *newest);
-        report(verdict.newer, verdict.message, newest->link);
+        body->append(reply->read(UpdateFeed::kMaxFeedBytes + 1 - body->size()));
+        // Parsing a large document takes a moment: off the interface thread.
+        auto promise = std::make_shared<QPromise<Parsed>>();
+        auto* watcher = new QFutureWatcher<Parsed>(this);
+        connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+            watcher->deleteLater();
+            const Parsed parsed = watcher->result();
+            if (!parsed.newest) {
+                report(false, shortened(parsed.error), {});
+                return;
+            }
+            const auto verdict = UpdateFeed::compare(
+                QVersionNumber::fromString(QStringLiteral(QUILLET_VERSION)), *parsed.newest);
+            report(verdict.newer, verdict.message, parsed.newest->link);
+        });
+        watcher->setFuture(promise->future());
+        QThreadPool::globalInstance()->start([promise, bytes = *body] {
+            promise->start();
+            Parsed parsed;
+            parsed.newest = UpdateFeed::newestRelease(bytes, &parsed.error);
+            promise->addResult(parsed);
+            promise->finish();
+        });
     });
 }

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QUrl>
 
+class QMessageBox;
 class QNetworkAccessManager;
 class QWidget;
 
@@ -19,10 +20,17 @@ public:
     // Starts a check; the answer comes as `finished` and, with a dialog parent, in a message box.
     void checkForUpdates(QWidget* dialogParent = nullptr);
 
+    // The answer as shown: everything from the network as plain text; a download button only
+    // for an https link, which is the only kind it opens.
+    static QMessageBox* createDialog(bool newer, const QString& message, const QUrl& link,
+                                     QWidget* parent);
+
 signals:
     void finished(bool newer, const QString& message, const QUrl& link);
 
 private:
+    void report(bool newer, const QString& message, const QUrl& link);
+
     QUrl m_feed;
     QNetworkAccessManager* m_network;
     bool m_busy = false;

@@ -14,7 +14,7 @@
 WindowListBox::WindowListBox(QWidget* parent) : QWidget(parent)
 {
     setObjectName(QStringLiteral("Windows"));
-    setAccessibleName(QStringLiteral("Windows"));
+    setAccessibleName(tr("Windows"));
     setFixedSize(ContentRules::kWindowListWidth, ContentRules::kWindowListHeight);
     // The rounded background is painted here; the scrolled rows lie over it, inside the outline.
     m_scroll = new QScrollArea(this);
@@ -32,7 +32,7 @@ WindowListBox::WindowListBox(QWidget* parent) : QWidget(parent)
     m_stack = new QVBoxLayout(m_content);
     m_stack->setContentsMargins(4, 4, 4, 4);
     m_stack->setSpacing(2);
-    m_empty = new QLabel(QStringLiteral("No windows"), m_content);
+    m_empty = new QLabel(tr("No windows"), m_content);
     UiStyle::makeSecondaryCaption(m_empty);
     m_empty->setContentsMargins(6, 6, 6, 6);
     m_stack->addWidget(m_empty);

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Display modes on real X servers: two monitors on Xorg with the dummy driver (each switches on
-# its own) and one on Xvfb. A driver runs the model's display operations on the real platform;
-# every effect is read back with xrandr. The program itself is checked to put the start-up mode
-# back when it quits.
+# its own, its neighbour re-placed) and one on Xvfb. A driver runs the model's display operations
+# on the real platform; every effect is read back with xrandr. The program itself is checked to
+# put the start-up modes back when it quits, to keep its window on its monitor after a smaller
+# mode, and to restore the original modes from its crash record after a kill -9.
 # Usage: displays_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER
 set -uo pipefail
 
@@ -57,6 +58,17 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check "a monitor's new EDID is read again" \
     grep -q "^screen $left DUMMY0 .*name=Left Panel$" <<<"$(drv_until ".*name=Left Panel;.*" screens)"
 
+  qd_section "two monitors of one model: told apart by their connectors"
+  "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$left" "DELL U2720Q"
+  "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "DELL U2720Q"
+  drv_start twins
+  qd_check_eq "the picker's names differ by connector" \
+    "display $left main=1 name=DELL U2720Q (DUMMY0);display $right main=0 name=DELL U2720Q (DUMMY1);selected $left;" \
+    "$(qd_drive displays | tr '\n' ';')"
+  qd_driver_quit
+  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
+  drv_until ".*name=DELL U2720Q;.*" screens >/dev/null
+
   qd_section "two monitors: a monitor switched off and on again"
   changes=$(qd_drive changes)
   xrandr --output DUMMY1 --off
@@ -81,33 +93,48 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "quitting puts the scaled switch back" "$start_left" "$(qd_geometry DUMMY0)"
   QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
 
-  qd_section "two monitors: switching one keeps the other in place"
+  qd_section "two monitors: a switch re-places the neighbour and keeps the arrangement"
   start="$start_left $start_right"
+  qd_check_eq "before: side by side, top edges aligned" "1920x1080+0+0 1920x1080+1920+0 3840x1080" \
+    "$(monitors) $(screen_size)"
   qd_drive apply 1280x720 >/dev/null
-  qd_check_eq "the left monitor switched, the right one kept its mode and place" \
-    "1280x720+0+0 $start_right" "$(monitors)"
+  qd_check_eq "left smaller: the right monitor moves left against it, no gap" \
+    "1280x720+0+0 1920x1080+1280+0 3200x1080" "$(monitors) $(screen_size)"
   qd_check_eq "the model shows the new size" "current 1280x720" "$(qd_drive current)"
   qd_check "the monitor change was reported to the program" [ "$(drv_until "changes [1-9][0-9]*" changes)" != "changes 0" ]
   qd_check_eq "frames follow the switch" \
-    "screen $left DUMMY0 frame=0,0,1280x720" "$(qd_drive screens | head -n 1 | cut -d' ' -f1-4)"
+    "screen $left DUMMY0 frame=0,0,1280x720;screen $right DUMMY1 frame=1280,-360,1920x1080;" \
+    "$(drv_until "[^;]*frame=0,0,1280x720 .*;[^;]*frame=1280,.*" screens | cut -d' ' -f1-4 | tr '\n' ';')"
+  qd_drive apply 2560x1440 >/dev/null
+  qd_check_eq "left larger: the right monitor moves right, no overlap" \
+    "2560x1440+0+0 1920x1080+2560+0 4480x1440" "$(monitors) $(screen_size)"
+  qd_drive restore >/dev/null
+  qd_check_eq "reset: the left monitor and its neighbour back as they were" \
+    "$start 3840x1080" "$(monitors) $(screen_size)"
 
   qd_drive select "$right" >/dev/null
   qd_drive apply 1024x768 >/dev/null
-  qd_check_eq "the right monitor switched in place, the left one kept its mode, the screen shrank" \
-    "1280x720+0+0 1024x768+1920+0 2944x768" "$(monitors) $(screen_size)"
+  qd_check_eq "right smaller: it stays against the left one, which keeps its place" \
+    "1920x1080+0+0 1024x768+1920+0 2944x1080" "$(monitors) $(screen_size)"
+  qd_drive apply 2560x1440 >/dev/null
+  qd_check_eq "right larger: the same" "1920x1080+0+0 2560x1440+1920+0 4480x1440" \
+    "$(monitors) $(screen_size)"
   qd_drive restore >/dev/null
-  qd_check_eq "reset puts the selected monitor back and leaves the other alone" \
-    "1280x720+0+0 $start_right" "$(monitors)"
+  qd_check_eq "reset puts the right monitor back" "$start 3840x1080" "$(monitors) $(screen_size)"
   qd_check_eq "reset reloads the shown size" "current 1920x1080" "$(qd_drive current)"
 
   qd_section "two monitors: quitting"
   qd_drive apply 1280x1024 >/dev/null
-  qd_check_eq "the right monitor switched again" "1280x720+0+0 1280x1024+1920+0" "$(monitors)"
-  qd_driver_quit
-  qd_check_eq "quitting restores both monitors and the screen size" "$start $start_screen" \
+  qd_drive select "$left" >/dev/null
+  qd_drive apply 1280x720 >/dev/null
+  qd_check_eq "both switched, still side by side" "1280x720+0+0 1280x1024+1280+0 2560x1024" \
     "$(monitors) $(screen_size)"
+  qd_driver_quit
+  qd_check_eq "quitting restores both monitors, their places and the screen size" \
+    "$start $start_screen" "$(monitors) $(screen_size)"
   qd_check_eq "nothing was written to the desktop's display settings" "$start_settings" \
     "$(xfconf-query -c displays -lv 2>&1)"
+  qd_check_eq "after a complete restore no crash record is left" null "$(qd_stored display.originalModes)"
 
   qd_section "the program puts the start-up modes back when it quits"
   qd_launch_quillet quillet
@@ -118,6 +145,53 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_stop_checked
   qd_check_eq "quillet's quit restored the right monitor and left the left one as it was" \
     "$start" "$(monitors)"
+
+  if "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
+    launch_with_window() {
+      qd_launch_quillet "$1" QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+      qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+        qd_fail "the main window is not on the accessibility bus"
+    }
+    # "x y w h" of the main window's outer frame lies inside the monitor "WxH+X+Y".
+    inside() { # MONITOR
+      local frame
+      frame=$(qd_outer_frame "$(qd_main_window)") || return 1
+      awk -v f="$frame" -v m="$1" 'BEGIN {
+        split(f, a, " "); split(m, b, /[x+]/)
+        exit !(a[1] >= b[3] && a[2] >= b[4] && a[1] + a[3] <= b[3] + b[1] && a[2] + a[4] <= b[4] + b[2])
+      }'
+    }
+
+    qd_section "the main window stays on its monitor after a smaller mode"
+    launch_with_window window
+    qd_log "main window before: $(qd_outer_frame "$(qd_main_window)")"
+    "${atspi[@]}" press "$quillet_pid" "1280 × 720" || qd_fail "no 1280 × 720 tile"
+    qd_wait_eq 10 "the tile switched the left monitor; the right one follows" \
+      "1280x720+0+0 1920x1080+1280+0" monitors
+    qd_check "the main window lies fully on the 1280 × 720 monitor" \
+      qd_wait_for 5 "the window moved onto its monitor" inside "1280x720+0+0"
+    qd_log "main window after: $(qd_outer_frame "$(qd_main_window)")"
+    qd_check "Restore Original is reachable" "${atspi[@]}" showing "$quillet_pid" "Restore Original"
+
+    qd_section "a crash leaves a record of the original modes; the next launch restores them"
+    qd_check_eq "the record holds both outputs by connector, with place and rotation" \
+      '{"DUMMY0": [1920, 1080, 0, 0, 1], "DUMMY1": [1920, 1080, 1920, 0, 1]}' \
+      "$(qd_stored display.originalModes | "$QD_PYTHON" -c 'import json,sys; r = json.load(sys.stdin)
+print(json.dumps({k: [v["width"], v["height"], v["x"], v["y"], v["rotation"]] for k, v in r.items()}, sort_keys=True))')"
+    qd_stop_process "$quillet_pid" KILL 5
+    qd_check_eq "killed: the switch stays" "1280x720+0+0 1920x1080+1280+0" "$(monitors)"
+    qd_launch_quillet relaunch
+    qd_wait_for 20 "Quillet's main window" qd_main_window || qd_fail "quillet did not show its main window"
+    qd_check_eq "the record survives the relaunch until it is used" DUMMY0,DUMMY1 \
+      "$(qd_stored display.originalModes | "$QD_PYTHON" -c 'import json,sys; print(",".join(sorted(json.load(sys.stdin))))')"
+    qd_stop_checked
+    qd_check_eq "relaunch and quit: the user's original modes and places" "$start $start_screen" \
+      "$(monitors) $(screen_size)"
+    qd_check_eq "the record is gone after the complete restore" null "$(qd_stored display.originalModes)"
+  else
+    qd_log "pyatspi is not installed: the main-window and crash checks are skipped"
+  fi
   qd_stop_desktop
 else
   qd_log "two monitors need Xorg with the dummy driver as root; that part is skipped"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# The application shell on a real Xfce desktop: the tray icon and its menu, reopening the main
-# window from a second launch, and launch at login following the system's autostart entry.
+# The application shell on a real Xfce desktop: the tray icon and its menu, what closing the main
+# window does with and without the tray icon, reopening it from a second launch and from the tray,
+# and launch at login following the system's autostart entry.
 # Usage: shell_test.sh PATH-TO-QUILLET
 set -uo pipefail
 
@@ -34,16 +35,44 @@ qd_wait_eq 5 "Enabled unchecked after choosing it once" \
 "${tray[@]}" click "$quillet_pid" "Quit Quillet"
 qd_stop_checked 0
 
-qd_section "a second launch reopens the closed main window"
+# The desktop icons as the close-window checks see them: hidden by the stored choice while
+# Quillet runs, back to the user's style once it has quit.
+icon_style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
+xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 2
+hidden_icons='"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true'
+close_main_window() {
+  xdotool windowactivate --sync "$window" key --clearmodifiers alt+F4
+  qd_wait_for 5 "the main window to close" no_main_window || qd_fail "main window did not close"
+}
+
+qd_section "with the tray icon, closing the window keeps Quillet running; a second launch reopens it"
 qd_new_home
+qd_write_defaults "{\"pref.showInMenuBar\": true, $hidden_icons}"
 launch quillet-first
-xdotool windowactivate --sync "$window" key --clearmodifiers alt+F4
-qd_wait_for 5 "the main window to close" no_main_window || qd_fail "main window did not close"
+qd_wait_eq 15 "the tray icon is shown" "Enabled|1;---|;Show Window|;---|;Quit Quillet|;" tray_layout
+qd_wait_eq 10 "the stored choice hid the desktop icons" 0 icon_style
+close_main_window
 qd_check "closing the main window keeps quillet running" qd_running "$quillet_pid"
+qd_check_eq "its changes stay on the desktop" 0 "$(icon_style)"
 timeout 15 "$QD_QUILLET" >"$QD_TMP/quillet-second.log" 2>&1
 qd_check_eq "the second launch exits with status 0" 0 "$?"
 qd_check "main window reopened" qd_wait_for 5 "the main window to come back" qd_main_window
+window=$(qd_main_window)
+close_main_window
+"${tray[@]}" click "$quillet_pid" "Show Window"
+qd_check "Show Window in the tray menu brings it back" qd_wait_for 5 "the main window" qd_main_window
 qd_stop_checked
+qd_check_eq "quitting put the desktop icons back" 2 "$(icon_style)"
+
+qd_section "without the tray icon, closing the window quits and puts the desktop back"
+qd_new_home
+qd_write_defaults "{$hidden_icons}"
+launch quillet-no-tray
+qd_wait_eq 10 "the stored choice hid the desktop icons" 0 icon_style
+close_main_window
+qd_stop_checked 0
+qd_check_eq "the desktop icons are back" 2 "$(icon_style)"
+qd_check_eq "the stored choice survives for the next launch" true "$(qd_stored state.desktopIconsHidden)"
 
 qd_section "without a taskbar or pager entry when Show in Dock is off"
 qd_new_home

@@ -3,7 +3,8 @@
 # other programs, grouped by application and named from their desktop entries; every region,
 # fill, a preset and a custom size put the outer frame exactly on the visible frame of the
 # monitor that holds the window, below the panel; a maximised window is arranged too; minimising
-# hides the window and selects the first remaining one.
+# hides the window and selects the first remaining one; windows on other workspaces are left out
+# and each application's windows are listed front to back.
 # Usage: windows_test.sh [IGNORED]; QUILLET_WINDOW_DRIVER names the driver executable.
 set -uo pipefail
 
@@ -168,5 +169,33 @@ for property in _NET_WM_NAME WM_NAME WM_CLASS; do xprop -id "$max_id" -remove "$
 names=$("$driver" list 2>>"$QD_TMP/driver.log" | sed -n 's/^window [^ ]* [*-] //p' | tr '\t' '/' | paste -sd '|')
 qd_check_eq "WM_NAME without _NET_WM_NAME; no name and no class" \
   "Sample Notes/Notes left|Sample-sketch/Sketch left|Sample-sketch/Sketch legacy|App/" "$names"
+
+qd_section "only the current workspace and sticky windows; each application front to back"
+on_desktop() { [ "$(xprop -id "$1" _NET_WM_DESKTOP | sed -n 's/.*= //p')" = "$2" ]; }
+notes_left=$(window_id "Notes left")
+sketch_left=$(window_id "Sketch left")
+xdotool set_desktop_for_window "$sketch_left" 1
+qd_wait_for 5 "Sketch left on the second workspace" on_desktop "$sketch_left" 1
+# 0xFFFFFFFF: on every workspace.
+xdotool set_desktop_for_window "$notes_left" -1
+qd_wait_for 5 "Notes left on every workspace" on_desktop "$notes_left" 4294967295
+qd_check_eq "a window on another workspace is not listed; a sticky one is" \
+  "Notes left|Sketch legacy|" "$("$driver" list 2>>"$QD_TMP/driver.log" | titles)"
+xdotool set_desktop 1
+qd_wait_eq 5 "the second workspace is shown" 1 sh -c "xprop -root _NET_CURRENT_DESKTOP | sed 's/.*= //'"
+qd_check_eq "on the second workspace: its own window and the sticky one" \
+  "Notes left|Sketch left" "$("$driver" list 2>>"$QD_TMP/driver.log" | titles)"
+xdotool set_desktop 0
+xdotool set_desktop_for_window "$sketch_left" 0
+qd_wait_for 5 "Sketch left back on the first workspace" on_desktop "$sketch_left" 0
+
+# The front window of an application comes first, as _NET_CLIENT_LIST_STACKING has it.
+for front in "$sketch_left" "$sketch_right"; do
+  xdotool windowraise "$front"
+  qd_wait_for 5 "window $front on top of the stacking list" \
+    sh -c "xprop -root _NET_CLIENT_LIST_STACKING | sed 's/.*, //' | grep -qi \"^$(printf '0x%x' "$front")\$\""
+  first_sketch=$("$driver" list 2>>"$QD_TMP/driver.log" | sed -n 's/^window \([^ ]*\) [*-] Sample-sketch\t.*/\1/p' | head -n 1)
+  qd_check_eq "the raised Sketch window is that application's first row" "$front" "$((first_sketch))"
+done
 
 qd_finish

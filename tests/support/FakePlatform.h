@@ -43,27 +43,74 @@ public:
     }
 };
 
+// A desktop that keeps its own record the way real desktops do: a monitor may be changed only
+// once its record is held, and a restore puts back what the record holds and drops it.
 class FakeDesktopPictures final : public DesktopPictures {
 public:
-    // Keyed by output name, as desktops keep them.
+    // What each monitor shows, keyed by output name, as desktops keep them.
     QHash<QString, QString> pictures;
     QHash<QString, QImage> snapshots;
+    // The desktop's own record: what each monitor showed when it was remembered (empty text:
+    // no picture).
+    QHash<QString, QString> records;
     QList<QPair<QString, QString>> setRequests;
+    // Monitors changed without their record held: the core forgot to remember first.
+    QStringList unrememberedChanges;
+    // The desktop cannot be reached: nothing is remembered, restored or set.
+    bool unreachable = false;
+    // Another backend left a record here.
+    bool otherRecord = false;
+    QString limitation;
+
     std::optional<QString> desktopPicture(const ScreenInfo& s) const override
     {
         return pictures.contains(s.outputName) ? std::optional(pictures.value(s.outputName))
                                                : std::nullopt;
     }
-    bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
-    {
-        setRequests.append({s.outputName, path});
-        pictures.insert(s.outputName, path);
-        return true;
-    }
     QImage snapshotDesktopPicture(const ScreenInfo& s) override
     {
         return snapshots.value(s.outputName);
     }
+    bool rememberDesktop(const ScreenInfo& s) override
+    {
+        if (unreachable)
+            return false;
+        if (!records.contains(s.outputName))
+            records.insert(s.outputName, pictures.value(s.outputName));
+        return true;
+    }
+    bool holdsRecord(const ScreenInfo& s) const override { return records.contains(s.outputName); }
+    PictureRestore restoreDesktop(const ScreenInfo& s) override
+    {
+        if (!records.contains(s.outputName))
+            return PictureRestore::nothingHeld;
+        if (unreachable)
+            return PictureRestore::failed;
+        pictures.insert(s.outputName, records.take(s.outputName));
+        return PictureRestore::restored;
+    }
+    bool otherDesktopRecordPending() const override { return otherRecord; }
+    bool setDesktopPicture(const ScreenInfo& s, const QString& path) override
+    {
+        setRequests.append({s.outputName, path});
+        if (!records.contains(s.outputName)) {
+            unrememberedChanges.append(s.outputName);
+            return false;
+        }
+        if (unreachable)
+            return false;
+        pictures.insert(s.outputName, path);
+        return true;
+    }
+    bool putBackPicture(const ScreenInfo& s, const QString& path) override
+    {
+        setRequests.append({s.outputName, path});
+        if (unreachable)
+            return false;
+        pictures.insert(s.outputName, path);
+        return true;
+    }
+    QString restoreLimitation() const override { return limitation; }
 };
 
 class FakeDisplayModes final : public DisplayModes {
@@ -98,6 +145,21 @@ public:
         if (refuse)
             return false;
         current.insert(display, modeId);
+        return true;
+    }
+    // Where each display stands; displays without an entry report none.
+    QHash<quint32, DisplayPlacement> placements;
+    std::optional<DisplayPlacement> placement(quint32 display) const override
+    {
+        if (!placements.contains(display))
+            return std::nullopt;
+        return placements.value(display);
+    }
+    bool placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement) override
+    {
+        if (!switchMode(display, modeId))
+            return false;
+        placements.insert(display, placement);
         return true;
     }
 };

@@ -4,26 +4,92 @@
 #include "UpdateFeed.h"
 #include "platform/AutostartLoginItems.h"
 #include "ui/MainWindow.h"
+#include "ui/Popover.h"
 #include "ui/PreferencesView.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
 
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QLabel>
 #include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTest>
+#include <QWindow>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
+// The entries as the user reads them: without the mnemonic markers.
 QStringList actionTexts(const QMenu* menu)
 {
     QStringList texts;
     for (const QAction* action : menu->actions())
-        texts << (action->isSeparator() ? QStringLiteral("---") : action->text());
+        texts << (action->isSeparator() ? QStringLiteral("---")
+                                        : QString(action->text()).remove(u'&'));
     return texts;
+}
+
+// Every entry has a mnemonic (Alt+letter, or the letter while the menu is open) and no two
+// entries of one menu share a letter.
+void expectDistinctMnemonics(const QList<QAction*>& actions)
+{
+    QSet<QChar> letters;
+    for (const QAction* action : actions) {
+        if (action->isSeparator())
+            continue;
+        const QKeySequence mnemonic = QKeySequence::mnemonic(action->text());
+        EXPECT_FALSE(mnemonic.isEmpty()) << action->text().toStdString();
+        const qsizetype marker = action->text().indexOf(u'&');
+        if (marker < 0 || marker + 1 >= action->text().size())
+            continue;
+        const QChar letter = action->text().at(marker + 1).toLower();
+        EXPECT_FALSE(letters.contains(letter)) << action->text().toStdString();
+        letters.insert(letter);
+    }
+}
+
+// A one-shot HTTP server on the loopback that answers every request with `response`.
+class CannedHttpServer final {
+public:
+    explicit CannedHttpServer(QByteArray response) : m_response(std::move(response))
+    {
+        m_server.listen(QHostAddress::LocalHost);
+        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
+            QTcpSocket* socket = m_server.nextPendingConnection();
+            QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
+                if (!socket->readAll().contains("\r\n\r\n"))
+                    return;
+                socket->write(m_response);
+                socket->disconnectFromHost();
+            });
+        });
+    }
+    QUrl url() const
+    {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1/feed.xml").arg(m_server.serverPort()));
+    }
+
+private:
+    QTcpServer m_server;
+    QByteArray m_response;
+};
+
+// The verdict a check of `feed` ends with: [newer, message, link].
+QVariantList checkOnce(const QUrl& feed)
+{
+    UpdaterController updater(feed);
+    QSignalSpy spy(&updater, &UpdaterController::finished);
+    updater.checkForUpdates();
+    if (!spy.wait(10000))
+        return {};
+    return spy.at(0);
 }
 
 } // namespace
@@ -63,6 +129,30 @@ TEST(PreferencesView, rowsInOrderBoundToThePreferences)
     EXPECT_TRUE(view.toggle("Restore settings on launch")->isChecked());
 }
 
+TEST(PreferencesView, saysWhatClosingTheWindowDoes)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    AutostartLoginItems login;
+    Preferences prefs(store, login, nullptr);
+    PreferencesView view(prefs);
+    view.show();
+
+    EXPECT_EQ(view.closingNote(),
+              QStringLiteral("Closing the main window quits Quillet and puts the desktop back."));
+    QTest::mouseClick(view.toggle("Show in menu bar"), Qt::LeftButton);
+    ASSERT_TRUE(prefs.showInMenuBar());
+    EXPECT_EQ(view.closingNote(), QStringLiteral("Closing the main window keeps Quillet running; "
+                                                 "reopen it from the menu-bar item."));
+    // The note sits below the rows and is never cut off.
+    const auto* note = view.findChild<QLabel*>(QStringLiteral("closingNote"));
+    ASSERT_NE(note, nullptr);
+    EXPECT_GT(note->mapTo(&view, QPoint()).y(),
+              view.toggle("Launch at login")->mapTo(&view, QPoint()).y());
+    EXPECT_LE(note->mapTo(&view, QPoint()).y() + note->heightForWidth(note->width()),
+              view.height());
+}
+
 struct ShellFixture : ::testing::Test, FakeApp {
     ShellFixture() { makeModel(); }
 };
@@ -77,6 +167,8 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
     const auto actions = window.applicationMenu()->actions();
     EXPECT_EQ(actions[3]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
     EXPECT_EQ(actions[5]->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+    expectDistinctMnemonics(actions);
+    expectDistinctMnemonics(window.menuBar()->actions());
 
     // Settings… opens a window holding the preferences; closing the main window keeps it.
     actions[3]->trigger();
@@ -84,10 +176,31 @@ TEST_F(ShellFixture, applicationMenuHasTheFourCommandsAndNoNewWindow)
     EXPECT_TRUE(settings->isVisible());
     EXPECT_NE(settings->findChild<PreferencesView*>(), nullptr);
     window.show();
+    QSignalSpy closed(&window, &MainWindow::closed);
     window.close();
     EXPECT_TRUE(settings->isVisible());
+    // The shell hears of the close and decides whether it quits.
+    EXPECT_EQ(closed.count(), 1);
     window.reopen();
     EXPECT_TRUE(window.isVisible());
+}
+
+TEST(Popover, keptOffTheTaskbarBeforeItIsMapped)
+{
+    QWidget owner;
+    owner.show();
+    Popover popover(QStringLiteral("Custom size"), &owner);
+    QList<bool> visibleWhenMarked;
+    Popover::setKeepOffTaskbar([&](QWindow* window) {
+        EXPECT_EQ(window, popover.windowHandle());
+        visibleWhenMarked << window->isVisible();
+    });
+    popover.open(&owner);
+    popover.hide();
+    popover.open(&owner);
+    Popover::setKeepOffTaskbar(nullptr);
+    // Marked at every showing, each time before the window manager could list it.
+    EXPECT_EQ(visibleWhenMarked, QList<bool>({false, false}));
 }
 
 TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
@@ -97,6 +210,7 @@ TEST_F(ShellFixture, trayMenuFollowsTheMasterSwitchAndIsRebuiltWhenShownAgain)
     ASSERT_NE(tray.menu(), nullptr);
     EXPECT_EQ(actionTexts(tray.menu()),
               QStringList({"Enabled", "---", "Show Window", "---", "Quit Quillet"}));
+    expectDistinctMnemonics(tray.menu()->actions());
 
     // Its check follows the master switch when the menu opens.
     model->setEnabled(false);
@@ -136,6 +250,82 @@ TEST(UpdateFeed, newestReleaseAndVerdict)
     EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(UpdateFeed::newestRelease("<rss><channel></channel></rss>", &error).has_value());
     EXPECT_EQ(error, QStringLiteral("The update feed lists no release."));
+}
+
+TEST(UpdateFeed, onlyHttpsLinksAreKept)
+{
+    const auto linkOf = [](const QByteArray& link) {
+        QString error;
+        const auto newest =
+            UpdateFeed::newestRelease("<rss><channel><item><version>9.0</version><link>" + link +
+                                          "</link></item></channel></rss>",
+                                      &error);
+        return newest ? newest->link : QUrl(QStringLiteral("unread:"));
+    };
+    EXPECT_EQ(linkOf("https://example.org/9"), QUrl("https://example.org/9"));
+    for (const QByteArray& unsafe :
+         {QByteArray("javascript:alert(1)"), QByteArray("file:///etc/passwd"),
+          QByteArray("http://example.org/9"), QByteArray("HTTPS:"), QByteArray("https:///x"),
+          QByteArray("data:text/html,&lt;b&gt;x"), QByteArray("  smb://host/share")})
+        EXPECT_EQ(linkOf(unsafe), QUrl()) << unsafe.toStdString();
+
+    QString error;
+    EXPECT_FALSE(UpdateFeed::newestRelease(QByteArray(UpdateFeed::kMaxFeedBytes + 1, ' '), &error));
+    EXPECT_EQ(error, QStringLiteral("The update feed is larger than 1024 KB and was not read."));
+}
+
+TEST(UpdaterController, theDialogShowsNetworkTextPlainAndOpensOnlyHttps)
+{
+    const QString injected = QStringLiteral("<a href=\"file:///etc\">click</a>");
+    std::unique_ptr<QMessageBox> box(
+        UpdaterController::createDialog(true, injected, QUrl("javascript:alert(1)"), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    EXPECT_EQ(box->text(), injected);
+    EXPECT_TRUE(box->informativeText().isEmpty());
+    EXPECT_EQ(box->buttons().size(), 1) << "no button opens an unsafe link";
+
+    box.reset(UpdaterController::createDialog(true, QStringLiteral("Quillet 9.0 is available."),
+                                              QUrl("https://example.org/9"), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+    EXPECT_EQ(box->informativeText(), QStringLiteral("https://example.org/9"));
+    QStringList labels;
+    for (const QAbstractButton* button : box->buttons())
+        labels << button->text();
+    EXPECT_TRUE(labels.contains(QStringLiteral("Open Download Page")));
+}
+
+TEST(UpdaterController, serverTextIsBoundedAndNeverALink)
+{
+    // A reason phrase carrying markup reaches the message only as text.
+    CannedHttpServer markup("HTTP/1.1 500 <a href=\"javascript:x\">Update now</a>\r\n"
+                            "Content-Length: 0\r\nConnection: close\r\n\r\n");
+    const QVariantList failed = checkOnce(markup.url());
+    ASSERT_EQ(failed.size(), 3);
+    EXPECT_FALSE(failed[0].toBool());
+    EXPECT_TRUE(failed[1].toString().startsWith(QStringLiteral("Could not check for updates:")));
+    EXPECT_FALSE(failed[2].toUrl().isValid());
+    std::unique_ptr<QMessageBox> box(
+        UpdaterController::createDialog(false, failed[1].toString(), failed[2].toUrl(), nullptr));
+    EXPECT_EQ(box->textFormat(), Qt::PlainText);
+
+    // A feed far larger than any real one is cut off unread.
+    QByteArray huge = "HTTP/1.1 200 OK\r\nContent-Type: application/rss+xml\r\n"
+                      "Connection: close\r\n\r\n<rss><channel>";
+    huge += QByteArray(3 << 20, ' ');
+    CannedHttpServer large(huge);
+    const QVariantList tooLarge = checkOnce(large.url());
+    ASSERT_EQ(tooLarge.size(), 3);
+    EXPECT_EQ(tooLarge[1].toString(),
+              QStringLiteral("The update feed is larger than 1024 KB and was not read."));
+
+    // A newer release with a javascript: link is announced without its link.
+    CannedHttpServer unsafe("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n"
+                            "<rss><channel><item><version>99.0</version>"
+                            "<link>javascript:alert(1)</link></item></channel></rss>");
+    const QVariantList newer = checkOnce(unsafe.url());
+    ASSERT_EQ(newer.size(), 3);
+    EXPECT_TRUE(newer[0].toBool());
+    EXPECT_FALSE(newer[2].toUrl().isValid());
 }
 
 TEST(UpdaterController, reportsAFeedThatCannotBeRead)

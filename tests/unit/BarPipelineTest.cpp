@@ -161,18 +161,18 @@ TEST_F(PipelineFixture, masterSwitchOffTakesMasksAndTintDownAndKeepsTheChoices)
     m.toggleItem(11);
     scheduler.advance(400ms);
     ASSERT_EQ(presenter.shown.size(), 1);
-    EXPECT_TRUE(m.wallpaper().barTintActive);
+    EXPECT_TRUE(m.wallpaper().barTintActive());
 
     m.setEnabled(false);
     EXPECT_TRUE(presenter.shown.isEmpty());
-    EXPECT_FALSE(m.wallpaper().barTintActive);
+    EXPECT_FALSE(m.wallpaper().barTintActive());
     EXPECT_EQ(m.menuBarCover(), MenuBarCover::entire);
     EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("app11")}));
 
     m.setEnabled(true);
     scheduler.advance(400ms);
     EXPECT_EQ(presenter.shown.size(), 1);
-    EXPECT_TRUE(m.wallpaper().barTintActive);
+    EXPECT_TRUE(m.wallpaper().barTintActive());
 }
 
 TEST_F(PipelineFixture, entireCoverIsAStretchedColumnPerScreen)

@@ -1,8 +1,11 @@
-// The display list, the resolutions offered for a display, the start-up modes put back, the
-// model's display operations, and the monitor name read from an EDID.
+// The display list, the resolutions offered for a display, the start-up modes put back and their
+// crash record, the monitors' arrangement kept across switches, the model's display operations,
+// and the monitor name read from an EDID.
 #include "DisplayController.h"
 #include "FakeApp.h"
 #include "FakePlatform.h"
+#include "TestDirs.h"
+#include "platform/MonitorLayout.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 
@@ -113,6 +116,190 @@ TEST_F(ControllerFixture, startUpModesAreWhatRestoreGoesBackTo)
     platform.refuse = true;
     controller.restoreAll();
     EXPECT_EQ(platform.switches, Switches({{5u, 50}, {7u, 70}}));
+}
+
+TEST_F(ControllerFixture, identicalMonitorsAreToldApartByTheirConnector)
+{
+    const auto screen = [](quint32 id, const char* name, const char* output) {
+        ScreenInfo s;
+        s.displayId = id;
+        s.name = QString::fromLatin1(name);
+        s.outputName = QString::fromLatin1(output);
+        return s;
+    };
+    platform.displays = {5, 7, 9};
+    screens.list = {screen(5, "DELL U2720Q", "DP-1"), screen(7, "DELL U2720Q", "DP-2"),
+                    screen(9, "Studio 27", "HDMI-1")};
+    const DisplayController controller(platform, screens);
+    EXPECT_EQ(controller.onlineDisplays(),
+              QList<DisplayInfo>({{5, QStringLiteral("DELL U2720Q (DP-1)"), true},
+                                  {7, QStringLiteral("DELL U2720Q (DP-2)"), false},
+                                  {9, QStringLiteral("Studio 27"), false}}));
+    // Monitors without an EDID go by their connectors, which differ already.
+    screens.list = {screen(5, "DP-1", "DP-1"), screen(7, "DP-2", "DP-2")};
+    EXPECT_EQ(controller.localizedName(5), QStringLiteral("DP-1"));
+}
+
+TEST_F(ControllerFixture, thirtyFiveModesOfARealMonitorKeepTheirFilterAndOrder)
+{
+    // A monitor's list as xrandr shows it: sizes down to 640x350, several rates per size, one
+    // interlaced mode.
+    const QList<std::tuple<int, int, QList<double>>> sizes{
+        {1920, 1080, {60, 59.94, 50, 30, 25, 24}},
+        {1920, 1080, {60.05}},
+        {1680, 1050, {59.95}},
+        {1600, 900, {60}},
+        {1280, 1024, {75.02, 60.02}},
+        {1440, 900, {59.89}},
+        {1280, 800, {59.81}},
+        {1152, 864, {75}},
+        {1280, 720, {60, 59.94, 50}},
+        {1024, 768, {75.03, 70.07, 60}},
+        {832, 624, {74.55}},
+        {800, 600, {72.19, 75, 60.32, 56.25}},
+        {720, 576, {50}},
+        {720, 480, {60, 59.94}},
+        {640, 480, {75, 72.81, 66.67, 60, 59.94}},
+        {720, 400, {70.08}},
+        {640, 350, {70.07}}};
+    QList<PlatformDisplayMode> modes;
+    qint32 id = 100;
+    for (const auto& [w, h, rates] : sizes) {
+        for (double rate : rates)
+            modes.append(mode(id++, w, h, rate));
+    }
+    modes[1].usableForDesktop = false; // 1920x1080 at 59.94, interlaced
+    ASSERT_EQ(modes.size(), 35);
+    platform.modes.insert(5, modes);
+    QStringList shown;
+    for (const DisplayMode& m : DisplayController(platform, screens).availableModes(5))
+        shown << QStringLiteral("%1x%2@%3").arg(m.width).arg(m.height).arg(m.refresh);
+    EXPECT_EQ(shown.join(QLatin1Char(' ')),
+              QStringLiteral("1920x1080@60.05 1680x1050@59.95 1600x900@60 1280x1024@75.02 "
+                             "1440x900@59.89 1280x800@59.81 1152x864@75 1280x720@60 "
+                             "1024x768@75.03 832x624@74.55 800x600@75 720x576@50 720x480@60 "
+                             "640x480@75 720x400@70.08 640x350@70.07"));
+}
+
+TEST_F(ControllerFixture, theOriginalsAreRecordedBeforeTheFirstSwitchAndClearedOnlyWhenAllAreBack)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
+    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+    platform.current = {{5, 50}, {7, 70}};
+    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
+                           {7, {QStringLiteral("DP-2"), {1920, 0}, 2}}};
+    DisplayController controller(platform, screens, &store);
+    EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
+
+    // Written before the switch reaches the platform, with place and rotation by connector.
+    platform.refuse = true;
+    controller.switchMode(5, 51);
+    const QJsonObject record = store.rawValue(StoredKeys::originalDisplayModes).toObject();
+    EXPECT_EQ(record.value(QStringLiteral("DP-2")).toObject(), QJsonObject({{"mode", 70},
+                                                                            {"width", 1920},
+                                                                            {"height", 1080},
+                                                                            {"refresh", 60.0},
+                                                                            {"x", 1920},
+                                                                            {"y", 0},
+                                                                            {"rotation", 2}}));
+    EXPECT_EQ(record.keys(), QStringList({"DP-1", "DP-2"}));
+    platform.refuse = false;
+    controller.switchMode(5, 51);
+    controller.switchMode(7, 71);
+
+    // One display back is not everything back; a refused restore keeps the record too.
+    controller.restore(5);
+    EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isObject());
+    platform.refuse = true;
+    controller.restoreAll();
+    EXPECT_TRUE(controller.hasCrashRecord());
+    platform.refuse = false;
+    platform.switches.clear();
+    controller.restoreAll();
+    EXPECT_EQ(platform.switches, Switches({{5u, 50}, {7u, 70}}));
+    EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
+    EXPECT_FALSE(controller.hasCrashRecord());
+}
+
+TEST_F(ControllerFixture, aCrashRecordIsWhatTheNextLaunchRestores)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
+    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+    platform.current = {{5, 50}, {7, 70}};
+    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
+                           {7, {QStringLiteral("DP-2"), {1920, 0}, 1}}};
+    {
+        DisplayController crashed(platform, screens, &store);
+        crashed.switchMode(5, 51);
+        // Killed here: nothing restores.
+    }
+    platform.current.insert(5, 51);
+    platform.placements.insert(7, {QStringLiteral("DP-2"), {1280, 0}, 1});
+    // The mode ids changed (a new server): the recorded id now means another size and is not
+    // taken; the recorded size at the nearest refresh rate is.
+    platform.modes.insert(
+        5, {mode(50, 1280, 720, 60), mode(51, 1920, 1080, 59.9), mode(62, 1920, 1080, 60)});
+    platform.current.insert(5, 50);
+
+    DisplayController relaunched(platform, screens, &store);
+    EXPECT_TRUE(relaunched.hasCrashRecord());
+    EXPECT_EQ(relaunched.originalModes().value(5).modeId, 62);
+    EXPECT_EQ(relaunched.originalModes().value(7).placement->position, QPoint(1920, 0));
+    // A later switch does not overwrite the user's modes with the crashed ones.
+    relaunched.switchMode(7, 71);
+    EXPECT_EQ(store.rawValue(StoredKeys::originalDisplayModes)
+                  .toObject()
+                  .value(QStringLiteral("DP-1"))
+                  .toObject()
+                  .value(QStringLiteral("width")),
+              1920);
+    relaunched.restoreAll();
+    EXPECT_EQ(platform.current.value(5), 62);
+    EXPECT_EQ(platform.current.value(7), 70);
+    EXPECT_EQ(platform.placements.value(7).position, QPoint(1920, 0));
+    EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
+}
+
+TEST(MonitorLayout, neighboursFollowTheChangedEdgeAndKeepTheirAlignment)
+{
+    const QRect left(0, 0, 1920, 1080);
+    const QRect right(1920, 0, 1920, 1080);
+    using Rects = QList<QRect>;
+    // Smaller and larger on the left: the right one stays against it, top edges aligned.
+    EXPECT_EQ(MonitorLayout::rearranged({left, right}, 0, {0, 0, 1600, 1200}),
+              Rects({{0, 0, 1600, 1200}, {1600, 0, 1920, 1080}}));
+    EXPECT_EQ(MonitorLayout::rearranged({left, right}, 0, {0, 0, 2560, 1440}),
+              Rects({{0, 0, 2560, 1440}, {2560, 0, 1920, 1080}}));
+    // On the right: the left one stays where it is.
+    EXPECT_EQ(MonitorLayout::rearranged({left, right}, 1, {1920, 0, 1280, 720}),
+              Rects({left, {1920, 0, 1280, 720}}));
+    // And back: the arrangement before the switch.
+    EXPECT_EQ(MonitorLayout::rearranged({{0, 0, 1600, 1200}, {1600, 0, 1920, 1080}}, 0, left),
+              Rects({left, right}));
+
+    // Bottom edges aligned stay aligned; nothing lands at negative coordinates.
+    const QRect lower(1920, 56, 1280, 1024);
+    EXPECT_EQ(MonitorLayout::rearranged({left, lower}, 0, {0, 0, 1280, 720}),
+              Rects({{0, 304, 1280, 720}, {1280, 0, 1280, 1024}}));
+    // Centred stays centred.
+    const QRect centred(1920, 28, 1280, 1024);
+    EXPECT_EQ(MonitorLayout::rearranged({left, centred}, 0, {0, 0, 1920, 1200}),
+              Rects({left.adjusted(0, 0, 0, 120), {1920, 88, 1280, 1024}}));
+
+    // Stacked: the lower monitor follows the bottom edge, left edges aligned; a third monitor
+    // right of both follows the right edge.
+    const QRect top(0, 0, 1920, 1080);
+    const QRect bottom(0, 1080, 1920, 1080);
+    const QRect side(1920, 0, 1024, 768);
+    EXPECT_EQ(MonitorLayout::rearranged({top, bottom, side}, 0, {0, 0, 1280, 720}),
+              Rects({{0, 0, 1280, 720}, {0, 720, 1920, 1080}, {1280, 0, 1024, 768}}));
+    // A right-aligned lower monitor stays right-aligned.
+    EXPECT_EQ(MonitorLayout::rearranged({top, {640, 1080, 1280, 1024}}, 0, {0, 0, 1600, 900}),
+              Rects({{0, 0, 1600, 900}, {320, 900, 1280, 1024}}));
 }
 
 namespace {

@@ -32,7 +32,7 @@ TEST_F(ModelFixture, constructionLoadsLabelsAndPicturesAndPushesOnce)
     EXPECT_EQ(m.hiddenLabels(), QSet<QString>({QStringLiteral("Clock")}));
     EXPECT_EQ(m.lightWallpaperURL(), mine);
     EXPECT_EQ(m.darkWallpaperURL(), dirs.resourceDir() + QStringLiteral("/Dark.png"));
-    EXPECT_EQ(m.wallpaper().lightURL, mine);
+    EXPECT_EQ(m.wallpaper().choice().lightURL, mine);
 
     // A cleared picture is forgotten until the next launch, which offers the default again.
     m.setLightWallpaperURL(std::nullopt);
@@ -106,8 +106,8 @@ TEST_F(ModelFixture, restoreReappliesStoredChoicesInOrder)
 
     EXPECT_EQ(m.backgroundColor(), (RgbColor{30 / 255.0, 144 / 255.0, 1.0, 1.0}));
     // The push of the background already used the stored colour.
-    EXPECT_EQ(m.wallpaper().mode, DesktopBackground::color);
-    EXPECT_EQ(m.wallpaper().color, m.backgroundColor());
+    EXPECT_EQ(m.wallpaper().choice().mode, DesktopBackground::color);
+    EXPECT_EQ(m.wallpaper().choice().color, m.backgroundColor());
     EXPECT_EQ(fake.desktopIcons->log, QStringList({"hide", "restart"}));
     EXPECT_EQ(m.menuBarCover(), MenuBarCover::items);
 

@@ -1,13 +1,21 @@
 // The defaults store and the stored encodings of colours and picture paths.
 #include "Codecs.h"
 #include "DefaultsStore.h"
+#include "ProblemLog.h"
 #include "TestDirs.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
@@ -23,6 +31,37 @@ QByteArray readFile(const QString& path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
+
+// Messages the store wrote to the log since `before`.
+QStringList reportedSince(qsizetype before)
+{
+    return ProblemLog::reported().mid(before);
+}
+
+// Root (as the tests often run) reads and writes past file modes; for the duration of a scope
+// the process gives up that override so that modes mean what they mean for a user.
+class FileModesApply final {
+public:
+    FileModesApply()
+    {
+        m_header.version = _LINUX_CAPABILITY_VERSION_3;
+        if (syscall(SYS_capget, &m_header, m_saved) != 0)
+            return;
+        __user_cap_data_struct reduced[2] = {m_saved[0], m_saved[1]};
+        reduced[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        m_changed = syscall(SYS_capset, &m_header, reduced) == 0;
+    }
+    ~FileModesApply()
+    {
+        if (m_changed)
+            syscall(SYS_capset, &m_header, m_saved);
+    }
+
+private:
+    __user_cap_header_struct m_header{};
+    __user_cap_data_struct m_saved[2]{};
+    bool m_changed = false;
+};
 
 } // namespace
 
@@ -91,6 +130,199 @@ TEST(DefaultsStore, unreadableFileIsMovedAsideNotOverwritten)
     }
 }
 
+TEST(DefaultsStore, damagedFilesAreMovedAsideWithTheirBytesAndReportedOnce)
+{
+    TestDirs dirs;
+    QDir().mkpath(QFileInfo(dirs.defaultsPath()).absolutePath());
+    const QByteArray deep = QByteArray(100000, '[') + QByteArray(100000, ']');
+    const struct {
+        QByteArray bytes;
+        const char* reason;
+    } cases[] = {
+        {R"({"pref.showInDock": false, "state.hidd)", "not valid JSON"},
+        {"{\"state.background\": \"\xff\xfe\xc3\x28\"}", "not valid UTF-8"},
+        {deep, "not valid JSON"},
+        {"[1, 2]", "not an object"},
+        {"", "not valid JSON"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.bytes.left(40).toStdString());
+        writeFile(dirs.defaultsPath(), c.bytes);
+        const qsizetype before = ProblemLog::reported().size();
+        DefaultsStore store(dirs.defaultsPath());
+        EXPECT_EQ(store.boolValue(StoredKeys::showInDock), true);
+        ASSERT_FALSE(store.movedAsidePath().isEmpty());
+        EXPECT_EQ(readFile(store.movedAsidePath()), c.bytes);
+        // Later writes make a new store and never touch the one moved aside.
+        store.setBool(StoredKeys::showInDock, false);
+        store.setBool(StoredKeys::showInDock, true);
+        EXPECT_EQ(readFile(store.movedAsidePath()), c.bytes);
+        EXPECT_TRUE(QJsonDocument::fromJson(readFile(dirs.defaultsPath())).isObject());
+        const QStringList said = reportedSince(before);
+        ASSERT_EQ(said.size(), 1) << said.join(u'\n').toStdString();
+        EXPECT_TRUE(said[0].contains(QLatin1String(c.reason))) << said[0].toStdString();
+        EXPECT_TRUE(said[0].contains(store.movedAsidePath()));
+        QFile::remove(store.movedAsidePath());
+        QFile::remove(dirs.defaultsPath());
+    }
+}
+
+TEST(DefaultsStore, storesThatCannotBeOpenedAreLeftInPlaceAndNeverWritten)
+{
+    TestDirs dirs;
+    const QString path = dirs.defaultsPath();
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    const auto checkLeftAlone = [&](const char* what, const char* reason,
+                                    const std::function<bool()>& unchanged) {
+        SCOPED_TRACE(what);
+        const qsizetype before = ProblemLog::reported().size();
+        DefaultsStore store(path);
+        EXPECT_EQ(store.boolValue(StoredKeys::showInDock), true);
+        EXPECT_TRUE(store.movedAsidePath().isEmpty());
+        store.setBool(StoredKeys::showInDock, false);
+        store.setBool(StoredKeys::restoreOnLaunch, true);
+        EXPECT_TRUE(unchanged());
+        // The choice holds for this run even though it is not saved.
+        EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
+        const QStringList said = reportedSince(before);
+        ASSERT_EQ(said.size(), 1) << said.join(u'\n').toStdString();
+        EXPECT_TRUE(said[0].contains(QLatin1String(reason))) << said[0].toStdString();
+    };
+
+    QDir().mkdir(path);
+    writeFile(path + QStringLiteral("/keep.txt"), "mine");
+    checkLeftAlone("a folder", "is a folder", [&] {
+        return QFileInfo(path).isDir() && readFile(path + QStringLiteral("/keep.txt")) == "mine";
+    });
+    QDir(path).removeRecursively();
+
+    const QString missing = dirs.root() + QStringLiteral("/unmounted/defaults.json");
+    QFile::link(missing, path);
+    checkLeftAlone("a dangling link", "does not exist", [&] {
+        return QFileInfo(path).isSymLink() && QFileInfo(path).symLinkTarget() == missing &&
+               !QFileInfo::exists(missing);
+    });
+    QFile::remove(path);
+
+    writeFile(path, R"({"pref.showInDock": true})");
+    QFile::setPermissions(path, QFileDevice::Permissions());
+    {
+        FileModesApply modes;
+        checkLeftAlone("mode 000", "cannot be opened (Permission denied)",
+                       [&] { return QFileInfo(path).permissions() == QFileDevice::Permissions(); });
+    }
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    EXPECT_EQ(readFile(path), R"({"pref.showInDock": true})");
+}
+
+TEST(DefaultsStore, aLinkedStoreIsReadAndWrittenThroughItsLink)
+{
+    TestDirs dirs;
+    QDir().mkpath(QFileInfo(dirs.defaultsPath()).absolutePath());
+    const QString target = dirs.root() + QStringLiteral("/dotfiles.json");
+    writeFile(target, R"({"pref.showInDock": false})");
+    QFile::link(target, dirs.defaultsPath());
+    DefaultsStore store(dirs.defaultsPath());
+    EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
+    store.setBool(StoredKeys::restoreOnLaunch, true);
+    EXPECT_TRUE(QFileInfo(dirs.defaultsPath()).isSymLink());
+    EXPECT_EQ(QJsonDocument::fromJson(readFile(target))
+                  .object()
+                  .value(QStringLiteral("pref.restoreOnLaunch")),
+              QJsonValue(true));
+}
+
+TEST(DefaultsStore, mistypedValuesAreNamedOnceAndKeptInTheFile)
+{
+    TestDirs dirs;
+    QDir().mkpath(QFileInfo(dirs.defaultsPath()).absolutePath());
+    writeFile(dirs.defaultsPath(), R"({"pref.showInDock": "no", "state.hiddenItemLabels": "Clock",
+        "futureKey": 3})");
+    const qsizetype before = ProblemLog::reported().size();
+    DefaultsStore store(dirs.defaultsPath());
+    store.setBool(StoredKeys::restoreOnLaunch, true);
+    const QStringList said = reportedSince(before);
+    ASSERT_EQ(said.size(), 1);
+    EXPECT_TRUE(said[0].contains(QLatin1String(R"("pref.showInDock" is not true or false)")));
+    EXPECT_TRUE(
+        said[0].contains(QLatin1String(R"("state.hiddenItemLabels" is not a list of texts)")));
+    const QJsonObject json = QJsonDocument::fromJson(readFile(dirs.defaultsPath())).object();
+    EXPECT_EQ(json.value(QStringLiteral("pref.showInDock")), QJsonValue(QStringLiteral("no")));
+    EXPECT_EQ(json.value(QStringLiteral("futureKey")), QJsonValue(3));
+}
+
+TEST(DefaultsStore, threeHundredThousandLabelsAreKept)
+{
+    TestDirs dirs;
+    QStringList labels;
+    for (int i = 0; i < 300000; ++i)
+        labels.append(QStringLiteral("item %1").arg(i));
+    {
+        DefaultsStore store(dirs.defaultsPath());
+        store.setStringList(StoredKeys::hiddenItemLabels, labels);
+    }
+    DefaultsStore reopened(dirs.defaultsPath());
+    EXPECT_TRUE(reopened.movedAsidePath().isEmpty());
+    EXPECT_EQ(reopened.stringListValue(StoredKeys::hiddenItemLabels), labels);
+}
+
+TEST(DefaultsStore, failedWritesKeepTheEarlierFileAndAreReportedOnce)
+{
+    TestDirs dirs;
+    const QString folder = QFileInfo(dirs.defaultsPath()).absolutePath();
+    {
+        DefaultsStore store(dirs.defaultsPath());
+        store.setBool(StoredKeys::showInDock, false);
+    }
+    const QByteArray earlier = readFile(dirs.defaultsPath());
+
+    // A read-only folder.
+    {
+        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+        FileModesApply modes;
+        DefaultsStore store(dirs.defaultsPath());
+        const qsizetype before = ProblemLog::reported().size();
+        for (int i = 0; i < 3; ++i)
+            store.setBool(StoredKeys::restoreOnLaunch, i % 2);
+        const QStringList said = reportedSince(before);
+        ASSERT_EQ(said.size(), 1) << said.join(u'\n').toStdString();
+        EXPECT_TRUE(said[0].contains(QStringLiteral("the folder %1 is not writable").arg(folder)))
+            << said[0].toStdString();
+    }
+    QFile::setPermissions(folder,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_EQ(readFile(dirs.defaultsPath()), earlier);
+
+    // A disk that fills up while writing: the file size limit makes every write fail midway.
+    {
+        DefaultsStore store(dirs.defaultsPath());
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit small = saved;
+        small.rlim_cur = 8;
+        setrlimit(RLIMIT_FSIZE, &small);
+        const qsizetype before = ProblemLog::reported().size();
+        for (int i = 0; i < 3; ++i)
+            store.setString(StoredKeys::menuBarCover, QStringLiteral("entire"));
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, oldHandler);
+        const QStringList said = reportedSince(before);
+        ASSERT_EQ(said.size(), 1) << said.join(u'\n').toStdString();
+        EXPECT_TRUE(said[0].startsWith(
+            QStringLiteral("cannot save settings to %1").arg(dirs.defaultsPath())))
+            << said[0].toStdString();
+        EXPECT_EQ(readFile(dirs.defaultsPath()), earlier);
+        // Once writing works again, a later failure is news again.
+        store.setString(StoredKeys::menuBarCover, QStringLiteral("items"));
+        EXPECT_TRUE(QJsonDocument::fromJson(readFile(dirs.defaultsPath()))
+                        .object()
+                        .contains(QStringLiteral("state.menuBarCover")));
+    }
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1)
+        << "no temporary files are left behind";
+}
+
 TEST(Codecs, hexRoundsHalvesAwayFromZeroWithoutClamping)
 {
     EXPECT_EQ(Codecs::hex({1, 0, 0, 1}), QStringLiteral("#FF0000"));
@@ -101,6 +333,9 @@ TEST(Codecs, hexRoundsHalvesAwayFromZeroWithoutClamping)
     // Outside sRGB: more digits, not clamped.
     EXPECT_EQ(Codecs::hex({2.0, 0, 0, 1}), QStringLiteral("#1FE0000"));
     EXPECT_EQ(Codecs::hex({-1 / 255.0, 0, 0, 1}), QStringLiteral("#FFFFFFFF0000"));
+    // Beyond the 64-bit range the number saturates (found by the fuzzer: the conversion
+    // overflowed).
+    EXPECT_EQ(Codecs::hex({1e300, 0, 0, 1}), QStringLiteral("#FFFFFFFF0000"));
 }
 
 TEST(Codecs, colorFromHexReadsLeadingHexDigits)

@@ -1,5 +1,7 @@
-// Desktop pictures: the record of the user's own pictures, which files count as ours, the
-// solid-colour and tinted files with their numbering, and the tint's geometry and sampling.
+// Desktop pictures: the record of the user's own pictures and the desktop's own record (which
+// must be held before a monitor changes and dropped only once it is back), which files count as
+// ours, the solid-colour and tinted files with their numbering, and the tint's geometry and
+// sampling.
 #include "FakeApp.h"
 #include "WallpaperController.h"
 #include "platform/AppearanceRule.h"
@@ -12,6 +14,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QPainter>
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 namespace {
@@ -34,6 +37,7 @@ ScreenInfo screenOf(std::optional<quint32> id, QRectF frame, double scale = 1)
 {
     ScreenInfo screen;
     screen.displayId = id;
+    screen.outputName = id ? QStringLiteral("OUT-%1").arg(*id) : QStringLiteral("OUT-none");
     screen.frame = screen.visibleFrame = frame;
     screen.backingScale = scale;
     return screen;
@@ -47,6 +51,16 @@ WindowListEntry panel(QRectF bounds)
     return entry;
 }
 
+WallpaperChoice chooseColor(RgbColor color = {})
+{
+    return {DesktopBackground::color, color, std::nullopt, std::nullopt};
+}
+
+WallpaperChoice chooseImage(std::optional<QString> light, std::optional<QString> dark)
+{
+    return {DesktopBackground::image, {}, std::move(light), std::move(dark)};
+}
+
 struct WallpaperFixture : ::testing::Test, FakeApp {
     std::unique_ptr<WallpaperController> controller;
 
@@ -56,16 +70,20 @@ struct WallpaperFixture : ::testing::Test, FakeApp {
         fake.capture->allowed = false;
         fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), userPicture());
     }
+    // Whatever a test did, no monitor was changed before the desktop remembered it.
+    void TearDown() override
+    {
+        EXPECT_EQ(fake.desktopPictures->unrememberedChanges, QStringList());
+    }
 
-    WallpaperController& make(DesktopBackground mode = DesktopBackground::keep)
+    WallpaperController& make()
     {
         controller = std::make_unique<WallpaperController>(fake, store);
-        controller->mode = mode;
         return *controller;
     }
     WallpaperController& colorApplied()
     {
-        make(DesktopBackground::color).apply();
+        make().show(chooseColor());
         return *controller;
     }
     QString shown(const QString& output = QStringLiteral("DP-1")) const
@@ -83,11 +101,21 @@ struct WallpaperFixture : ::testing::Test, FakeApp {
         image.save(path);
         return path;
     }
-    void addSecondMonitor()
+    ScreenInfo addSecondMonitor()
     {
         ScreenInfo second = screenOf(2, QRectF(1440, 0, 1920, 1080));
         second.outputName = QStringLiteral("HDMI-1");
         fake.screens->list.append(second);
+        fake.desktopPictures->pictures.insert(second.outputName, QStringLiteral("/p/second.png"));
+        return second;
+    }
+    // Only this monitor, primary, with the panel along its top when given.
+    void onlyMonitor(const ScreenInfo& screen, std::optional<double> panelHeight = 24)
+    {
+        fake.screens->list = {screen};
+        fake.windowList->entries.clear();
+        if (panelHeight)
+            fake.windowList->entries = {panel(QRectF(0, 0, screen.frame.width(), *panelHeight))};
     }
     QJsonValue storedRecord() const
     {
@@ -128,31 +156,95 @@ TEST(WallpaperOriginals, loadsOnlyReadableRecords)
     EXPECT_TRUE(WallpaperController::loadOriginals(store).isEmpty());
 }
 
-TEST_F(WallpaperFixture, recordsThePathThenPutsItBackAndForgetsIt)
+TEST_F(WallpaperFixture, remembersFirstThenPutsBackAndForgetsBothRecords)
 {
     WallpaperController& c = colorApplied();
 
-    EXPECT_TRUE(c.applied);
-    EXPECT_EQ(c.originals, (QHash<quint32, QString>{{1, userPicture()}}));
+    EXPECT_TRUE(c.applied());
+    EXPECT_EQ(c.originals(), (QHash<quint32, QString>{{1, userPicture()}}));
     EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", userPicture()}}));
+    EXPECT_EQ(fake.desktopPictures->records.value("DP-1"), userPicture());
     EXPECT_EQ(shown(), support("quillet-color-1.png"));
 
     c.restore();
     EXPECT_EQ(shown(), userPicture());
-    EXPECT_TRUE(c.originals.isEmpty());
+    EXPECT_TRUE(c.originals().isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
-    EXPECT_FALSE(c.applied);
+    EXPECT_TRUE(fake.desktopPictures->records.isEmpty());
+    EXPECT_FALSE(c.applied());
 }
 
-TEST_F(WallpaperFixture, recordLeftByACrashIsKeptAndRestored)
+TEST_F(WallpaperFixture, theCurrentPictureChosenAsLightOrDarkIsStillPutBack)
+{
+    // The user picks the picture the desktop shows now: it counts as staged, so the picture
+    // record keeps nothing, but the desktop's own record still does.
+    WallpaperController& c = make();
+    c.show(chooseImage(userPicture(), userPicture()));
+    EXPECT_TRUE(c.originals().isEmpty());
+    c.show(chooseColor());
+    c.restore();
+    EXPECT_EQ(shown(), userPicture());
+}
+
+TEST_F(WallpaperFixture, recordsLeftByACrashAreKeptAndRestored)
 {
     store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
-    // The screen still shows what the crashed run set.
+    // The screen still shows what the crashed run set, and the desktop's record survived.
     fake.desktopPictures->pictures.insert("DP-1", support("quillet-color-4.png"));
+    fake.desktopPictures->records.insert("DP-1", "/p/mine-exactly.png");
     WallpaperController& c = colorApplied();
     EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", "/p/mine.png"}}));
+    EXPECT_EQ(fake.desktopPictures->records.value("DP-1"), "/p/mine-exactly.png");
     c.restore();
+    EXPECT_EQ(shown(), "/p/mine-exactly.png");
+    EXPECT_TRUE(storedRecord().isUndefined());
+
+    // Only the picture record is left (an older run's): its picture goes back.
+    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
+    make().restore();
     EXPECT_EQ(shown(), "/p/mine.png");
+    EXPECT_TRUE(storedRecord().isUndefined());
+}
+
+TEST_F(WallpaperFixture, aRecordIsDroppedOnlyWhenItsRestoreHappened)
+{
+    WallpaperController& c = colorApplied();
+    const QJsonValue record = storedRecord();
+
+    // The desktop cannot be reached: both records stay for a later attempt.
+    fake.desktopPictures->unreachable = true;
+    c.restore();
+    EXPECT_EQ(storedRecord(), record);
+    EXPECT_EQ(fake.desktopPictures->records.value("DP-1"), userPicture());
+    fake.desktopPictures->unreachable = false;
+    make().restore();
+    EXPECT_EQ(shown(), userPicture());
+    EXPECT_TRUE(storedRecord().isUndefined());
+
+    // A record made while another desktop program ran waits for that program: this backend
+    // does not put its pictures back, nor forget them.
+    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/under-xfce.png"}});
+    fake.desktopPictures->otherRecord = true;
+    make().restore();
+    EXPECT_EQ(shown(), userPicture());
+    EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"1", "/p/under-xfce.png"}}));
+}
+
+TEST_F(WallpaperFixture, aMonitorSwitchedOffKeepsItsEntriesUntilItReturns)
+{
+    const ScreenInfo second = addSecondMonitor();
+    WallpaperController& c = colorApplied();
+    fake.screens->list.removeLast();
+    c.restore();
+    EXPECT_EQ(shown(), userPicture());
+    EXPECT_EQ(storedRecord().toObject(), (QJsonObject{{"2", "/p/second.png"}}));
+    EXPECT_TRUE(fake.desktopPictures->records.contains("HDMI-1"));
+
+    fake.screens->list.append(second);
+    fake.screens->announceChange();
+    EXPECT_EQ(shown("HDMI-1"), "/p/second.png");
+    EXPECT_TRUE(storedRecord().isUndefined());
+    EXPECT_TRUE(fake.desktopPictures->records.isEmpty());
 }
 
 TEST_F(WallpaperFixture, snapshotIsPreferredWhenCapturePermitted)
@@ -161,7 +253,7 @@ TEST_F(WallpaperFixture, snapshotIsPreferredWhenCapturePermitted)
     fake.desktopPictures->snapshots.insert("DP-1", solid(40, 30, Qt::darkCyan));
     WallpaperController& c = colorApplied();
 
-    EXPECT_EQ(c.originals.value(1), support("original-1.png"));
+    EXPECT_EQ(c.originals().value(1), support("original-1.png"));
     EXPECT_EQ(QImage(support("original-1.png")).pixelColor(5, 5), QColor(Qt::darkCyan));
 }
 
@@ -171,8 +263,7 @@ TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
     const QString link = dirs.root() + QStringLiteral("/home/link-to-light.png");
     ASSERT_TRUE(QFile::link(light, link));
     WallpaperController& c = make();
-    c.lightURL = light;
-    c.darkURL = QStringLiteral("/p/dark.png");
+    c.show({DesktopBackground::keep, {}, light, QStringLiteral("/p/dark.png")});
 
     EXPECT_TRUE(c.isStagedURL("/anywhere/tinted-5-3.jpg"));
     EXPECT_TRUE(c.isStagedURL("/anywhere/quillet-color-9.png"));
@@ -189,7 +280,7 @@ TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
           QStringLiteral("/System/DefaultDesktop.heic"), QString()}) {
         fake.desktopPictures->pictures.insert("DP-1", current);
         c.captureOriginalsIfNeeded();
-        EXPECT_TRUE(c.originals.isEmpty()) << current.toStdString();
+        EXPECT_TRUE(c.originals().isEmpty()) << current.toStdString();
         EXPECT_TRUE(storedRecord().isUndefined());
     }
 }
@@ -199,38 +290,77 @@ TEST_F(WallpaperFixture, noScreensRecordsNothingAndTheNextApplyTriesAgain)
     store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", 5}});
     fake.screens->list.clear();
     WallpaperController& c = colorApplied();
-    EXPECT_TRUE(c.originals.isEmpty());
+    EXPECT_TRUE(c.originals().isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
     fake.addStandardMonitor();
-    c.apply();
-    EXPECT_EQ(c.originals.value(1), userPicture());
+    c.show(chooseColor());
+    EXPECT_EQ(c.originals().value(1), userPicture());
 }
 
 TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
 {
     WallpaperController& c = colorApplied();
-    c.mode = DesktopBackground::keep;
-    c.apply();
-    EXPECT_FALSE(c.applied);
+    c.show({});
+    EXPECT_FALSE(c.applied());
     EXPECT_EQ(shown(), userPicture());
 
     // Covered panel in keep mode: the user's own picture with its strip tinted; where that
     // picture cannot be read, the whole display is the flat colour.
-    c.barTintActive = true;
-    c.color = RgbColor{1, 0, 0, 1};
-    c.apply();
-    EXPECT_TRUE(c.applied);
+    c.show({DesktopBackground::keep, RgbColor{1, 0, 0, 1}, std::nullopt, std::nullopt});
+    c.setBarTintActive(true);
+    EXPECT_TRUE(c.applied());
     const QImage picture(shown());
     ASSERT_FALSE(picture.isNull());
     EXPECT_TRUE(near(picture.pixelColor(700, 450), Qt::red));
 }
 
+TEST_F(WallpaperFixture, keepWithACoveredPanelTintsWhatTheDesktopShowed)
+{
+    // What the desktop draws (a plain colour, a tiled or centred picture) is the base, not the
+    // file its settings name.
+    fake.capture->allowed = true;
+    fake.desktopPictures->snapshots.insert("DP-1", solid(1440, 900, QColor(0x33, 0x66, 0x99)));
+    fake.windowList->entries = {panel(QRectF(0, 0, 1440, 32))};
+    WallpaperController& c = make();
+    c.show({});
+    c.setBarTintActive(true);
+    const QImage picture(shown());
+    EXPECT_EQ(picture.size(), QSize(1440, 900));
+    EXPECT_TRUE(near(picture.pixelColor(700, 450), QColor(0x33, 0x66, 0x99)));
+    EXPECT_TRUE(near(picture.pixelColor(700, 10), QColor(0x33, 0x66, 0x99)));
+}
+
+TEST_F(WallpaperFixture, withTheSwitchOffNothingOfOursGoesOnTheDesktop)
+{
+    // Through the model: colour and a covered panel, then the switch off.
+    fake.windowList->entries = {panel(QRectF(0, 0, 1440, 25))};
+    AppModel& m = makeModel();
+    m.setBackground(DesktopBackground::color);
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_TRUE(shown().contains("tinted-1-"));
+
+    const qsizetype requests = fake.desktopPictures->setRequests.size();
+    m.setEnabled(false);
+    EXPECT_EQ(shown(), userPicture());
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests) << "the desktop's own restore";
+    EXPECT_TRUE(storedRecord().isUndefined());
+    EXPECT_TRUE(fake.desktopPictures->records.isEmpty());
+
+    // Choices made while off and a change of monitors change nothing either.
+    m.setBackgroundColor(RgbColor{0, 1, 0, 1});
+    m.setMenuBarCover(MenuBarCover::keep);
+    fake.screens->announceChange();
+    EXPECT_EQ(shown(), userPicture());
+
+    m.setEnabled(true);
+    EXPECT_TRUE(shown().contains("quillet-color-")) << shown().toStdString();
+}
+
 TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewIsWritten)
 {
     addSecondMonitor();
-    WallpaperController& c = make(DesktopBackground::color);
-    c.color = RgbColor{0.2, 0.4, 0.6, 1};
-    c.apply();
+    WallpaperController& c = make();
+    c.show(chooseColor(RgbColor{0.2, 0.4, 0.6, 1}));
     // Outside the tint, every monitor gets the one file rendered for this apply.
     EXPECT_EQ(shown(), support("quillet-color-1.png"));
     EXPECT_EQ(shown("HDMI-1"), support("quillet-color-1.png"));
@@ -239,62 +369,64 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
     // The support folder is private to the user.
     EXPECT_EQ(QFileInfo(support({})).permissions() & 0x0077, 0);
 
-    c.apply();
+    c.show(c.choice());
     EXPECT_FALSE(QFile::exists(support("quillet-color-1.png")));
     EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
 
     // A failed write leaves the previous file and its record; the number has moved on.
     QDir().mkpath(support("quillet-color-3.png"));
-    EXPECT_EQ(c.renderSolidColor(c.color), std::nullopt);
-    EXPECT_EQ(c.colorSeq, 3);
-    EXPECT_EQ(c.lastColorURL, support("quillet-color-2.png"));
+    EXPECT_EQ(c.renderSolidColor(c.choice().color), std::nullopt);
+    EXPECT_EQ(c.colorSeq(), 3);
+    EXPECT_EQ(c.lastColorURL(), support("quillet-color-2.png"));
     EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
-    EXPECT_EQ(c.renderSolidColor(c.color), support("quillet-color-4.png"));
+    EXPECT_EQ(c.renderSolidColor(c.choice().color), support("quillet-color-4.png"));
     EXPECT_FALSE(QFile::exists(support("quillet-color-2.png")));
 }
 
 TEST_F(WallpaperFixture, pictureFollowsTheAppearanceAndFallsBackToTheOther)
 {
-    WallpaperController& c = make(DesktopBackground::image);
-    c.darkURL = QStringLiteral("/p/dark.png");
-    EXPECT_EQ(c.targetURL(), "/p/dark.png");
-    c.lightURL = QStringLiteral("/p/light.png");
-    EXPECT_EQ(c.targetURL(), "/p/light.png");
+    WallpaperController& c = make();
+    const auto target = [&](std::optional<QString> light, std::optional<QString> dark) {
+        c.show(chooseImage(std::move(light), std::move(dark)));
+        return c.targetURL();
+    };
+    EXPECT_EQ(target(std::nullopt, "/p/dark.png"), "/p/dark.png");
+    EXPECT_EQ(target("/p/light.png", "/p/dark.png"), "/p/light.png");
     fake.appearance->set(true);
-    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty()) << "nothing applied yet";
-    EXPECT_EQ(c.targetURL(), "/p/dark.png");
-    c.darkURL.reset();
-    EXPECT_EQ(c.targetURL(), "/p/light.png");
-    c.lightURL.reset();
-    EXPECT_EQ(c.targetURL(), std::nullopt);
+    EXPECT_EQ(shown(), "/p/dark.png");
+    EXPECT_EQ(target("/p/light.png", std::nullopt), "/p/light.png");
 
     // Neither picture: nothing is changed, but the originals are captured.
-    c.apply();
-    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
-    EXPECT_EQ(c.originals.value(1), userPicture());
+    const qsizetype requests = fake.desktopPictures->setRequests.size();
+    EXPECT_EQ(target(std::nullopt, std::nullopt), std::nullopt);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
+    EXPECT_EQ(c.originals().value(1), userPicture());
 
     // Once applied, a change of appearance shows the other picture, in image mode only.
-    c.lightURL = QStringLiteral("/p/light.png");
-    c.darkURL = QStringLiteral("/p/dark.png");
-    c.apply();
+    c.show(chooseImage("/p/light.png", "/p/dark.png"));
     fake.appearance->set(false);
     EXPECT_EQ(shown(), "/p/light.png");
-    c.mode = DesktopBackground::color;
-    c.apply();
-    const qsizetype requests = fake.desktopPictures->setRequests.size();
+    c.show(chooseColor());
+    const qsizetype colourRequests = fake.desktopPictures->setRequests.size();
     fake.appearance->set(true);
-    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), colourRequests);
+    // Nor after the switch went off.
+    c.show(chooseImage("/p/light.png", "/p/dark.png"));
+    c.restore();
+    const qsizetype offRequests = fake.desktopPictures->setRequests.size();
+    fake.appearance->set(false);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), offRequests);
 }
 
 TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
 {
-    fake.windowList->entries = {panel(QRectF(0, 0, 1512, 24))};
     ScreenInfo screen = screenOf(9, QRectF(0, 0, 1512, 982), 2);
+    onlyMonitor(screen, 24);
     // Base picture: a green band over blue; the band is what the strip samples.
     QImage base = solid(1512, 982, Qt::blue);
     QPainter(&base).fillRect(0, 0, 1512, 24, Qt::green);
-    WallpaperController& c = make(DesktopBackground::image);
-    c.lightURL = writePicture("base.png", base);
+    WallpaperController& c = make();
+    c.show(chooseImage(writePicture("base.png", base), std::nullopt));
 
     const auto path = c.renderTinted(screen, 9);
     ASSERT_TRUE(path);
@@ -318,41 +450,101 @@ TEST_F(WallpaperFixture, tintedPictureGeometryAndStrip)
     EXPECT_EQ(c.renderTinted(screen, 9), std::nullopt);
 }
 
+TEST_F(WallpaperFixture, aMonitorWithoutATopPanelGetsNoStrip)
+{
+    // The panel lies along the top of the left monitor only.
+    const ScreenInfo left = screenOf(1, QRectF(0, 0, 800, 600));
+    const ScreenInfo right = screenOf(2, QRectF(800, 0, 800, 600));
+    fake.screens->list = {left, right};
+    fake.windowList->entries = {panel(QRectF(0, 0, 800, 33))};
+    WallpaperController& c = make();
+    c.show(chooseColor(RgbColor{1, 1, 0, 1}));
+    QImage base = solid(800, 600, Qt::blue);
+    QPainter(&base).fillRect(0, 0, 800, 60, Qt::green);
+    c.show(chooseImage(writePicture("band.png", base), std::nullopt));
+    c.setBarTintActive(true);
+    const QImage leftOut(shown("OUT-1"));
+    const QImage rightOut(shown("OUT-2"));
+    EXPECT_TRUE(near(leftOut.pixelColor(400, 40), Qt::green)) << "strip of the band's green";
+    EXPECT_TRUE(near(leftOut.pixelColor(400, 5), Qt::green));
+    // The right monitor shows the plain picture: its top is the picture's own band.
+    EXPECT_TRUE(near(rightOut.pixelColor(400, 5), Qt::green));
+    EXPECT_TRUE(near(rightOut.pixelColor(400, 100), Qt::blue));
+    EXPECT_EQ(WallpaperController::topPanelHeight(*fake.windowList, right, fake.screens->list),
+              std::nullopt);
+    EXPECT_EQ(WallpaperController::topPanelHeight(*fake.windowList, left, fake.screens->list), 33);
+
+    // With colour and no panel at all, a monitor is simply the colour.
+    fake.windowList->entries.clear();
+    c.show(chooseColor(RgbColor{1, 1, 0, 1}));
+    EXPECT_TRUE(near(QImage(shown("OUT-1")).pixelColor(400, 5), Qt::yellow));
+}
+
 TEST_F(WallpaperFixture, tintedBaseIsScaledToFillCentredOnePixelPerPixel)
 {
     const ScreenInfo screen = screenOf(3, QRectF(0, 0, 300, 300));
+    onlyMonitor(screen, std::nullopt);
     // Three vertical thirds; scaled to fill a square only the middle one shows.
     QImage base = solid(900, 300, Qt::red);
     QPainter painter(&base);
     painter.fillRect(300, 0, 300, 300, Qt::green);
     painter.fillRect(600, 0, 300, 300, Qt::blue);
     painter.end();
-    WallpaperController& c = make(DesktopBackground::image);
-    c.darkURL = writePicture("wide.png", base);
+    WallpaperController& c = make();
+    c.show(chooseImage(std::nullopt, writePicture("wide.png", base)));
     QImage out(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(3, 150), Qt::green));
     EXPECT_TRUE(near(out.pixelColor(296, 150), Qt::green));
     // A "@2x" name does not halve the picture: every pixel of the file covers one of the image.
-    c.darkURL = writePicture("square@2x.png", solid(300, 300, Qt::magenta));
+    c.show(chooseImage(std::nullopt, writePicture("square@2x.png", solid(300, 300, Qt::magenta))));
     out = QImage(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(out.pixelColor(296, 296), Qt::magenta));
+}
+
+TEST_F(WallpaperFixture, largePicturesAreAveragedDownAndDecodedOncePerChoice)
+{
+    // One-pixel black lines every third row of a white picture three times the monitor's
+    // size: averaged, every row of the result is the same grey; sampled, rows alternate.
+    const ScreenInfo screen = screenOf(4, QRectF(0, 0, 400, 300));
+    onlyMonitor(screen, std::nullopt);
+    QImage lines = solid(1200, 900, Qt::white);
+    for (int y = 0; y < 900; y += 3)
+        QPainter(&lines).fillRect(0, y, 1200, 1, Qt::black);
+    const QString path = writePicture("lines.png", lines);
+    WallpaperController& c = make();
+    c.show(chooseImage(path, std::nullopt));
+    const QImage out(*c.renderTinted(screen, 4));
+    int darkest = 255, lightest = 0;
+    for (int y = 20; y < 280; ++y) {
+        darkest = std::min(darkest, qGray(out.pixel(200, y)));
+        lightest = std::max(lightest, qGray(out.pixel(200, y)));
+    }
+    EXPECT_LE(lightest - darkest, 12) << darkest << " .. " << lightest;
+    EXPECT_NEAR(lightest, 170, 12);
+
+    // Decoded once for the choice: a file changed behind its back shows only with a new choice.
+    solid(1200, 900, Qt::red).save(path);
+    EXPECT_TRUE(
+        near(QImage(*c.renderTinted(screen, 4)).pixelColor(200, 150), out.pixelColor(200, 150)));
+    c.show(chooseImage(path, path));
+    EXPECT_TRUE(near(QImage(*c.renderTinted(screen, 4)).pixelColor(200, 150), Qt::red));
 }
 
 TEST_F(WallpaperFixture, tintedStripSamplesAtLeastTwoPercentOrIsTheColour)
 {
     // 24 / 2000 is below the floor: two rows of a 100-row picture are sampled, not one.
     const ScreenInfo screen = screenOf(3, QRectF(0, 0, 500, 2000));
-    WallpaperController& c = make(DesktopBackground::image);
+    onlyMonitor(screen, 24);
+    WallpaperController& c = make();
     QImage rows = solid(100, 100, Qt::black);
     QPainter(&rows).fillRect(0, 0, 100, 1, Qt::white);
-    c.darkURL = writePicture("rows.png", rows);
+    c.show(chooseImage(std::nullopt, writePicture("rows.png", rows)));
     const QImage out(*c.renderTinted(screen, 3));
-    EXPECT_TRUE(near(out.pixelColor(250, 5), QColor(128, 128, 128), 8))
+    EXPECT_TRUE(near(out.pixelColor(250, 5), QColor(128, 128, 128), 12))
         << out.pixelColor(250, 5).name().toStdString();
 
     // In colour mode the strip is the colour itself.
-    c.mode = DesktopBackground::color;
-    c.color = RgbColor{1, 1, 0, 1};
+    c.show(chooseColor(RgbColor{1, 1, 0, 1}));
     const QImage flat(*c.renderTinted(screen, 3));
     EXPECT_TRUE(near(flat.pixelColor(250, 5), Qt::yellow));
     EXPECT_TRUE(near(flat.pixelColor(250, 1000), Qt::yellow));
@@ -364,26 +556,44 @@ TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
     ScreenInfo noId = screenOf(std::nullopt, QRectF(0, 1080, 800, 600));
     noId.outputName = QStringLiteral("VGA-1");
     fake.screens->list.append(noId);
-    WallpaperController& c = make(DesktopBackground::color);
-    c.barTintActive = true;
-    c.apply();
+    WallpaperController& c = make();
+    c.setBarTintActive(true);
+    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty()) << "nothing before a choice";
+    c.show(chooseColor());
     EXPECT_EQ(shown(), support("tinted-1-1.jpg"));
     EXPECT_EQ(shown("HDMI-1"), support("tinted-2-2.jpg"));
     EXPECT_FALSE(fake.desktopPictures->pictures.contains("VGA-1"));
 
-    c.apply();
-    EXPECT_EQ(c.lastTinted, (QHash<quint32, QString>{{1, support("tinted-1-3.jpg")},
-                                                     {2, support("tinted-2-4.jpg")}}));
+    c.show(c.choice());
+    EXPECT_EQ(c.lastTinted(), (QHash<quint32, QString>{{1, support("tinted-1-3.jpg")},
+                                                       {2, support("tinted-2-4.jpg")}}));
     EXPECT_FALSE(QFile::exists(support("tinted-1-1.jpg")));
     EXPECT_FALSE(QFile::exists(support("tinted-2-2.jpg")));
     EXPECT_TRUE(QFile::exists(support("tinted-2-4.jpg")));
 
+    // A change of monitors renders them again for their new sizes.
+    fake.screens->list[1].frame.setSize(QSizeF(1280, 720));
+    fake.screens->announceChange();
+    EXPECT_EQ(QImage(shown("HDMI-1")).size(), QSize(1280, 720));
+
     // A failed write keeps the last file and its record.
-    QDir().mkpath(support("tinted-1-5.jpg"));
+    QDir().mkpath(support("tinted-1-7.jpg"));
     EXPECT_EQ(c.renderTinted(fake.screens->list.first(), 1), std::nullopt);
-    EXPECT_EQ(c.tintSeq, 5);
-    EXPECT_EQ(c.lastTinted.value(1), support("tinted-1-3.jpg"));
-    EXPECT_TRUE(QFile::exists(support("tinted-1-3.jpg")));
+    EXPECT_EQ(c.tintSeq(), 7);
+    EXPECT_EQ(c.lastTinted().value(1), support("tinted-1-5.jpg"));
+    EXPECT_TRUE(QFile::exists(support("tinted-1-5.jpg")));
+}
+
+TEST_F(WallpaperFixture, whatCannotBePutBackExactlyIsSaidOnce)
+{
+    fake.desktopPictures->limitation = QStringLiteral("X's default background was put back.");
+    WallpaperController& c = colorApplied();
+    QSignalSpy notices(&c, &WallpaperController::restoreNotice);
+    c.restore();
+    c.show(chooseColor());
+    c.restore();
+    ASSERT_EQ(notices.size(), 1);
+    EXPECT_EQ(notices.first().first().toString(), fake.desktopPictures->limitation);
 }
 
 TEST(WallpaperTint, menuBarHeightIsTheTopPanel)

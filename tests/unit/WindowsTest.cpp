@@ -5,6 +5,7 @@
 #include "TestDirs.h"
 #include "WindowMover.h"
 #include "platform/DesktopEntryNames.h"
+#include "ui/MainWindow.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -184,6 +185,43 @@ TEST(WindowList, filtersAndGroupsByApplication)
     const int listings = fake.windowControl->listings;
     EXPECT_TRUE(WindowMover::windows(fake).isEmpty());
     EXPECT_EQ(fake.windowControl->listings, listings);
+}
+
+TEST(WindowList, currentWorkspaceOnlyEachApplicationFrontToBack)
+{
+    FakePlatform fake;
+    const auto at = [](ClientWindow w, int depth, bool shown = true) {
+        w.depth = depth;
+        w.onCurrentWorkspace = shown;
+        return w;
+    };
+    fake.windowControl->list = {
+        at(client(1, 30, "Files", "Home"), 4), at(client(2, 20, "Editor", "a.txt"), 3),
+        at(client(3, 30, "Files", "Elsewhere"), 0, false), at(client(4, 20, "Editor", "b.txt"), 1),
+        at(client(5, 30, "Files", "Pictures"), 2), at(client(6, 60, "Notes", "Hidden"), 5, false),
+        // No stacking known: after the ones with a place.
+        at(client(7, 30, "Files", "Unknown"), -1), at(client(8, 30, "Files", "Music"), 6)};
+    // Applications keep the order of their first window; within each the front window leads.
+    // An application whose windows are all on other workspaces is not listed.
+    EXPECT_EQ(labels(WindowMover::windows(fake)),
+              QStringList({"Files \u2014 Pictures", "Files \u2014 Home", "Files \u2014 Music",
+                           "Files \u2014 Unknown", "Editor \u2014 b.txt", "Editor \u2014 a.txt"}));
+}
+
+TEST(MainWindowPlacement, aWindowPartlyOffItsMonitorIsMovedFullyOntoIt)
+{
+    const QRect monitor(0, 0, 1280, 720);
+    // 701 pixels tall at y 300 on a 720-pixel monitor: moved up until its bottom edge fits.
+    EXPECT_EQ(MainWindow::keptInside({600, 300, 560, 701}, monitor), QPoint(600, 19));
+    // Off the right edge (the monitor shrank under it) and above the top.
+    EXPECT_EQ(MainWindow::keptInside({1100, -20, 560, 500}, monitor), QPoint(720, 0));
+    // Already inside: not moved.
+    EXPECT_EQ(MainWindow::keptInside({10, 40, 560, 500}, monitor), QPoint(10, 40));
+    // Larger than the monitor: its top-left corner stays reachable.
+    EXPECT_EQ(MainWindow::keptInside({300, 300, 900, 800}, {1920, 33, 800, 600}), QPoint(1920, 33));
+    // A second monitor's own coordinates.
+    EXPECT_EQ(MainWindow::keptInside({3000, 900, 560, 701}, {1920, 0, 1024, 768}),
+              QPoint(2384, 67));
 }
 
 namespace {

@@ -48,11 +48,12 @@ std::unique_ptr<Platform> createPlatform()
         // xfdesktop draws its own desktop window over the root: its settings are the pictures.
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
-            parts.desktopIcons = std::make_unique<XfceDesktopIcons>();
-            parts.desktopPictures = std::make_unique<XfceDesktopPictures>(
-                WallpaperController::supportDir() + QStringLiteral("/xfce-workspaces.json"));
+            parts.desktopIcons = std::make_unique<XfceDesktopIcons>(*parts.processes);
+            parts.desktopPictures =
+                std::make_unique<XfceDesktopPictures>(WallpaperController::supportDir());
         } else {
-            parts.desktopPictures = std::make_unique<RootWindowDesktopPictures>();
+            parts.desktopPictures =
+                std::make_unique<RootWindowDesktopPictures>(WallpaperController::supportDir());
         }
     }
     auto platform = std::make_unique<Platform>(std::move(parts));

@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QSysInfo>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <xcb/randr.h>
 
@@ -112,7 +113,7 @@ void writeImage(xcb_connection_t* c, xcb_drawable_t drawable, xcb_gcontext_t gc,
     }
 }
 
-void drawZoomed(QImage& canvas, const QRect& area, const QImage& picture)
+void drawZoomed(QPainter& painter, const QRect& area, const QImage& picture)
 {
     const double s =
         std::max(double(area.width()) / picture.width(), double(area.height()) / picture.height());
@@ -120,20 +121,23 @@ void drawZoomed(QImage& canvas, const QRect& area, const QImage& picture)
     const QRectF target(area.x() + (area.width() - size.width()) / 2,
                         area.y() + (area.height() - size.height()) / 2, size.width(),
                         size.height());
-    QPainter painter(&canvas);
     painter.setClipRect(area);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.fillRect(area, Qt::black);
+    if (size.toSize() == area.size() && target.topLeft() == QPointF(area.topLeft())) {
+        // A picture of the monitor's own size (a remembered one): pixel for pixel.
+        painter.drawImage(area.topLeft(), picture);
+        return;
+    }
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawImage(target, picture);
 }
 
-} // namespace
-
-bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
+// Draws one monitor's part of a new root pixmap, starting from what the root shows so that the
+// other monitors keep their pictures, and makes it the root's background. `blank` fills the
+// root where there was no pixmap to start from.
+bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, QRect)>& paint,
+                  quint32 blank)
 {
-    const QImage picture = PictureFile::read(path);
-    if (picture.isNull())
-        return false;
     int screenNumber = 0;
     xcb_connection_t* c = xcb_connect(nullptr, &screenNumber);
     if (xcb_connection_has_error(c)) {
@@ -150,21 +154,31 @@ bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, cons
         return false;
     }
 
-    // Start from what the root shows, so that the other monitors keep their pictures.
     const QRect whole(0, 0, root->width_in_pixels, root->height_in_pixels);
     QImage canvas;
     const xcb_pixmap_t current = pixmapProperty(c, root->root, "_XROOTPMAP_ID");
     if (current != XCB_PIXMAP_NONE) {
         Reply<xcb_get_geometry_reply_t> geometry(
             xcb_get_geometry_reply(c, xcb_get_geometry(c, current), nullptr));
-        if (geometry && geometry->width >= whole.width() && geometry->height >= whole.height())
-            canvas = readImage(c, current, whole);
+        // A pixmap of another size was drawn for another resolution: only its overlap is kept.
+        if (geometry) {
+            const QRect overlap = whole.intersected(QRect(0, 0, geometry->width, geometry->height));
+            if (!overlap.isEmpty()) {
+                canvas = QImage(whole.size(), QImage::Format_RGB32);
+                canvas.fill(QColor::fromRgb(blank));
+                const QImage part = readImage(c, current, overlap);
+                QPainter(&canvas).drawImage(overlap.topLeft(), part);
+            }
+        }
     }
     if (canvas.isNull()) {
         canvas = QImage(whole.size(), QImage::Format_RGB32);
-        canvas.fill(Qt::black);
+        canvas.fill(QColor::fromRgb(blank));
     }
-    drawZoomed(canvas, *area, picture);
+    {
+        QPainter painter(&canvas);
+        paint(painter, *area);
+    }
 
     const xcb_pixmap_t pixmap = xcb_generate_id(c);
     xcb_create_pixmap(c, root->root_depth, pixmap, root->root, uint16_t(whole.width()),
@@ -194,7 +208,190 @@ bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, cons
     return ok;
 }
 
-QImage RootWindowDesktopPictures::snapshotDesktopPicture(const ScreenInfo& screen)
+// Back to a root without a pixmap: its plain colour, or X's own background when the colour was
+// never known. The pixmap left by a setter like us is freed with its client.
+bool putBackPlainRoot(std::optional<quint32> pixel)
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return false;
+    const xcb_window_t root = X11::rootWindow();
+    const xcb_pixmap_t current = pixmapProperty(c, root, "_XROOTPMAP_ID");
+    const xcb_pixmap_t setter = pixmapProperty(c, root, "ESETROOT_PMAP_ID");
+    if (pixel) {
+        xcb_change_window_attributes(c, root, XCB_CW_BACK_PIXEL, &*pixel);
+    } else {
+        const uint32_t none = XCB_BACK_PIXMAP_NONE;
+        xcb_change_window_attributes(c, root, XCB_CW_BACK_PIXMAP, &none);
+    }
+    xcb_clear_area(c, 0, root, 0, 0, 0, 0);
+    xcb_delete_property(c, root, internAtom(c, "_XROOTPMAP_ID"));
+    xcb_delete_property(c, root, internAtom(c, "ESETROOT_PMAP_ID"));
+    if (setter != XCB_PIXMAP_NONE && setter == current)
+        xcb_kill_client(c, setter);
+    Reply<xcb_get_input_focus_reply_t> sync(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+    return sync && !xcb_connection_has_error(c);
+}
+
+// The colour of a root without a pixmap, read at points of the monitor that no window covers;
+// nothing when no point is free or the points disagree (a pattern, not a colour).
+std::optional<quint32> plainRootColour(const ScreenInfo& screen)
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return std::nullopt;
+    const xcb_window_t root = X11::rootWindow();
+    const std::optional<QRect> area = monitorRect(c, root, screen);
+    if (!area)
+        return std::nullopt;
+    QList<QRect> covered;
+    Reply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+    if (!tree)
+        return std::nullopt;
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, children[i]), nullptr));
+        if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE)
+            continue;
+        Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(c, xcb_get_geometry(c, children[i]), nullptr));
+        if (geometry)
+            covered.append(QRect(geometry->x, geometry->y,
+                                 geometry->width + 2 * geometry->border_width,
+                                 geometry->height + 2 * geometry->border_width));
+    }
+    std::optional<quint32> colour;
+    const int columns = 16, rows = 9;
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            const QPoint point(area->x() + (2 * column + 1) * area->width() / (2 * columns),
+                               area->y() + (2 * row + 1) * area->height() / (2 * rows));
+            if (std::any_of(covered.cbegin(), covered.cend(),
+                            [&](const QRect& r) { return r.contains(point); }))
+                continue;
+            const QImage pixel = readImage(c, root, QRect(point, QSize(1, 1)));
+            if (pixel.isNull())
+                return std::nullopt;
+            const quint32 value = pixel.pixel(0, 0) & 0xffffffu;
+            if (colour && *colour != value)
+                return std::nullopt;
+            colour = value;
+        }
+    }
+    return colour;
+}
+
+} // namespace
+
+RootWindowDesktopPictures::RootWindowDesktopPictures(const QString& recordDir)
+    : m_file(recordDir, QStringLiteral("root")), m_record(m_file.load())
+{
+}
+
+QString RootWindowDesktopPictures::recordKey(const ScreenInfo& screen) const
+{
+    return screen.outputName.isEmpty() ? screen.name : screen.outputName;
+}
+
+bool RootWindowDesktopPictures::holdsRecord(const ScreenInfo& screen) const
+{
+    return m_record.contains(recordKey(screen));
+}
+
+std::optional<quint32> RootWindowDesktopPictures::rememberedSolid() const
+{
+    for (auto it = m_record.constBegin(); it != m_record.constEnd(); ++it) {
+        const QJsonValue solid = it.value().toObject().value(QStringLiteral("solid"));
+        if (solid.isDouble())
+            return quint32(solid.toDouble());
+    }
+    return std::nullopt;
+}
+
+bool RootWindowDesktopPictures::rememberDesktop(const ScreenInfo& screen)
+{
+    const QString key = recordKey(screen);
+    if (key.isEmpty())
+        return false;
+    if (holdsRecord(screen))
+        return true;
+    QJsonObject entry;
+    if (const QImage picture = rootPixmapPart(screen); !picture.isNull()) {
+        const QString file = m_file.dir() + QStringLiteral("/desktop-root-") +
+                             QString(key).replace(u'/', u'_') + QStringLiteral(".png");
+        if (!picture.save(file, "PNG"))
+            return false;
+        entry.insert(QStringLiteral("picture"), file);
+    } else if (const auto colour = plainRootColour(screen)) {
+        entry.insert(QStringLiteral("solid"), double(*colour));
+    } else {
+        entry.insert(QStringLiteral("unknown"), true);
+    }
+    m_record.insert(key, entry);
+    if (!m_file.save(m_record)) {
+        m_record.remove(key);
+        return false;
+    }
+    return true;
+}
+
+PictureRestore RootWindowDesktopPictures::restoreDesktop(const ScreenInfo& screen)
+{
+    if (!holdsRecord(screen))
+        return PictureRestore::nothingHeld;
+    const QString key = recordKey(screen);
+    const QJsonObject entry = m_record.value(key).toObject();
+    bool ok = false;
+    if (entry.contains(QStringLiteral("picture"))) {
+        const QImage picture = PictureFile::read(entry.value(QStringLiteral("picture")).toString());
+        ok = !picture.isNull() &&
+             paintMonitor(
+                 screen, [&](QPainter& painter, QRect area) { drawZoomed(painter, area, picture); },
+                 rememberedSolid().value_or(0));
+    } else {
+        const bool anyPicture =
+            std::any_of(m_record.constBegin(), m_record.constEnd(), [](const QJsonValue& v) {
+                return v.toObject().contains(QStringLiteral("picture"));
+            });
+        const QJsonValue solid = entry.value(QStringLiteral("solid"));
+        const std::optional<quint32> colour =
+            solid.isDouble() ? std::optional(quint32(solid.toDouble())) : std::nullopt;
+        if (!colour)
+            m_limitation = QStringLiteral(
+                "The desktop background had no picture that could be read back, so X's "
+                "default background was put back instead.");
+        if (anyPicture) {
+            // A neighbour keeps a picture, so the root keeps a pixmap: the colour goes into it.
+            ok = paintMonitor(
+                screen,
+                [&](QPainter& painter, QRect area) {
+                    painter.fillRect(area, QColor::fromRgb(colour.value_or(0)));
+                },
+                colour.value_or(0));
+        } else {
+            ok = putBackPlainRoot(colour);
+        }
+    }
+    if (!ok)
+        return PictureRestore::failed;
+    m_record.remove(key);
+    m_file.save(m_record);
+    return PictureRestore::restored;
+}
+
+bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
+{
+    const QImage picture = PictureFile::read(path);
+    if (picture.isNull())
+        return false;
+    return paintMonitor(
+        screen, [&](QPainter& painter, QRect area) { drawZoomed(painter, area, picture); },
+        rememberedSolid().value_or(0));
+}
+
+QImage RootWindowDesktopPictures::rootPixmapPart(const ScreenInfo& screen)
 {
     xcb_connection_t* c = X11::connection();
     if (!c)

@@ -4,6 +4,7 @@
 #include "X11Connection.h"
 #include "X11RandR.h"
 #include "X11Replies.h"
+#include "platform/MonitorLayout.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 #include <xcb/randr.h>
 
 namespace {
@@ -203,13 +205,48 @@ QList<PlatformDisplayMode> X11DisplayModes::allModes(quint32 display) const
     return result;
 }
 
+std::optional<DisplayPlacement> X11DisplayModes::placement(quint32 display) const
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return std::nullopt;
+    const Resources res = screenResources(c);
+    if (!res)
+        return std::nullopt;
+    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
+    if (!output || output->crtc == XCB_NONE)
+        return std::nullopt;
+    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
+    if (!crtc || crtc->mode == XCB_NONE)
+        return std::nullopt;
+    DisplayPlacement result;
+    result.connector = QString::fromUtf8(
+        reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())),
+        xcb_randr_get_output_info_name_length(output.get()));
+    result.position = QPoint(crtc->x, crtc->y);
+    result.rotation = crtc->rotation;
+    return result;
+}
+
 bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
+{
+    return configure(display, modeId, std::nullopt);
+}
+
+bool X11DisplayModes::placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement)
+{
+    return configure(display, modeId, placement);
+}
+
+bool X11DisplayModes::configure(quint32 display, qint32 modeId,
+                                const std::optional<DisplayPlacement>& placement)
 {
     xcb_connection_t* c = X11::connection();
     if (!c)
         return false;
-    // Only the CRTC and the screen size change, through the server: nothing goes to the
-    // desktop's stored display configuration, so the next login starts as before.
+    // Only CRTCs and the screen size change, through the server: nothing goes to the desktop's
+    // stored display configuration, so the next login starts as before. The server is held for
+    // the whole change, so no other client sees the monitors half re-placed.
     const ServerGrab grab(c);
     const Resources res = screenResources(c);
     if (!res)
@@ -223,24 +260,43 @@ bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
     const xcb_randr_mode_info_t* info = findMode(res.get(), mode);
     if (!info || std::find(offered, offered + offeredCount, mode) == offered + offeredCount)
         return false;
-    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
-    if (!crtc)
-        return false;
 
-    // The screen becomes the bounding box of every lit CRTC, the switched one at its new size;
-    // the other monitors stay where they are.
-    const QSize switched = rotatedSize(info->width, info->height, crtc->rotation);
-    QSize needed(crtc->x + switched.width(), crtc->y + switched.height());
+    // Every lit CRTC as it is now; the switched one among them.
+    struct Lit {
+        xcb_randr_crtc_t crtc;
+        CrtcInfo info;
+        QRect rect;
+    };
+    std::vector<Lit> lit;
+    qsizetype switched = -1;
     const xcb_randr_crtc_t* crtcs = xcb_randr_get_screen_resources_current_crtcs(res.get());
     const int crtcCount = xcb_randr_get_screen_resources_current_crtcs_length(res.get());
     for (int i = 0; i < crtcCount; ++i) {
+        CrtcInfo crtc = crtcInfo(c, crtcs[i], res->config_timestamp);
+        if (!crtc || crtc->mode == XCB_NONE)
+            continue;
         if (crtcs[i] == output->crtc)
-            continue;
-        const CrtcInfo other = crtcInfo(c, crtcs[i], res->config_timestamp);
-        if (!other || other->mode == XCB_NONE)
-            continue;
-        needed = needed.expandedTo(QSize(other->x + other->width, other->y + other->height));
+            switched = qsizetype(lit.size());
+        const QRect rect(crtc->x, crtc->y, crtc->width, crtc->height);
+        lit.push_back({crtcs[i], std::move(crtc), rect});
     }
+    if (switched < 0)
+        return false;
+    const Lit& self = lit[size_t(switched)];
+    const uint16_t rotation = placement ? uint16_t(placement->rotation) : self.info->rotation;
+    if ((self.info->rotations & rotation) != rotation)
+        return false;
+    const QRect target(placement ? placement->position : self.rect.topLeft(),
+                       rotatedSize(info->width, info->height, rotation));
+    QList<QRect> before;
+    for (const Lit& l : lit)
+        before.append(l.rect);
+    const QList<QRect> after = MonitorLayout::rearranged(before, switched, target);
+
+    // The screen becomes the bounding box of every lit CRTC at its new place.
+    QSize needed(0, 0);
+    for (const QRect& r : after)
+        needed = needed.expandedTo(QSize(r.x() + r.width(), r.y() + r.height()));
     Reply<xcb_randr_get_screen_size_range_reply_t> range(xcb_randr_get_screen_size_range_reply(
         c, xcb_randr_get_screen_size_range(c, X11::rootWindow()), nullptr));
     if (range) {
@@ -254,19 +310,37 @@ bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
         return false;
     const QSize current(root->width, root->height);
 
-    // A CRTC must fit the screen at every step: grow first, shrink after.
+    // A CRTC must fit the screen at every step: grow first, move and switch, shrink last.
     const QSize grown = current.expandedTo(needed);
     if (grown != current && !setScreenSize(c, grown))
         return false;
-    const xcb_randr_output_t* crtcOutputs = xcb_randr_get_crtc_info_outputs(crtc.get());
-    Reply<xcb_randr_set_crtc_config_reply_t> set(xcb_randr_set_crtc_config_reply(
-        c,
-        xcb_randr_set_crtc_config(c, output->crtc, XCB_CURRENT_TIME, res->config_timestamp, crtc->x,
-                                  crtc->y, mode, crtc->rotation,
-                                  xcb_randr_get_crtc_info_outputs_length(crtc.get()), crtcOutputs),
-        nullptr));
-    const bool ok = set && set->status == XCB_RANDR_SET_CONFIG_SUCCESS;
+    const auto setCrtc = [&](const Lit& l, QPoint at, xcb_randr_mode_t m, uint16_t rot) {
+        Reply<xcb_randr_set_crtc_config_reply_t> set(xcb_randr_set_crtc_config_reply(
+            c,
+            xcb_randr_set_crtc_config(c, l.crtc, XCB_CURRENT_TIME, res->config_timestamp,
+                                      int16_t(at.x()), int16_t(at.y()), m, rot,
+                                      xcb_randr_get_crtc_info_outputs_length(l.info.get()),
+                                      xcb_randr_get_crtc_info_outputs(l.info.get())),
+            nullptr));
+        return set && set->status == XCB_RANDR_SET_CONFIG_SUCCESS;
+    };
+    std::vector<size_t> changed;
+    bool ok = true;
+    for (size_t i = 0; i < lit.size() && ok; ++i) {
+        const Lit& l = lit[i];
+        const bool isSwitched = qsizetype(i) == switched;
+        const bool moved = after[qsizetype(i)].topLeft() != l.rect.topLeft();
+        if (!moved && (!isSwitched || (l.info->mode == mode && l.info->rotation == rotation)))
+            continue;
+        ok = isSwitched ? setCrtc(l, after[qsizetype(i)].topLeft(), mode, rotation)
+                        : setCrtc(l, after[qsizetype(i)].topLeft(), l.info->mode, l.info->rotation);
+        if (ok)
+            changed.push_back(i);
+    }
     if (!ok) {
+        // Nothing half done: what moved goes back, then the screen size.
+        for (size_t i : changed)
+            setCrtc(lit[i], lit[i].rect.topLeft(), lit[i].info->mode, lit[i].info->rotation);
         if (grown != current)
             setScreenSize(c, current);
         return false;

@@ -272,9 +272,18 @@ QList<ClientWindow> X11WindowControl::windows() const
     ReplyWaiter waiter(c);
     const auto listCookie =
         requestProperty(c, s.root, s.ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW, 16384);
+    const auto stackingCookie =
+        requestProperty(c, s.root, s.ewmh._NET_CLIENT_LIST_STACKING, XCB_ATOM_WINDOW, 16384);
+    const auto desktopCookie =
+        requestProperty(c, s.root, s.ewmh._NET_CURRENT_DESKTOP, XCB_ATOM_CARDINAL, 1);
+    const auto listDeadline = Clock::now() + replyTimeout;
     const QList<quint32> clients = X11::cardinals(
-        waiter.take<xcb_get_property_reply_t>(listCookie.sequence, Clock::now() + replyTimeout)
-            .get());
+        waiter.take<xcb_get_property_reply_t>(listCookie.sequence, listDeadline).get());
+    // Bottom to top.
+    const QList<quint32> stacking = X11::cardinals(
+        waiter.take<xcb_get_property_reply_t>(stackingCookie.sequence, listDeadline).get());
+    const QList<quint32> currentDesktop = X11::cardinals(
+        waiter.take<xcb_get_property_reply_t>(desktopCookie.sequence, listDeadline).get());
 
     enum Request {
         typeReq,
@@ -285,6 +294,7 @@ QList<ClientWindow> X11WindowControl::windows() const
         classReq,
         appIdReq,
         transientReq,
+        desktopReq,
         requestCount
     };
     struct Pending {
@@ -309,6 +319,8 @@ QList<ClientWindow> X11WindowControl::windows() const
             requestProperty(c, window, s.gtkApplicationId, s.ewmh.UTF8_STRING, 256);
         p.cookies[transientReq] =
             requestProperty(c, window, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 1);
+        p.cookies[desktopReq] =
+            requestProperty(c, window, s.ewmh._NET_WM_DESKTOP, XCB_ATOM_CARDINAL, 1);
         pending.append(p);
     }
 
@@ -330,6 +342,15 @@ QList<ClientWindow> X11WindowControl::windows() const
         const QList<quint32> states = X11::cardinals(r[stateReq].get());
         window.skipTaskbar = states.contains(s.ewmh._NET_WM_STATE_SKIP_TASKBAR);
         window.minimized = states.contains(s.ewmh._NET_WM_STATE_HIDDEN);
+        // 0xFFFFFFFF is every workspace; a window or a window manager that names no workspace
+        // counts as shown.
+        const QList<quint32> desktop = X11::cardinals(r[desktopReq].get());
+        window.onCurrentWorkspace = currentDesktop.isEmpty() || desktop.isEmpty() ||
+                                    desktop.first() == 0xFFFFFFFFu ||
+                                    desktop.first() == currentDesktop.first() ||
+                                    states.contains(s.ewmh._NET_WM_STATE_STICKY);
+        if (const qsizetype at = stacking.lastIndexOf(p.window); at >= 0)
+            window.depth = int(stacking.size() - 1 - at);
         const QList<quint32> pids = X11::cardinals(r[pidReq].get());
         window.pid = pids.isEmpty() ? 0 : qint64(pids.first());
 

@@ -1,22 +1,21 @@
 // xfdesktop's settings in the xfce4-desktop channel, read and written through the xfconf
 // daemon's own D-Bus service:
-// /backdrop/screen0/monitor<output>/workspace<n>/{last-image,image-style}.
+// /backdrop/screen0/monitor<output>/workspace<n>/{last-image,image-style,rgba1,…}.
 #include "XfceDesktopPictures.h"
 
+#include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
+#include "X11Replies.h"
+#include "platform/PlatformLogging.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QJsonArray>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QSet>
 #include <algorithm>
-#include <cstdlib>
 
 namespace {
 
@@ -26,49 +25,147 @@ const QString kInterface = QStringLiteral("org.xfce.Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 // xfdesktop's "Zoomed": scaled to fill the monitor, cut off equally on both sides.
 const int kStyleZoomed = 5;
+const QString kImageStyle = QStringLiteral("image-style");
+const QString kLastImage = QStringLiteral("last-image");
+const QString kCycleEnable = QStringLiteral("backdrop-cycle-enable");
 // A colour drag changes the picture many times a second: each call is a short message to the
 // daemon (well under a millisecond) rather than a process per property, bounded in case the
 // daemon hangs.
 const int kCallTimeoutMs = 2000;
-// The key of the record that keeps what desktopPicture() answered for a monitor.
-const QString kShown = QStringLiteral("shown");
 
 QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
     message.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    QDBusMessage reply = QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
+    if (reply.type() == QDBusMessage::ErrorMessage)
+        qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
+                qUtf8Printable(arguments.value(1).toString()), qUtf8Printable(reply.errorMessage()));
+    return reply;
 }
 
-// A stored value as text ("5", "true", a path), or nothing when the property does not exist.
-std::optional<QString> property(const QString& name)
+bool succeeded(const QDBusMessage& reply)
 {
-    const QDBusMessage reply = call(QStringLiteral("GetProperty"), {kChannel, name});
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return std::nullopt;
-    QVariant value = reply.arguments().constFirst();
-    if (value.canConvert<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    if (value.typeId() == QMetaType::Bool)
-        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
-    return value.toString();
-}
-
-// Creates the property where xfdesktop has not written it yet.
-bool setProperty(const QString& name, const QVariant& value)
-{
-    const QDBusMessage reply = call(QStringLiteral("SetProperty"),
-                                    {kChannel, name, QVariant::fromValue(QDBusVariant(value))});
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
-// The names of every property under a prefix.
-QStringList propertyNames(const QString& prefix)
+// The daemon did not answer at all (gone, hung, no bus), as opposed to answering "no such
+// property".
+bool unreachable(const QDBusMessage& reply)
+{
+    if (reply.type() != QDBusMessage::ErrorMessage)
+        return false;
+    const QString name = reply.errorName();
+    return !name.startsWith(QLatin1String("org.xfce.Xfconf"));
+}
+
+QVariant unwrap(QVariant value)
+{
+    while (value.userType() == qMetaTypeId<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
+
+// A setting's value with its D-Bus type, so that it can be written back exactly: {"t", "v"}.
+QJsonValue toTyped(const QVariant& raw)
+{
+    const QVariant value = unwrap(raw);
+    auto typed = [](const char* type, const QJsonValue& v) {
+        return QJsonObject{{QStringLiteral("t"), QLatin1String(type)}, {QStringLiteral("v"), v}};
+    };
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
+        const auto argument = value.value<QDBusArgument>();
+        if (argument.currentType() != QDBusArgument::ArrayType)
+            return {};
+        QJsonArray items;
+        argument.beginArray();
+        while (!argument.atEnd()) {
+            QDBusVariant item;
+            argument >> item;
+            items.append(toTyped(item.variant()));
+        }
+        argument.endArray();
+        return typed("av", items);
+    }
+    switch (value.typeId()) {
+    case QMetaType::QVariantList: {
+        QJsonArray items;
+        for (const QVariant& item : value.toList())
+            items.append(toTyped(item));
+        return typed("av", items);
+    }
+    case QMetaType::Bool:
+        return typed("b", value.toBool());
+    case QMetaType::Int:
+        return typed("i", value.toInt());
+    case QMetaType::UInt:
+        return typed("u", double(value.toUInt()));
+    case QMetaType::Short:
+        return typed("n", value.toInt());
+    case QMetaType::UShort:
+        return typed("q", value.toInt());
+    case QMetaType::UChar:
+        return typed("y", value.toInt());
+    case QMetaType::LongLong:
+        return typed("x", QString::number(value.toLongLong()));
+    case QMetaType::ULongLong:
+        return typed("t", QString::number(value.toULongLong()));
+    case QMetaType::Double:
+        return typed("d", value.toDouble());
+    case QMetaType::QString:
+        return typed("s", value.toString());
+    default:
+        return {};
+    }
+}
+
+std::optional<QVariant> fromTyped(const QJsonValue& stored)
+{
+    const QJsonObject object = stored.toObject();
+    const QString type = object.value(QStringLiteral("t")).toString();
+    const QJsonValue v = object.value(QStringLiteral("v"));
+    if (type == QLatin1String("av")) {
+        QVariantList items;
+        for (const QJsonValue& item : v.toArray()) {
+            const auto value = fromTyped(item);
+            if (!value)
+                return std::nullopt;
+            items.append(*value);
+        }
+        return QVariant(items);
+    }
+    if (type == QLatin1String("b"))
+        return QVariant(v.toBool());
+    if (type == QLatin1String("i"))
+        return QVariant(v.toInt());
+    if (type == QLatin1String("u"))
+        return QVariant(uint(v.toDouble()));
+    if (type == QLatin1String("n"))
+        return QVariant::fromValue(short(v.toInt()));
+    if (type == QLatin1String("q"))
+        return QVariant::fromValue(ushort(v.toInt()));
+    if (type == QLatin1String("y"))
+        return QVariant::fromValue(uchar(v.toInt()));
+    if (type == QLatin1String("x"))
+        return QVariant(v.toString().toLongLong());
+    if (type == QLatin1String("t"))
+        return QVariant(v.toString().toULongLong());
+    if (type == QLatin1String("d"))
+        return QVariant(v.toDouble());
+    if (type == QLatin1String("s"))
+        return QVariant(v.toString());
+    return std::nullopt;
+}
+
+// Every setting under a prefix, by full name; nothing when the daemon cannot be reached.
+std::optional<QVariantMap> allProperties(const QString& prefix)
 {
     const QDBusMessage reply = call(QStringLiteral("GetAllProperties"), {kChannel, prefix});
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return {};
-    QStringList names;
+    if (!succeeded(reply))
+        return unreachable(reply) ? std::nullopt : std::optional(QVariantMap());
+    QVariantMap result;
+    if (reply.arguments().isEmpty())
+        return result;
     const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
     argument.beginMap();
     while (!argument.atEnd()) {
@@ -77,10 +174,32 @@ QStringList propertyNames(const QString& prefix)
         argument.beginMapEntry();
         argument >> key >> value;
         argument.endMapEntry();
-        names.append(key);
+        result.insert(key, value.variant());
     }
     argument.endMap();
-    return names;
+    return result;
+}
+
+std::optional<QString> property(const QString& name)
+{
+    const QDBusMessage reply = call(QStringLiteral("GetProperty"), {kChannel, name});
+    if (!succeeded(reply) || reply.arguments().isEmpty())
+        return std::nullopt;
+    const QVariant value = unwrap(reply.arguments().constFirst());
+    if (value.typeId() == QMetaType::Bool)
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    return value.toString();
+}
+
+bool setProperty(const QString& name, const QVariant& value)
+{
+    return succeeded(call(QStringLiteral("SetProperty"),
+                          {kChannel, name, QVariant::fromValue(QDBusVariant(value))}));
+}
+
+bool resetProperty(const QString& name)
+{
+    return succeeded(call(QStringLiteral("ResetProperty"), {kChannel, name, false}));
 }
 
 // A CARDINAL property of the root window, as the window manager publishes it.
@@ -89,73 +208,36 @@ std::optional<quint32> rootCardinal(const char* name)
     xcb_connection_t* c = X11::connection();
     if (!c)
         return std::nullopt;
-    xcb_get_property_reply_t* reply = xcb_get_property_reply(
+    X11::Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
         c, xcb_get_property(c, 0, X11::rootWindow(), X11::atom(name), XCB_ATOM_CARDINAL, 0, 1),
-        nullptr);
-    std::optional<quint32> result;
-    if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
-        result = *static_cast<quint32*>(xcb_get_property_value(reply));
-    std::free(reply);
-    return result;
+        nullptr));
+    if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) >= 4)
+        return *static_cast<quint32*>(xcb_get_property_value(reply.get()));
+    return std::nullopt;
 }
 
-QJsonValue toJson(const std::optional<QString>& value)
+QString workspacePrefix(const QString& monitor, int workspace)
 {
-    return value ? QJsonValue(*value) : QJsonValue();
+    return monitor + QStringLiteral("/workspace%1/").arg(workspace);
 }
 
-std::optional<QString> fromJson(const QJsonValue& value)
+// The order in which a workspace's settings go back: style and colours before the picture, so
+// xfdesktop never draws the picture in our style, and the slideshow last, once its picture is
+// back.
+int restoreRank(const QString& setting)
 {
-    return value.isString() ? std::optional(value.toString()) : std::nullopt;
+    if (setting == kLastImage)
+        return 1;
+    if (setting.startsWith(QLatin1String("backdrop-cycle")))
+        return 2;
+    return 0;
 }
 
 } // namespace
 
-// The file holds {"<monitor prefix>": {"shown": …, "<workspace>": {"picture": …, "style": …}}},
-// null for an answer or a property that did not exist; an unreadable file holds nothing.
-XfceDesktopPictures::XfceDesktopPictures(QString workspaceFile)
-    : m_workspaceFile(std::move(workspaceFile))
+XfceDesktopPictures::XfceDesktopPictures(const QString& recordDir)
+    : m_file(recordDir, QStringLiteral("xfce")), m_record(m_file.load())
 {
-    QFile file(m_workspaceFile);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    const QJsonObject monitors = QJsonDocument::fromJson(file.readAll()).object();
-    for (auto monitor = monitors.begin(); monitor != monitors.end(); ++monitor) {
-        const QJsonObject saved = monitor.value().toObject();
-        Monitor& record = m_before[monitor.key()];
-        record.shown = fromJson(saved.value(kShown));
-        for (auto w = saved.begin(); w != saved.end(); ++w) {
-            bool number = false;
-            const int workspace = w.key().toInt(&number);
-            if (!number)
-                continue;
-            const QJsonObject state = w.value().toObject();
-            record.workspaces.insert(workspace, {fromJson(state.value(QStringLiteral("picture"))),
-                                                 fromJson(state.value(QStringLiteral("style")))});
-        }
-    }
-}
-
-void XfceDesktopPictures::saveWorkspaces() const
-{
-    QJsonObject monitors;
-    for (auto monitor = m_before.cbegin(); monitor != m_before.cend(); ++monitor) {
-        QJsonObject saved{{kShown, toJson(monitor->shown)}};
-        for (auto w = monitor->workspaces.cbegin(); w != monitor->workspaces.cend(); ++w)
-            saved.insert(QString::number(w.key()),
-                         QJsonObject{{QStringLiteral("picture"), toJson(w->picture)},
-                                     {QStringLiteral("style"), toJson(w->style)}});
-        monitors.insert(monitor.key(), saved);
-    }
-    if (monitors.isEmpty()) {
-        QFile::remove(m_workspaceFile);
-        return;
-    }
-    QSaveFile file(m_workspaceFile);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(QJsonDocument(monitors).toJson(QJsonDocument::Compact));
-        file.commit();
-    }
 }
 
 QString XfceDesktopPictures::monitorPrefix(const ScreenInfo& screen)
@@ -163,7 +245,7 @@ QString XfceDesktopPictures::monitorPrefix(const ScreenInfo& screen)
     return QStringLiteral("/backdrop/screen0/monitor") + screen.outputName;
 }
 
-QList<int> XfceDesktopPictures::workspaces(const QString& prefix) const
+QList<int> XfceDesktopPictures::workspaces(const QStringList& propertyNames, const QString& prefix)
 {
     QSet<int> found;
     const int count =
@@ -172,7 +254,7 @@ QList<int> XfceDesktopPictures::workspaces(const QString& prefix) const
         found.insert(i);
     const QRegularExpression workspace(QRegularExpression::escape(prefix) +
                                        QStringLiteral("/workspace(\\d+)/"));
-    for (const QString& name : propertyNames(prefix)) {
+    for (const QString& name : propertyNames) {
         if (const auto match = workspace.match(name); match.hasMatch())
             found.insert(match.captured(1).toInt());
     }
@@ -191,59 +273,155 @@ std::optional<QString> XfceDesktopPictures::desktopPicture(const ScreenInfo& scr
                         .value_or(QString())
                         .toInt();
     const QString prefix = monitorPrefix(screen);
-    // The program asks for the picture just before its first change: what every workspace
-    // shows now is what it gets back.
-    Monitor& record = m_before[prefix];
-    record = {};
-    for (int w : workspaces(prefix)) {
-        const QString base = prefix + QStringLiteral("/workspace%1/").arg(w);
-        record.workspaces.insert(w, {property(base + QStringLiteral("last-image")),
-                                     property(base + QStringLiteral("image-style"))});
-    }
-    auto path = property(prefix + QStringLiteral("/workspace%1/last-image").arg(workspace));
+    auto path = property(workspacePrefix(prefix, workspace) + kLastImage);
     if (!path && workspace != 0)
-        path = property(prefix + QStringLiteral("/workspace0/last-image"));
-    if (path && !path->isEmpty())
-        record.shown = *path;
-    saveWorkspaces();
-    return record.shown;
+        path = property(workspacePrefix(prefix, 0) + kLastImage);
+    if (!path || path->isEmpty())
+        return std::nullopt;
+    return path;
 }
 
-bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
+QImage XfceDesktopPictures::snapshotDesktopPicture(const ScreenInfo& screen)
+{
+    return RootWindowDesktopPictures::rootPixmapPart(screen);
+}
+
+bool XfceDesktopPictures::holdsRecord(const ScreenInfo& screen) const
+{
+    return !screen.outputName.isEmpty() && m_record.contains(screen.outputName);
+}
+
+bool XfceDesktopPictures::rememberDesktop(const ScreenInfo& screen)
+{
+    if (screen.outputName.isEmpty())
+        return false;
+    if (holdsRecord(screen))
+        return true;
+    const QString prefix = monitorPrefix(screen);
+    const auto current = allProperties(prefix);
+    if (!current)
+        return false;
+    QJsonObject monitor;
+    for (int w : workspaces(current->keys(), prefix))
+        monitor.insert(QString::number(w), QJsonObject());
+    for (auto it = current->cbegin(); it != current->cend(); ++it) {
+        static const QRegularExpression setting(QStringLiteral("/workspace(\\d+)/([^/]+)$"));
+        const auto match = setting.match(it.key());
+        const QJsonValue typed = toTyped(it.value());
+        if (!match.hasMatch() || typed.isUndefined())
+            continue;
+        QJsonObject workspace = monitor.value(match.captured(1)).toObject();
+        workspace.insert(match.captured(2), typed);
+        monitor.insert(match.captured(1), workspace);
+    }
+    m_record.insert(screen.outputName, monitor);
+    if (!m_file.save(m_record)) {
+        m_record.remove(screen.outputName);
+        return false;
+    }
+    return true;
+}
+
+PictureRestore XfceDesktopPictures::restoreDesktop(const ScreenInfo& screen)
+{
+    if (!holdsRecord(screen))
+        return PictureRestore::nothingHeld;
+    const QString prefix = monitorPrefix(screen);
+    QJsonObject monitor = m_record.value(screen.outputName).toObject();
+    const QStringList order = monitor.keys();
+    for (const QString& number : order) {
+        const QString base = workspacePrefix(prefix, number.toInt());
+        const auto now = allProperties(base.chopped(1));
+        if (!now)
+            return PictureRestore::failed;
+        const QJsonObject saved = monitor.value(number).toObject();
+        // Settings made since (the style of a workspace that had none, say) go away again.
+        for (auto it = now->cbegin(); it != now->cend(); ++it) {
+            const QString setting = it.key().mid(base.size());
+            if (it.key().startsWith(base) && !setting.contains(u'/') && !saved.contains(setting) &&
+                !resetProperty(it.key()))
+                return PictureRestore::failed;
+        }
+        QStringList settings = saved.keys();
+        std::stable_sort(settings.begin(), settings.end(), [](const QString& a, const QString& b) {
+            return restoreRank(a) < restoreRank(b);
+        });
+        for (const QString& setting : settings) {
+            const auto value = fromTyped(saved.value(setting));
+            if (value && !setProperty(base + setting, *value))
+                return PictureRestore::failed;
+        }
+        // This workspace is back: a crash from here on must not set it again from an older
+        // state, nor lose the workspaces still to come.
+        monitor.remove(number);
+        if (monitor.isEmpty())
+            m_record.remove(screen.outputName);
+        else
+            m_record.insert(screen.outputName, monitor);
+        m_file.save(m_record);
+    }
+    m_record.remove(screen.outputName);
+    m_file.save(m_record);
+    return PictureRestore::restored;
+}
+
+bool XfceDesktopPictures::putBackPicture(const ScreenInfo& screen, const QString& path)
 {
     if (screen.outputName.isEmpty())
         return false;
     const QString prefix = monitorPrefix(screen);
-    const QList<int> all = workspaces(prefix);
-
-    // Putting back the picture the monitor showed when last asked puts back what every workspace
-    // had then, picture and style, as the user left them.
-    if (const auto saved = m_before.constFind(prefix); saved != m_before.constEnd()) {
-        if (saved->shown == path) {
-            const QHash<int, Workspace> before = saved->workspaces;
-            m_before.remove(prefix);
-            saveWorkspaces();
-            bool ok = true;
-            for (int workspace : all) {
-                const Workspace w = before.value(workspace);
-                ok = show(prefix, workspace, w.picture.value_or(path),
-                          w.style ? w.style->toInt() : kStyleZoomed) &&
-                     ok;
-            }
-            return ok;
-        }
+    const auto current = allProperties(prefix);
+    if (!current)
+        return false;
+    for (int workspace : workspaces(current->keys(), prefix)) {
+        const QString base = workspacePrefix(prefix, workspace);
+        if (!setProperty(base + kImageStyle, kStyleZoomed) || !setProperty(base + kLastImage, path))
+            return false;
     }
-
-    bool ok = true;
-    for (int workspace : all)
-        ok = show(prefix, workspace, path, kStyleZoomed) && ok;
-    return ok;
+    return true;
 }
 
-bool XfceDesktopPictures::show(const QString& prefix, int workspace, const QString& path, int style)
+bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
 {
-    const QString base = prefix + QStringLiteral("/workspace%1/").arg(workspace);
-    // The style first, so xfdesktop never shows the new picture in the old style.
-    const bool styled = setProperty(base + QStringLiteral("image-style"), style);
-    return setProperty(base + QStringLiteral("last-image"), path) && styled;
+    if (!holdsRecord(screen))
+        return false;
+    const QString prefix = monitorPrefix(screen);
+    QJsonObject monitor = m_record.value(screen.outputName).toObject();
+    const auto current = allProperties(prefix);
+    if (!current)
+        return false;
+    const QList<int> all = workspaces(current->keys(), prefix);
+    // A workspace added since the record was made is remembered before it changes.
+    bool grown = false;
+    for (int workspace : all) {
+        const QString number = QString::number(workspace);
+        if (monitor.contains(number))
+            continue;
+        const QString base = workspacePrefix(prefix, workspace);
+        QJsonObject saved;
+        for (auto it = current->cbegin(); it != current->cend(); ++it) {
+            const QString setting = it.key().mid(base.size());
+            const QJsonValue typed = toTyped(it.value());
+            if (it.key().startsWith(base) && !setting.contains(u'/') && !typed.isUndefined())
+                saved.insert(setting, typed);
+        }
+        monitor.insert(number, saved);
+        grown = true;
+    }
+    if (grown) {
+        m_record.insert(screen.outputName, monitor);
+        if (!m_file.save(m_record))
+            return false;
+    }
+    for (int workspace : all) {
+        const QString base = workspacePrefix(prefix, workspace);
+        const QJsonObject saved = monitor.value(QString::number(workspace)).toObject();
+        const auto cycling = fromTyped(saved.value(kCycleEnable));
+        if (cycling && cycling->toBool() && !setProperty(base + kCycleEnable, false))
+            return false;
+        // The style first, so xfdesktop never shows the new picture in the old style.
+        if (!setProperty(base + kImageStyle, kStyleZoomed) || !setProperty(base + kLastImage, path))
+            return false;
+    }
+    return true;
 }

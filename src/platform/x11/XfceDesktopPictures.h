@@ -3,46 +3,42 @@
 #pragma once
 
 #include "platform/DesktopPictures.h"
+#include "platform/DesktopRecordFile.h"
 
-#include <QHash>
-#include <QStringList>
+#include <QJsonObject>
 
 class XfceDesktopPictures final : public DesktopPictures {
 public:
-    // What every workspace showed before the first change is also kept in `workspaceFile`, so
-    // that the run after a crash can still give each workspace its own picture and style back.
-    explicit XfceDesktopPictures(QString workspaceFile);
+    // The record of every monitor's workspaces is kept in `recordDir`.
+    explicit XfceDesktopPictures(const QString& recordDir);
 
-    // The picture xfdesktop shows on the monitor now: the current workspace's (or the shared
-    // one in single-workspace mode).
+    // The picture file of the monitor's current workspace (or of the shared one in
+    // single-workspace mode).
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
-    // Sets the picture, zoomed to fill, on every workspace of the monitor, so that switching
-    // workspaces never shows another picture. When the picture is the answer to the last
-    // desktopPicture() question, every workspace gets its own picture and style back instead.
+    // What xfdesktop draws now: it publishes its drawing as the root pixmap.
+    QImage snapshotDesktopPicture(const ScreenInfo& screen) override;
+
+    // Every setting of every workspace of the monitor, with its type: picture, style, colours,
+    // colour style, slideshow; a setting that does not exist is remembered as absent.
+    bool rememberDesktop(const ScreenInfo& screen) override;
+    bool holdsRecord(const ScreenInfo& screen) const override;
+    // Workspace by workspace: settings created since are removed, the others set back to their
+    // type and value; each workspace leaves the record once all of its settings are back.
+    PictureRestore restoreDesktop(const ScreenInfo& screen) override;
+    bool otherDesktopRecordPending() const override { return m_file.othersPending(); }
+
+    // The picture, zoomed to fill, on every workspace of the monitor, with the workspace's
+    // slideshow paused (xfdesktop would otherwise cycle through the program's own folder).
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
-    // xfdesktop keeps a readable path, which is the better original.
-    QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
+    // The picture, zoomed to fill, on every workspace of a monitor no record describes.
+    bool putBackPicture(const ScreenInfo& screen, const QString& path) override;
 
 private:
-    struct Workspace {
-        std::optional<QString> picture;
-        std::optional<QString> style;
-    };
-    struct Monitor {
-        // The answer desktopPicture() gave: the one picture that means "put everything back".
-        // Another workspace's picture may well be one the user chose to show everywhere.
-        std::optional<QString> shown;
-        QHash<int, Workspace> workspaces;
-    };
-
     static QString monitorPrefix(const ScreenInfo& screen);
     // Workspaces 0 … n−1 of the window manager, plus any the settings already name.
-    QList<int> workspaces(const QString& prefix) const;
-    static bool show(const QString& prefix, int workspace, const QString& path, int style);
-    void saveWorkspaces() const;
+    static QList<int> workspaces(const QStringList& propertyNames, const QString& prefix);
 
-    QString m_workspaceFile;
-
-    // Per monitor settings prefix: what it and each of its workspaces showed when last asked.
-    mutable QHash<QString, Monitor> m_before;
+    DesktopRecordFile m_file;
+    // {"<output>": {"<workspace>": {"<setting>": {"t": D-Bus type, "v": value}}}}
+    QJsonObject m_record;
 };

@@ -17,7 +17,7 @@
 ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
     : QWidget(parent), m_color(std::move(color))
 {
-    setAccessibleName(QStringLiteral("Color"));
+    setAccessibleName(tr("Color"));
     m_pad = new SatBriPad(this);
     m_strip = new HueStrip(this);
     connect(m_pad, &SatBriPad::dragged, this,
@@ -37,8 +37,8 @@ ColorPickerPopover::ColorPickerPopover(Binding color, QWidget* parent)
     m_hash->setFont(mono);
     m_field = new QLineEdit(this);
     m_field->setFont(mono);
-    m_field->setPlaceholderText(QStringLiteral("hex"));
-    m_field->setAccessibleName(QStringLiteral("Hex"));
+    m_field->setPlaceholderText(tr("hex"));
+    m_field->setAccessibleName(tr("Hex"));
     // A plain field on a rounded text-background plate that the picker paints behind it.
     m_field->setFrame(false);
     m_field->setFixedHeight(hexFieldHeight);

@@ -12,7 +12,7 @@
 
 HueStrip::HueStrip(QWidget* parent) : QWidget(parent)
 {
-    setAccessibleName(QStringLiteral("Hue"));
+    setAccessibleName(tr("Hue"));
     // Reachable from the keyboard too: Left and Right move by 1 %, with Shift by 10 %.
     setFocusPolicy(Qt::StrongFocus);
     setFixedSize(sizeHint());

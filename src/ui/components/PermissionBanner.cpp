@@ -41,7 +41,7 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
 
 QString PermissionBanner::grantTitle()
 {
-    return QStringLiteral("Grant\u2026");
+    return tr("Grant\u2026");
 }
 
 void PermissionBanner::updateColours()

@@ -12,7 +12,7 @@
 
 SatBriPad::SatBriPad(QWidget* parent) : QWidget(parent)
 {
-    setAccessibleName(QStringLiteral("Saturation and brightness"));
+    setAccessibleName(tr("Saturation and brightness"));
     // Reachable from the keyboard too: arrows move the marker by 1 %, with Shift by 10 %.
     setFocusPolicy(Qt::StrongFocus);
     setFixedSize(sizeHint());

@@ -60,8 +60,8 @@ WallpaperWell::WallpaperWell(const QString& label, const std::optional<QString>&
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 
     m_clear = new QToolButton(this);
-    m_clear->setToolTip(QStringLiteral("Clear"));
-    m_clear->setAccessibleName(QStringLiteral("Clear"));
+    m_clear->setToolTip(tr("Clear"));
+    m_clear->setAccessibleName(tr("Clear"));
     m_clear->setIcon(clearIcon(devicePixelRatioF()));
     m_clear->setIconSize(QSize(clearSize, clearSize));
     m_clear->setFixedSize(clearSize, clearSize);
@@ -103,7 +103,7 @@ QString WallpaperWell::pictureFilter()
         if (!patterns.contains(pattern))
             patterns << pattern;
     }
-    return QStringLiteral("Pictures (%1)").arg(patterns.join(QLatin1Char(' ')));
+    return tr("Pictures (%1)").arg(patterns.join(QLatin1Char(' ')));
 }
 
 std::optional<QString> WallpaperWell::firstDroppedFile(const QMimeData* data)
@@ -118,7 +118,7 @@ std::optional<QString> WallpaperWell::firstDroppedFile(const QMimeData* data)
 
 void WallpaperWell::pick()
 {
-    QFileDialog dialog(this, QStringLiteral("Choose a Picture"));
+    QFileDialog dialog(this, tr("Choose a Picture"));
     dialog.setObjectName(QStringLiteral("pictureChooser"));
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
