@@ -15,7 +15,7 @@ qd_start_desktop
 style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
 set_style() { xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s "$1"; }
 unset_style() { xfconf-query -c xfce4-desktop -p /desktop-icons/style -r 2>/dev/null || true; }
-record() { echo "$XDG_DATA_HOME/Quillet/desktop-icons.json"; }
+record() { echo "$XDG_DATA_HOME/Quillet/icon-style.json"; }
 
 # The launch hides the icons and restarts xfdesktop; the signal gives the user's style back and
 # restarts it again, in a process that does not depend on quillet.
