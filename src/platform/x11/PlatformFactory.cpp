@@ -48,7 +48,7 @@ std::unique_ptr<Platform> createPlatform()
         // xfdesktop draws its own desktop window over the root: its settings are the pictures.
         if (XfceDesktopIcons::isRunning()) {
             parts.name = QStringLiteral("x11-xfce");
-            parts.desktopIcons = std::make_unique<XfceDesktopIcons>(*parts.processes);
+            parts.desktopIcons = std::make_unique<XfceDesktopIcons>();
             parts.desktopPictures =
                 std::make_unique<XfceDesktopPictures>(WallpaperController::supportDir());
         } else {
