@@ -164,7 +164,7 @@ TEST(DesktopIconsModel, picturesWaitUntilTheRestartedDesktopIsReady)
     while (!app.fake.desktopIcons->log.contains(QStringLiteral("restart")))
         app.fake.desktopIcons->answerPending();
     m.setBackground(DesktopBackground::color);
-    EXPECT_EQ(m.wallpaper().mode, DesktopBackground::keep);
+    EXPECT_EQ(m.wallpaper().choice().mode, DesktopBackground::keep);
     app.fake.desktopIcons->answerPending();
-    EXPECT_EQ(m.wallpaper().mode, DesktopBackground::color);
+    EXPECT_EQ(m.wallpaper().choice().mode, DesktopBackground::color);
 }
