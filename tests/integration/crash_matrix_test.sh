@@ -32,6 +32,8 @@ qd_start_desktop
 settings() { xfconf-query -c xfce4-desktop -lv 2>/dev/null | sort; }
 settings_differ_from() { [ "$(settings)" != "$1" ]; }
 desktop_running() { local pid; pid=$(qd_desktop_pid) && [ -n "$pid" ] && qd_running "$pid"; }
+# xfdesktop has drawn its desktop (a restart removes the root pixmap until the new one draws).
+desktop_drawn() { desktop_running && xprop -root _XROOTPMAP_ID | grep -q 'pixmap id'; }
 store_file() { echo "$XDG_CONFIG_HOME/Quillet/defaults.json"; }
 # The stored choices, whatever the layout of the file.
 # Crash records ("wallpaper." keys) are not choices: they go once the desktop is back.
@@ -86,7 +88,7 @@ crash_run() { # ROW MOMENT
   qd_new_home
   # Every run starts from a user with their own icon style (1: minimised application icons).
   xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 1
-  qd_wait_for 15 "a desktop program" desktop_running || qd_fail "no desktop program before the run"
+  qd_wait_for 15 "a drawn desktop" desktop_drawn || qd_fail "no desktop program before the run"
   baseline=$(settings)
   desktop_before=$(qd_desktop_pid)
   qd_write_defaults "{\"pref.restoreOnLaunch\": true, ${CHOICES[$row]}}"
@@ -131,7 +133,7 @@ crash_run() { # ROW MOMENT
   local pid=$quillet_pid
   qd_stop_checked TERM
 
-  qd_check "a desktop program runs afterwards" qd_wait_for 15 "a desktop program" desktop_running
+  qd_check "a desktop program runs afterwards" qd_wait_for 15 "a drawn desktop" desktop_drawn
   qd_wait_for 10 "the settings to come back" _qd_prints "$baseline" settings
   local now
   now=$(settings)
