@@ -28,7 +28,7 @@ hidden_at_launch_then_given_back() { # USER-STYLE ("" for none set)
   desktop_before=$(qd_desktop_pid)
 
   qd_launch_quillet "quillet-hidden-$users"
-  qd_wait_eq 10 "icons hidden after launch" 0 style
+  qd_wait_eq 30 "icons hidden after launch" 0 style
   qd_check_eq "the user's style is recorded with the hide" "{\"style\":${users:-null}}" \
     "$(cat "$(record)" 2>/dev/null)"
   qd_check "xfdesktop restarted with its desktop window after hiding" \
@@ -80,7 +80,7 @@ switched_from_the_window() {
   resting=$((($(date +%s%N) - started) / 1000000))
   "${atspi[@]}" press "$quillet_pid" Hide || qd_fail "no Hide switch to press"
   started=$(date +%s%N)
-  qd_check "the window answers right after Hide" timeout 5 "${atspi[@]}" showing "$quillet_pid" Show
+  qd_check "the window answers right after Hide" timeout 60 "${atspi[@]}" showing "$quillet_pid" Show
   elapsed=$((($(date +%s%N) - started) / 1000000))
   qd_log "figure: a query took ${elapsed} ms right after Hide, ${resting} ms at rest"
   qd_wait_eq 10 "icons hidden by the switch" 0 style

@@ -97,8 +97,8 @@ qd_section "everything applied, then each desktop component killed and restarted
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-faults
-qd_wait_for 20 "icons hidden and the colour shown" settings_differ_from "$baseline"
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_for 45 "icons hidden and the colour shown" settings_differ_from "$baseline"
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 for component in panel xfdesktop xfconfd xfwm4; do
   kill_and_restart "$component"
 done
@@ -109,7 +109,7 @@ qd_section "quit with xfconfd stopped"
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-xfconfd-stopped
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 qd_wait_for 20 "a restarted desktop" desktop_running
 stopped=$(bus_pid org.xfce.Xfconf)
 kill -STOP "$stopped"
@@ -122,7 +122,7 @@ qd_section "quit with xfdesktop gone"
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-xfdesktop-gone
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 qd_wait_for 20 "a restarted desktop" desktop_running
 gone=$(qd_desktop_pid)
 kill -KILL "$gone"
