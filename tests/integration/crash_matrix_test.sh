@@ -96,14 +96,14 @@ crash_run() { # ROW MOMENT
   qd_launch_quillet "crash-$row-$moment"
   case $moment in
     startup)
-      qd_wait_for 20 "the main window" qd_main_window || qd_fail "no main window"
+      qd_wait_for 45 "the main window" qd_main_window || qd_fail "no main window"
       ;;
     change)
-      qd_wait_for 20 "the change" change_applied "$row" "$baseline" "$desktop_before" ||
+      qd_wait_for 45 "the change" change_applied "$row" "$baseline" "$desktop_before" ||
         qd_fail "the change never showed"
       ;;
     quit)
-      qd_wait_for 20 "the change" change_applied "$row" "$baseline" "$desktop_before" ||
+      qd_wait_for 45 "the change" change_applied "$row" "$baseline" "$desktop_before" ||
         qd_fail "the change never showed"
       qd_wait_for 10 "the launch to settle" settled
       applied=$(settings)
@@ -128,7 +128,7 @@ crash_run() { # ROW MOMENT
   "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; open(p,"w").write(json.dumps(d))' "$(store_file)"
   stored=$(stored_choices)
   qd_launch_quillet "relaunch-$row-$moment"
-  qd_wait_for 20 "the main window" qd_main_window || qd_fail "no main window after the relaunch"
+  qd_wait_for 45 "the main window" qd_main_window || qd_fail "no main window after the relaunch"
   qd_wait_for 10 "the relaunch to settle" settled
   local pid=$quillet_pid
   qd_stop_checked TERM
