@@ -16,8 +16,17 @@ qd_start_desktop
 
 style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
 picture() { qd_xfconf_get xfce4-desktop /backdrop/screen0/monitorscreen/workspace0/last-image; }
+# Quillet's viewable override-redirect windows along the top of the screen: its masks.
 masks() {
-  qd_xprobe windows 2>/dev/null | grep " pid=$quillet_pid " | grep ' y=0 ' | grep -vc ' name=Quillet$'
+  "$QD_PYTHON" - "$QD_SUPPORT" "$quillet_pid" <<'PY'
+import sys
+sys.path.insert(0, sys.argv[1])
+import xprobe
+d = xprobe.Display()
+print(sum(1 for w in d.children(d.root)
+          if (a := d.attributes(w)) and a.override_redirect and d.viewable(w) and a.y == 0
+          and d.pid(w) == int(sys.argv[2])))
+PY
 }
 original=$(picture)
 restored() { local s; s=$(style); { [ "$s" = 2 ] || [ -z "$s" ]; } && [ "$(picture)" = "$original" ] && [ "$(masks)" = 0 ]; }

@@ -58,8 +58,9 @@ QuilletApp::~QuilletApp()
 bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
 {
     m_instance = new SingleInstance(this);
-    // Another launch may be starting or ending right now: whichever holds the lock runs.
-    const QDeadlineTimer deadline(10000);
+    // Another launch may be starting, or ending and putting the desktop back (which may restart
+    // the desktop program): whichever holds the lock runs.
+    const QDeadlineTimer deadline(30000);
     while (!m_instance->tryLock()) {
         bool reached = false;
         const SingleInstance::Answer answer =

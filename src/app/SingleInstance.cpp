@@ -4,6 +4,7 @@
 
 #include "AppLogging.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -163,6 +164,9 @@ bool SingleInstance::listen()
                   qUtf8Printable(m_server->errorString()));
         return false;
     }
+    // A Quillet that is putting the desktop back takes no more requests; a launch meanwhile
+    // waits for the lock instead of for an answer that would never come.
+    connect(qApp, &QCoreApplication::aboutToQuit, m_server, &QLocalServer::close);
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket* client = m_server->nextPendingConnection())
             serve(client);
