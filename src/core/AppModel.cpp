@@ -18,7 +18,8 @@ AppModel::AppModel(Dependencies deps)
     : m_platform(deps.platform), m_defaults(deps.defaults), m_scheduler(deps.scheduler),
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
       m_desktopIcons(deps.platform.desktopIcons(),
-                     WallpaperController::supportDir() + QStringLiteral("/desktop-icons.json"))
+                     // Not "desktop-*.json": those are the picture backends' records.
+                     WallpaperController::supportDir() + QStringLiteral("/icon-style.json"))
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
                                                     &m_defaults);

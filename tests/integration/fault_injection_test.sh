@@ -18,8 +18,13 @@ state=$QUILLET_DESKTOP_STATE
 settings() { xfconf-query -c xfce4-desktop -lv 2>/dev/null | sort; }
 settings_differ_from() { [ "$(settings)" != "$1" ]; }
 desktop_running() { local pid; pid=$(qd_desktop_pid) && [ -n "$pid" ] && qd_running "$pid"; }
+# xfdesktop has drawn its desktop (a restart removes the root pixmap until the new one draws).
+desktop_drawn() { desktop_running && xprop -root _XROOTPMAP_ID | grep -q 'pixmap id'; }
 bus_has() { dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
   org.freedesktop.DBus.NameHasOwner "string:$1" 2>/dev/null | grep -q 'boolean true'; }
+# The process that owns a bus name (the bus may have started xfconfd again by itself).
+bus_pid() { dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
+  org.freedesktop.DBus.GetConnectionUnixProcessID "string:$1" 2>/dev/null | sed -n 's/.*uint32 //p'; }
 panel_window() { qd_xprobe windows --type dock 2>/dev/null | grep -q .; }
 wm_present() { qd_xprobe wm >/dev/null 2>&1; }
 quillet_fine() { qd_running "$quillet_pid"; }
@@ -66,7 +71,7 @@ timed_quit() { # LABEL
 }
 
 user_settings_are_back() { # BASELINE
-  qd_check "a desktop program runs" qd_wait_for 15 "a desktop program" desktop_running
+  qd_check "a desktop program runs" qd_wait_for 15 "a desktop program" desktop_drawn
   qd_wait_for 10 "the user's settings" _qd_prints "$1" settings
   local now
   now=$(settings)
@@ -92,8 +97,8 @@ qd_section "everything applied, then each desktop component killed and restarted
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-faults
-qd_wait_for 20 "icons hidden and the colour shown" settings_differ_from "$baseline"
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_for 45 "icons hidden and the colour shown" settings_differ_from "$baseline"
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 for component in panel xfdesktop xfconfd xfwm4; do
   kill_and_restart "$component"
 done
@@ -104,11 +109,12 @@ qd_section "quit with xfconfd stopped"
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-xfconfd-stopped
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 qd_wait_for 20 "a restarted desktop" desktop_running
-kill -STOP "${PIDS[xfconfd]}"
+stopped=$(bus_pid org.xfce.Xfconf)
+kill -STOP "$stopped"
 timed_quit "with xfconfd stopped"
-kill -CONT "${PIDS[xfconfd]}"
+kill -CONT "$stopped"
 relaunch_and_quit quillet-after-xfconfd
 user_settings_are_back "$baseline"
 
@@ -116,7 +122,7 @@ qd_section "quit with xfdesktop gone"
 qd_new_home
 qd_write_defaults "{$everything}"
 qd_launch_quillet quillet-xfdesktop-gone
-qd_wait_eq 20 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 qd_wait_for 20 "a restarted desktop" desktop_running
 gone=$(qd_desktop_pid)
 kill -KILL "$gone"

@@ -13,7 +13,7 @@ namespace {
 struct IconsFixture : ::testing::Test {
     TestDirs dirs;
     FakeDesktopIcons backend;
-    QString record = dirs.dataHome() + QStringLiteral("/Quillet/desktop-icons.json");
+    QString record = dirs.dataHome() + QStringLiteral("/Quillet/icon-style.json");
 };
 
 } // namespace
@@ -95,7 +95,7 @@ TEST_F(IconsFixture, failuresChangeNothingAndLoseNothing)
     EXPECT_FALSE(DesktopIcons(backend, record).didHide());
     EXPECT_FALSE(QFile::exists(record));
     const QStringList aside =
-        QDir(QFileInfo(record).path()).entryList({QStringLiteral("desktop-icons.json.corrupt-*")});
+        QDir(QFileInfo(record).path()).entryList({QStringLiteral("icon-style.json.corrupt-*")});
     EXPECT_EQ(aside.size(), 1);
 }
 

@@ -55,6 +55,10 @@ std::unique_ptr<Platform> createPlatform()
         } else {
             parts.desktopPictures =
                 std::make_unique<RootWindowDesktopPictures>(WallpaperController::supportDir());
+            // The icon style lives in xfconf: it can be given back while xfdesktop is away (in
+            // the middle of a restart, say), and the next xfdesktop reads it.
+            if (XfceDesktopIcons::settingsReachable())
+                parts.desktopIcons = std::make_unique<XfceDesktopIcons>();
         }
     }
     auto platform = std::make_unique<Platform>(std::move(parts));

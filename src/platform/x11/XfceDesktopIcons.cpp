@@ -209,6 +209,12 @@ bool XfceDesktopIcons::isRunning()
     return bus && bus->isServiceRegistered(kXfdesktopBusName).value();
 }
 
+bool XfceDesktopIcons::settingsReachable()
+{
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    return bus && bus->isServiceRegistered(kXfconfService).value();
+}
+
 void XfceDesktopIcons::readStyle(std::function<void(ReadResult)> done)
 {
     callXfconf(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},

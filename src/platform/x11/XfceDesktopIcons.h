@@ -15,6 +15,8 @@ public:
 
     // True when xfdesktop runs on this session bus.
     static bool isRunning();
+    // True when the xfconf daemon that keeps xfdesktop's settings runs on this session bus.
+    static bool settingsReachable();
 
     Style hiddenStyle() const override { return 0; }
     Style shownStyle() const override { return 2; }
