@@ -2,7 +2,6 @@
 // through which the window, the tray menu and the shell change the screen.
 #pragma once
 
-#include "BarReflow.h"
 #include "DesktopBackground.h"
 #include "DesktopIcons.h"
 #include "DisplayController.h"
@@ -14,7 +13,6 @@
 #include "RgbColor.h"
 #include "WallpaperController.h"
 #include "WindowArrangement.h"
-#include "platform/PanelScan.h"
 #include "platform/PermissionGap.h"
 
 #include <QHash>
@@ -166,16 +164,9 @@ private:
 
     void pushWallpaper();
     void pollForAccessibility();
-    // `rescan`: a panel scan follows, whose result rebuilds the tiles when the panel changed.
-    void recomputeBarTiles(bool rescan = true);
+    void recomputeBarTiles();
     void scheduleBarRecapture();
-    void startPanelScan();
-    void panelScanned(const PanelSnapshot& snapshot);
-    void panelChanged();
-    void reselectHiddenItems();
-    // The panel at the top of the screen and its rectangle (global bottom-left points); none
-    // on a monitor without a top panel.
-    std::optional<BarReflow::Bar> barOn(const ScreenInfo& screen, QRectF* rect) const;
+    void intersectSelectionWithItems();
     const ManagedWindow* selectedWindow() const;
     std::optional<QString> defaultPicture(const QString& fileName) const;
 
@@ -215,11 +206,6 @@ private:
     bool m_canControlWindows = false;
     QString m_desktopNotice;
     QHash<quint32, QImage> m_frameCache;
-    // What the last panel scan saw, global bottom-left points.
-    QList<QRectF> m_topPanels;
-    QList<QRectF> m_emptyStretches;
-    // The next scan result empties the capture cache and rebuilds the tiles.
-    bool m_scanClearsCache = false;
     std::shared_ptr<ScheduledTask> m_barRecaptureWork;
     int m_accessibilityPollCount = 0;
     std::shared_ptr<ScheduledTask> m_accessibilityPoll;

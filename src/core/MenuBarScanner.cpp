@@ -7,7 +7,6 @@
 #include <QHash>
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <optional>
 
 namespace {
@@ -19,40 +18,26 @@ constexpr double maxNamingDistance = 16.0;
 constexpr double minClockWidth = 80.0;
 
 // The primary monitor is the one whose bottom-left frame origin is (0, 0).
-std::optional<QRectF> primaryFrame(const QList<ScreenInfo>& screens)
+std::optional<QRectF> primaryFrame(const Platform& platform)
 {
-    for (const ScreenInfo& screen : screens) {
+    for (const ScreenInfo& screen : platform.screens().screens()) {
         if (screen.frame.x() == 0.0 && screen.frame.y() == 0.0)
             return screen.frame;
     }
     return std::nullopt;
 }
 
-// A panel window at the top edge that holds tray icons.
-bool holdsTrayIcons(const WindowListEntry& panel, const QList<WindowListEntry>& windows)
+std::optional<double> primaryDisplayHeight(const Platform& platform)
 {
-    return std::any_of(windows.begin(), windows.end(), [&](const WindowListEntry& w) {
-        return w.layer == WindowLayer::trayIcon && panel.bounds.contains(w.bounds.center());
-    });
+    if (const auto frame = primaryFrame(platform))
+        return frame->height();
+    return std::nullopt;
 }
 
-bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidth,
-                     const QList<WindowListEntry>& windows)
+bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidth)
 {
     if (!MenuBarScanner::menuBarLayers.contains(entry.layer))
         return false;
-    // A panel that holds the tray is the bar itself, however short it is.
-    if (entry.layer == WindowLayer::panel && holdsTrayIcons(entry, windows))
-        return false;
-    // A tray icon keeps its own extents; the panel around it decides whether it stands in the
-    // bar, so icons of a panel of any height count.
-    if (entry.layer == WindowLayer::trayIcon) {
-        for (const WindowListEntry& panel : windows) {
-            if (panel.layer == WindowLayer::panel && panel.bounds.top() <= maxTopEdge &&
-                panel.bounds.contains(entry.bounds.center()))
-                return !maxWidth || entry.bounds.width() <= *maxWidth;
-        }
-    }
     const QRectF& r = entry.bounds;
     if (r.top() > maxTopEdge || r.height() > maxItemHeight)
         return false;
@@ -83,26 +68,13 @@ void numberDuplicates(QList<MenuBarItem>& items)
     QHash<QString, int> counts;
     for (const MenuBarItem& item : std::as_const(items))
         ++counts[item.label];
-    // Items that share a label are numbered in the order their processes started (process ids
-    // grow with it), so that a stored "YAD 2" keeps meaning the same icon when the icons dock
-    // again in another order; items of one process, or of unknown ones, left to right.
-    QList<qsizetype> order;
-    for (qsizetype i = 0; i < items.size(); ++i)
-        order.append(i);
-    const auto key = [&](qsizetype i) {
-        return items[i].pid > 0 ? items[i].pid : std::numeric_limits<qint64>::max();
-    };
-    std::stable_sort(order.begin(), order.end(),
-                     [&](qsizetype a, qsizetype b) { return key(a) < key(b); });
     QHash<QString, int> seen;
-    QHash<qsizetype, int> numbers;
-    for (const qsizetype i : std::as_const(order)) {
-        if (counts.value(items[i].label) >= 2)
-            numbers.insert(i, ++seen[items[i].label]);
-    }
-    for (auto it = numbers.constBegin(); it != numbers.constEnd(); ++it) {
+    for (MenuBarItem& item : items) {
+        if (counts.value(item.label) < 2)
+            continue;
+        const int number = ++seen[item.label];
         // Appended, not formatted: a label may itself hold a marker such as "%1".
-        items[it.key()].label += QLatin1Char(' ') + QString::number(it.value());
+        item.label += QLatin1Char(' ') + QString::number(number);
     }
 }
 
@@ -112,30 +84,23 @@ namespace MenuBarScanner {
 
 QList<MenuBarItem> currentItems(const Platform& platform)
 {
-    const QList<NamedExtra> named = MenuBarNamer::named(platform);
-    return itemsFrom(platform.screens().screens(), platform.windowList().onScreenWindows(), named);
-}
-
-QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
-                             const QList<WindowListEntry>& windows, const QList<NamedExtra>& named)
-{
-    const std::optional<QRectF> primary = primaryFrame(screens);
-    if (!primary)
+    const std::optional<double> screenHeight = primaryDisplayHeight(platform);
+    if (!screenHeight)
         return {};
-    const double screenHeight = primary->height();
-    const std::optional<double> maxWidth = maxWidthFraction * primary->width();
+    std::optional<double> maxWidth;
+    if (const auto frame = primaryFrame(platform))
+        maxWidth = maxWidthFraction * frame->width();
 
     QList<MenuBarItem> items;
-    for (const WindowListEntry& entry : windows) {
-        if (!isMenuBarWindow(entry, maxWidth, windows))
+    for (const WindowListEntry& entry : platform.windowList().onScreenWindows()) {
+        if (!isMenuBarWindow(entry, maxWidth))
             continue;
         MenuBarItem item;
         item.id = entry.number;
         item.owner = entry.ownerName.value_or(QStringLiteral("Unknown"));
         const QRectF& r = entry.bounds;
-        item.cocoaRect = QRectF(r.left(), screenHeight - r.bottom(), r.width(), r.height());
+        item.cocoaRect = QRectF(r.left(), *screenHeight - r.bottom(), r.width(), r.height());
         item.label = item.owner;
-        item.pid = entry.ownerPid;
         items.append(item);
     }
     // Items at the same x keep the window list's front-to-back order.
@@ -143,6 +108,7 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
         return a.cocoaRect.x() < b.cocoaRect.x();
     });
 
+    const QList<NamedExtra> named = MenuBarNamer::named(platform);
     if (!named.isEmpty() && !items.isEmpty())
         nameByNearestEntry(items, named);
 

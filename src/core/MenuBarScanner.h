@@ -2,9 +2,6 @@
 #pragma once
 
 #include "MenuBarItem.h"
-#include "MenuBarNamer.h"
-#include "platform/Screens.h"
-#include "platform/WindowList.h"
 
 #include <QList>
 #include <QSet>
@@ -17,7 +14,4 @@ inline const QSet<int> menuBarLayers = {24, 25};
 
 // Asks the platform afresh on every call; empty when nothing can be found.
 QList<MenuBarItem> currentItems(const Platform& platform);
-// The items among windows and names already read from the platform (by a panel scan).
-QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
-                             const QList<WindowListEntry>& windows, const QList<NamedExtra>& named);
 } // namespace MenuBarScanner

@@ -31,13 +31,6 @@ void OverlayController::setBarTiles(const QList<MaskTile>& tiles)
     rebuildMenuBar();
 }
 
-void OverlayController::setMenuBarHiddenAndTiles(bool hidden, const QList<MaskTile>& tiles)
-{
-    m_menuBarHidden = hidden;
-    m_barTiles = tiles;
-    rebuildMenuBar();
-}
-
 void OverlayController::clearMenuBarWindows()
 {
     if (m_presenter)
@@ -46,10 +39,8 @@ void OverlayController::clearMenuBarWindows()
 
 void OverlayController::rebuildMenuBar()
 {
-    if (!m_menuBarHidden || m_barTiles.isEmpty() || !m_presenter) {
-        clearMenuBarWindows();
+    clearMenuBarWindows();
+    if (!m_menuBarHidden || m_barTiles.isEmpty() || !m_presenter)
         return;
-    }
-    // The presenter takes the old windows down only once the new ones show.
     m_presenter->showMasks(m_barTiles, m_fallbackColor);
 }

@@ -14,8 +14,7 @@ public:
     void showMasks(const QList<MaskTile>& tiles, const RgbColor& fallbackColor) override
     {
         ++builds;
-        // New masks replace the ones shown.
-        shown = tiles;
+        shown += tiles;
         fill = fallbackColor;
     }
     void clearMasks() override

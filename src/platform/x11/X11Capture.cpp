@@ -6,7 +6,6 @@
 #include "X11Probes.h"
 #include "X11RandR.h"
 #include "X11Replies.h"
-#include "X11WindowFacts.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,15 +14,11 @@
 #include <memory>
 #include <sys/ipc.h>
 #include <sys/shm.h>
-#include <xcb/composite.h>
 #include <xcb/shm.h>
 
 namespace {
 
 using X11::Reply;
-
-// The rows captured below the top edge when no panel reaches further.
-constexpr int minStripRows = 128;
 
 // The root window's pixels are 32 bits, little-endian, red in the third byte: the layout of
 // QImage::Format_RGB32. Every X server for a desktop today uses it at depth 24 or 32.
@@ -109,94 +104,10 @@ QRect X11Capture::monitorRect(quint32 output)
 
 QImage X11Capture::captureDisplay(quint32 displayId)
 {
-    const QRect monitor = monitorRect(displayId);
-    if (monitor.isEmpty() || !m_connection)
+    const QRect rect = monitorRect(displayId);
+    if (rect.isEmpty())
         return {};
-    const QList<std::pair<xcb_window_t, QRect>> panels = topPanels(monitor);
-    // Only the panel strip is ever read.
-    int rows = minStripRows;
-    for (const auto& panel : panels)
-        rows = std::max(rows, panel.second.bottom() + 1 - monitor.top());
-    const QRect stripRect(monitor.topLeft(),
-                          QSize(monitor.width(), std::min(rows, monitor.height())));
-
-    xcb_connection_t* c = m_connection;
-    if (!m_redirected) {
-        // From now on every window at the top level, the panels included, also keeps its
-        // contents in a pixmap of its own, which windows above it (the masks) are not part of.
-        // The first capture of a run happens with no mask up, so the pixmaps start clean.
-        const xcb_query_extension_reply_t* composite = xcb_get_extension_data(c, &xcb_composite_id);
-        if (composite && composite->present) {
-            Reply<xcb_composite_query_version_reply_t> version(xcb_composite_query_version_reply(
-                c, xcb_composite_query_version(c, 0, 2), nullptr));
-            if (version && version->minor_version >= 2)
-                m_redirected = !Reply<xcb_generic_error_t>(xcb_request_check(
-                    c, xcb_composite_redirect_subwindows_checked(
-                           c, X11::rootWindow(), XCB_COMPOSITE_REDIRECT_AUTOMATIC)));
-        }
-    }
-    QImage strip = captureRootRect(stripRect);
-    if (strip.isNull() || !m_redirected)
-        return strip;
-    // Detached from the reused buffers: the panels are painted into it.
-    strip = strip.copy();
-    for (const auto& [window, rect] : panels)
-        paintPanel(strip, stripRect, window, rect);
-    return strip;
-}
-
-QList<std::pair<xcb_window_t, QRect>> X11Capture::topPanels(const QRect& monitor) const
-{
-    QList<std::pair<xcb_window_t, QRect>> panels;
-    // The scans' own connection: waiting on it ends as soon as the reply is there.
-    xcb_connection_t* c = X11::scanConnection();
-    const auto deadline = QDeadlineTimer(std::chrono::milliseconds(250));
-    const Reply<xcb_get_property_reply_t> list = X11::reply<xcb_get_property_reply_t>(
-        c, X11::requestProperty(c, X11::rootWindow(), X11::atom("_NET_CLIENT_LIST")), deadline);
-    QList<xcb_window_t> windows;
-    for (const quint32 w : X11::cardinals(list.get()))
-        windows.append(w);
-    for (const X11::WindowFacts& f : X11::windowFacts(c, X11::rootWindow(), windows, deadline)) {
-        if (!f.valid || !f.viewable ||
-            !f.windowTypes.contains(X11::atom("_NET_WM_WINDOW_TYPE_DOCK")))
-            continue;
-        if (f.rootRect.top() == monitor.top() && f.rootRect.intersects(monitor) &&
-            f.rootRect.width() > f.rootRect.height())
-            panels.append({f.window, f.rootRect});
-    }
-    return panels;
-}
-
-void X11Capture::paintPanel(QImage& strip, const QRect& stripRect, xcb_window_t panel,
-                            const QRect& rect)
-{
-    xcb_connection_t* c = m_connection;
-    const QRect area = rect & stripRect;
-    if (area.isEmpty())
-        return;
-    const xcb_pixmap_t pixmap = xcb_generate_id(c);
-    if (Reply<xcb_generic_error_t>(
-            xcb_request_check(c, xcb_composite_name_window_pixmap_checked(c, panel, pixmap))))
-        return;
-    // The panel's pixmap has the panel's depth; at 24 and 32 bits its pixels are laid out as
-    // the root's.
-    Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
-        c,
-        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, std::int16_t(area.x() - rect.x()),
-                      std::int16_t(area.y() - rect.y()), std::uint16_t(area.width()),
-                      std::uint16_t(area.height()), ~0u),
-        nullptr));
-    xcb_free_pixmap(c, pixmap);
-    if (!reply || (reply->depth != 24 && reply->depth != 32))
-        return;
-    QImage contents(area.size(), QImage::Format_RGB32);
-    if (!copyOpaque(xcb_get_image_data(reply.get()),
-                    std::size_t(xcb_get_image_data_length(reply.get())), contents))
-        return;
-    const QPoint at = area.topLeft() - stripRect.topLeft();
-    for (int y = 0; y < contents.height(); ++y)
-        std::memcpy(strip.scanLine(at.y() + y) + std::size_t(at.x()) * 4, contents.constScanLine(y),
-                    std::size_t(contents.width()) * 4);
+    return captureRootRect(rect);
 }
 
 QImage X11Capture::captureRootRect(const QRect& requested)

@@ -9,7 +9,6 @@
 #include <QRect>
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 #include <xcb/xcb.h>
 
 class X11Capture final : public ScreenCapture {
@@ -22,10 +21,7 @@ public:
     bool canCaptureScreen() const override;
     // X11 has no permission prompt: access is whatever the server allows now.
     bool requestCaptureAccess() override;
-    // The top strip of the monitor down to its lowest top panel (at least 128 rows), with each
-    // top panel read from its own contents, so that the masks over it do not show.
     QImage captureDisplay(quint32 displayId) override;
-    bool capturesBelowOwnWindows() const override { return m_redirected; }
 
     // A rectangle of the root window (device pixels) as an opaque RGB32 image, row 0 at the
     // top; null when the server refuses or the pixel layout is not 32-bit true colour.
@@ -36,9 +32,6 @@ public:
     bool usesSharedMemory() const { return m_shmUsable; }
 
 private:
-    // Dock windows whose top edge is the monitor's, root coordinates.
-    QList<std::pair<xcb_window_t, QRect>> topPanels(const QRect& monitor) const;
-    void paintPanel(QImage& strip, const QRect& stripRect, xcb_window_t panel, const QRect& rect);
     QImage filled(const std::uint8_t* data, std::size_t length, QSize size);
     bool ensureSegment(std::size_t bytes);
     void releaseSegment();
@@ -49,8 +42,6 @@ private:
     int m_shmId = -1;
     void* m_shmAddress = nullptr;
     std::size_t m_shmSize = 0;
-    // The root's children keep their contents in pixmaps of their own (Composite, automatic).
-    bool m_redirected = false;
     // Earlier captures, written over once the caller has let go of them.
     QList<QImage> m_buffers;
 };

@@ -36,14 +36,7 @@ TrayIcon drawnByThePanel(const StatusIcon& s)
 
 QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest)
 {
-    return scan(c, true, withTexts, perRequest).icons;
-}
-
-TrayScan scan(xcb_connection_t* c, bool drawnByPanel, bool withTexts,
-              std::chrono::milliseconds perRequest)
-{
-    TrayScan result;
-    QList<TrayIcon>& icons = result.icons;
+    QList<TrayIcon> icons;
     QList<QByteArray> accessibleRoots;
     // The notification area: its plug, else the span of its icons.
     QRect trayArea;
@@ -94,8 +87,6 @@ TrayScan scan(xcb_connection_t* c, bool drawnByPanel, bool withTexts,
         }
     }
 
-    if (!drawnByPanel)
-        return result;
     const QDeadlineTimer statusDeadline(4 * perRequest);
     for (const StatusIcon& s :
          PanelStatusItems::find(accessibleRoots, withTexts, perRequest, statusDeadline)) {
@@ -107,12 +98,10 @@ TrayScan scan(xcb_connection_t* c, bool drawnByPanel, bool withTexts,
 
     if (trayArea.isEmpty())
         trayArea = iconSpan;
-    const PanelStatusItems::PanelLayout layout =
-        PanelStatusItems::panelLayout(trayArea, perRequest, QDeadlineTimer(4 * perRequest));
-    for (const StatusIcon& s : layout.extras)
+    for (const StatusIcon& s :
+         PanelStatusItems::panelExtras(trayArea, perRequest, QDeadlineTimer(4 * perRequest)))
         icons.append(drawnByThePanel(s));
-    result.emptyStretches = layout.emptyStretches;
-    return result;
+    return icons;
 }
 
 } // namespace X11TrayIcons
