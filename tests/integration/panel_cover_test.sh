@@ -152,9 +152,8 @@ else
   mask2=$(grep '^mask' <<<"$masks" | grep " x=$sx " | head -n 1)
   qd_check_eq "the second monitor's mask spans its top with the 24-pixel fallback height" \
     "$sx $sy $sw 24" "$(rect "$mask2")"
-  shoot two
-  qd_check_eq "every row of the second monitor's top strip is one colour" 0 \
-    "$(off_row "$two" "${sw}x24+$sx+$sy")"
+  # The picture under it has no tinted strip any more (a monitor without a top panel has no
+  # bar); that this monitor still gets a mask at all is the next thing to change.
   qd_driver_quit
 fi
 
