@@ -125,6 +125,27 @@ bool setScreenSize(xcb_connection_t* c, QSize size)
     return error == nullptr;
 }
 
+// An output that shows a mode, with the replies that describe it.
+struct LitOutput {
+    Resources resources;
+    OutputInfo output;
+    CrtcInfo crtc;
+};
+
+std::optional<LitOutput> litOutput(xcb_connection_t* c, quint32 display)
+{
+    LitOutput lit{screenResources(c), {}, {}};
+    if (!lit.resources)
+        return std::nullopt;
+    lit.output = outputInfo(c, display, lit.resources->config_timestamp);
+    if (!lit.output || lit.output->crtc == XCB_NONE)
+        return std::nullopt;
+    lit.crtc = crtcInfo(c, lit.output->crtc, lit.resources->config_timestamp);
+    if (!lit.crtc || lit.crtc->mode == XCB_NONE)
+        return std::nullopt;
+    return lit;
+}
+
 } // namespace
 
 QList<quint32> X11DisplayModes::onlineDisplays() const
@@ -168,15 +189,11 @@ std::optional<PlatformDisplayMode> X11DisplayModes::currentMode(quint32 display)
     xcb_connection_t* c = X11::connection();
     if (!c)
         return std::nullopt;
-    const Resources res = screenResources(c);
-    if (!res)
+    const std::optional<LitOutput> lit = litOutput(c, display);
+    if (!lit)
         return std::nullopt;
-    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
-    if (!output || output->crtc == XCB_NONE)
-        return std::nullopt;
-    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
-    if (!crtc || crtc->mode == XCB_NONE)
-        return std::nullopt;
+    const Resources& res = lit->resources;
+    const CrtcInfo& crtc = lit->crtc;
     const xcb_randr_mode_info_t* mode = findMode(res.get(), crtc->mode);
     if (!mode)
         return std::nullopt;
@@ -210,15 +227,11 @@ std::optional<DisplayPlacement> X11DisplayModes::placement(quint32 display) cons
     xcb_connection_t* c = X11::connection();
     if (!c)
         return std::nullopt;
-    const Resources res = screenResources(c);
-    if (!res)
+    const std::optional<LitOutput> lit = litOutput(c, display);
+    if (!lit)
         return std::nullopt;
-    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
-    if (!output || output->crtc == XCB_NONE)
-        return std::nullopt;
-    const CrtcInfo crtc = crtcInfo(c, output->crtc, res->config_timestamp);
-    if (!crtc || crtc->mode == XCB_NONE)
-        return std::nullopt;
+    const OutputInfo& output = lit->output;
+    const CrtcInfo& crtc = lit->crtc;
     DisplayPlacement result;
     result.connector = QString::fromUtf8(
         reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())),
