@@ -702,6 +702,10 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
         // An integer setting is not a string; a missing one is nothing.
         EXPECT_EQ(XSettings::stringSetting(blob, "Net/DoubleClickTime"), std::nullopt);
         EXPECT_EQ(XSettings::stringSetting(blob, "Net/IconThemeName"), std::nullopt);
+        // The window-scaling factor and the DPI are integers, read in the blob's byte order.
+        EXPECT_EQ(XSettings::intSetting(blob, "Net/DoubleClickTime"), 400);
+        EXPECT_EQ(XSettings::intSetting(blob, "Net/ThemeName"), std::nullopt);
+        EXPECT_EQ(XSettings::intSetting(blob, "Gdk/WindowScalingFactor"), std::nullopt);
         // Cut anywhere inside the last setting, the blob gives nothing rather than garbage.
         for (qsizetype cut = blob.size() - 1; cut > blob.size() - 20; --cut)
             EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
