@@ -587,6 +587,7 @@ TEST_F(PanelFixture, grantTellsWhatIsMissingWhenAskingDidNotHelp)
 TEST_F(PanelFixture, aWaylandSessionSaysSoAndWhichFeaturesNeedX11)
 {
     // On X11 there is no session banner, and tiles fill the strip.
+    makeModel();
     {
         ContentView view(*model);
         EXPECT_TRUE(view.sessionBanner()->isHidden());
