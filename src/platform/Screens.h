@@ -2,8 +2,8 @@
 #pragma once
 
 #include <QList>
-#include <QRect>
 #include <QObject>
+#include <QRect>
 #include <QRectF>
 #include <QString>
 #include <optional>

@@ -8,8 +8,8 @@
 #include <QRect>
 #include <QTimer>
 #include <functional>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class MaskWindow;

@@ -178,10 +178,7 @@ public:
     bool canControlWindows() const override { return trusted; }
     // Why control is missing, when a test names it (a Wayland session, say).
     std::optional<PermissionGap> gap;
-    PermissionGap controlGap() const override
-    {
-        return gap ? *gap : WindowControl::controlGap();
-    }
+    PermissionGap controlGap() const override { return gap ? *gap : WindowControl::controlGap(); }
     void requestWindowControl() override { ++prompts; }
     QList<ClientWindow> windows() const override
     {

@@ -603,7 +603,8 @@ TEST_F(PanelFixture, aWaylandSessionSaysSoAndWhichFeaturesNeedX11)
     EXPECT_FALSE(view.sessionBanner()->isHidden());
     EXPECT_EQ(view.sessionBanner()->accessibleName(), QStringLiteral("This is a Wayland session"));
     const QString explanation = view.sessionBanner()->accessibleDescription();
-    for (const char* feature : {"resolution", "windows", "desktop icons", "desktop picture", "panel"})
+    for (const char* feature :
+         {"resolution", "windows", "desktop icons", "desktop picture", "panel"})
         EXPECT_TRUE(explanation.contains(QLatin1String(feature))) << feature;
     EXPECT_TRUE(explanation.contains(QStringLiteral("X11 (Xorg) session")));
     // The banner comes first, above the Resolution card, whose empty strip says why.

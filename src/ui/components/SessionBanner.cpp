@@ -95,8 +95,8 @@ QString SessionBanner::noModesText(PermissionGap gap)
 void SessionBanner::updateColours()
 {
     const int size = QFontMetrics(Look::callout()).height();
-    m_symbol->setPixmap(Look::symbol(QStringLiteral("lock.shield"), size,
-                                     Look::orange(), devicePixelRatioF()));
+    m_symbol->setPixmap(
+        Look::symbol(QStringLiteral("lock.shield"), size, Look::orange(), devicePixelRatioF()));
     m_symbol->setFixedSize(size, size);
     QPalette labelPalette = m_explanation->palette();
     labelPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
