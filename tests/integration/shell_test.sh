@@ -40,17 +40,7 @@ qd_stop_checked 0
 icon_style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
 xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 2
 hidden_icons='"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true'
-# Closes the main window as a user does: Alt+F4 on the focused window, and when that did not
-# reach it (xfdesktop restarting after the icons change may hold the focus for a moment) the
-# taskbar's "Close", which asks the window manager.
-close_main_window() {
-  timeout 5 xdotool windowactivate --sync "$window" 2>/dev/null
-  [ "$(xdotool getactivewindow 2>/dev/null)" = "$window" ] && xdotool key --clearmodifiers alt+F4
-  qd_wait_for 8 "the main window to close" no_main_window && return 0
-  qd_log "Alt+F4 did not close the main window; closing it as the taskbar does"
-  qd_xprobe close "$window"
-  qd_wait_for 20 "the main window to close" no_main_window || qd_fail "main window did not close"
-}
+close_main_window() { qd_close_main_window "$window" || qd_fail "main window did not close"; }
 
 qd_section "with the tray icon, closing the window keeps Quillet running; a second launch reopens it"
 qd_new_home
