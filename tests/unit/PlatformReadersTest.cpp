@@ -4,6 +4,7 @@
 #include "TestDirs.h"
 #include "platform/AppearanceRule.h"
 #include "platform/DesktopEntryNames.h"
+#include "platform/x11/X11Connection.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 #include "platform/x11/XSettings.h"
@@ -176,4 +177,17 @@ TEST(DesktopEntryNames, findsTheEntryByIdClassOrStartupClass)
     EXPECT_EQ(names.name("", "mail", "Mail"), std::nullopt);
     EXPECT_EQ(names.name("", "", ""), std::nullopt);
     EXPECT_EQ(names.name("../system/applications/gimp", "", ""), std::nullopt);
+}
+
+TEST(DesktopScale, gdkScaleWinsThenTheDesktopsSettingThenOne)
+{
+    const QByteArray blob = settingsBlob(false);
+    // GDK_SCALE, as GTK reads it, overrides the desktop's setting.
+    EXPECT_EQ(X11::desktopScaleFrom("2", blob), 2);
+    EXPECT_EQ(X11::desktopScaleFrom(" 3\n", {}), 3);
+    // Not a whole number of at least 1: the desktop's own setting, else 1.
+    EXPECT_EQ(X11::desktopScaleFrom("0", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("1.5", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("", {}), 1);
 }

@@ -50,8 +50,8 @@ int desktopScaleFrom(const QByteArray& gdkScale, const QByteArray& settingsBlob)
 {
     bool ok = false;
     const int forced = gdkScale.trimmed().toInt(&ok);
-    if (ok)
-        return forced >= 1 ? forced : 1;
+    if (ok && forced >= 1)
+        return forced;
     const std::optional<qint32> factor =
         XSettings::intSetting(settingsBlob, "Gdk/WindowScalingFactor");
     return factor && *factor >= 1 ? int(*factor) : 1;
