@@ -192,13 +192,16 @@ qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing 
   qd_fail "the main window is not on the accessibility bus"
 qd_check "the window says this is a Wayland session" \
   qd_wait_for 10 "the session banner" "${atspi[@]}" showing "$quillet_pid" "This is a Wayland session"
-labels() { "${atspi[@]}" names "$quillet_pid" label; }
-qd_check "the empty Resolution card says why" eval 'labels | grep -q "Wayland session does not let Quillet switch"'
+# The names are read whole before grep looks at them: a grep that stops at the first match
+# would end the reader early, and pipefail would count that as a failure.
+labels() { local names; names=$("${atspi[@]}" names "$quillet_pid" label) && printf '%s\n' "$names"; }
+has_label() { grep -q -- "$1" <<<"$(labels)"; }
+qd_check "the empty Resolution card says why" has_label "Wayland session does not let Quillet switch"
 qd_check "the features that need an X11 session are named" \
-  eval 'labels | grep -q "Switching the resolution, moving other apps. windows, hiding the desktop icons, changing the desktop picture and covering the panel all need an X11 session"'
+  has_label "Switching the resolution, moving other apps. windows, hiding the desktop icons, changing the desktop picture and covering the panel all need an X11 session"
 press "Grant…" "push button"
 qd_check "Grant… explains the Wayland session" \
-  qd_wait_for 20 "the advice" eval 'labels | grep -q "This is a Wayland session, where Quillet cannot"'
+  qd_wait_for 20 "the advice" has_label "This is a Wayland session, where Quillet cannot"
 qd_stop_checked
 
 qd_section "Grant… on a display without a window manager says what is missing, then notices one"
@@ -213,7 +216,7 @@ qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing 
 qd_wait_for 20 "the window card's Grant… button" "${atspi[@]}" showing "$quillet_pid" "Grant…" "push button" ||
   qd_fail "no Grant… button without a window manager"
 press "Grant…" "push button"
-advice() { labels | grep -m1 'No window manager that follows the EWMH conventions'; }
+advice() { grep -m1 'No window manager that follows the EWMH conventions' <<<"$(labels)"; }
 qd_check "Grant… says that no EWMH window manager runs and what to do" qd_wait_for 20 "the advice" advice
 qd_log "advice: $(advice)"
 # The poll that Grant… started notices a window manager that starts within its 30 seconds.
