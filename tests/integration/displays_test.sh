@@ -83,7 +83,7 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_section "two monitors at Qt's ratio 2 alone (as from a 192-dpi font setting): frames in pixels"
   drv_start qt_scaled QT_SCALE_FACTOR=2
   qd_check_eq "frames and modes as xrandr has them, the strut whole" \
-    "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1;mode 1920x1080 current 1920x1080" \
+    "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1;mode 3840x2160 current 1920x1080" \
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
   qd_driver_quit
   QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
