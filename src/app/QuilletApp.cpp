@@ -85,6 +85,9 @@ bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
 void QuilletApp::start(bool showWindow)
 {
     m_masks = std::make_unique<MaskWindowPresenter>();
+    m_masks->setPlacement([](const QRectF& bottomLeft) {
+        return Platform::shared().screens().windowGeometry(bottomLeft);
+    });
     AppModel::shared().overlays().setPresenter(m_masks.get());
     m_mainWindow = std::make_unique<MainWindow>(AppModel::shared(), Preferences::shared());
     // The desktop hints go on every native window the main window gets.

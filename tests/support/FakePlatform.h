@@ -176,6 +176,9 @@ public:
     QStringList log;
 
     bool canControlWindows() const override { return trusted; }
+    // Why control is missing, when a test names it (a Wayland session, say).
+    std::optional<PermissionGap> gap;
+    PermissionGap controlGap() const override { return gap ? *gap : WindowControl::controlGap(); }
     void requestWindowControl() override { ++prompts; }
     QList<ClientWindow> windows() const override
     {
