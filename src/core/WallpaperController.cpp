@@ -176,17 +176,16 @@ void WallpaperController::apply()
         putBack();
         return;
     }
-    // No monitor changes before the desktop's own record of it is on disk. That record comes
-    // before the picture record: a crash between the two must not leave a picture record
-    // alone, whose restore would put one picture on every workspace of an unchanged desktop.
+    captureOriginalsIfNeeded();
+    m_applied = true;
+
+    // No monitor changes before the desktop's own record of it is on disk.
     DesktopPictures& pictures = m_platform.desktopPictures();
     QList<ScreenInfo> screens;
     for (const ScreenInfo& screen : m_platform.screens().screens()) {
         if (pictures.rememberDesktop(screen))
             screens.append(screen);
     }
-    captureOriginalsIfNeeded();
-    m_applied = true;
     if (!m_barTintActive) {
         const std::optional<QString> target = targetURL();
         if (!target)
