@@ -12,8 +12,6 @@
 
 namespace {
 constexpr int kPadding = 10;
-constexpr double kCornerRadius = 8.0;
-constexpr double kFillOpacity = 0.12;
 
 // Every feature acts on the X11 desktop, so all of them are named.
 const char* const kNeedsX11 =
@@ -94,10 +92,8 @@ QString SessionBanner::noModesText(PermissionGap gap)
 
 void SessionBanner::updateColours()
 {
-    const int size = QFontMetrics(Look::callout()).height();
-    m_symbol->setPixmap(
-        Look::symbol(QStringLiteral("lock.shield"), size, Look::orange(), devicePixelRatioF()));
-    m_symbol->setFixedSize(size, size);
+    m_symbol->setPixmap(Look::bannerSymbol(this));
+    m_symbol->setFixedSize(m_symbol->pixmap().deviceIndependentSize().toSize());
     QPalette labelPalette = m_explanation->palette();
     labelPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
     m_explanation->setPalette(labelPalette);
@@ -112,9 +108,5 @@ void SessionBanner::changeEvent(QEvent* event)
 
 void SessionBanner::paintEvent(QPaintEvent*)
 {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Look::withOpacity(Look::orange(), kFillOpacity));
-    painter.drawRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
+    Look::paintBannerFill(this);
 }
