@@ -102,14 +102,6 @@ public:
         pictures.insert(s.outputName, path);
         return true;
     }
-    bool putBackPicture(const ScreenInfo& s, const QString& path) override
-    {
-        setRequests.append({s.outputName, path});
-        if (unreachable)
-            return false;
-        pictures.insert(s.outputName, path);
-        return true;
-    }
     QString restoreLimitation() const override { return limitation; }
 };
 
