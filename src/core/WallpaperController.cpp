@@ -8,6 +8,7 @@
 #include "platform/Geometry.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
+#include "platform/SupportFolder.h"
 
 #include <QBuffer>
 #include <QColorSpace>
@@ -19,8 +20,6 @@
 #include <QPainter>
 #include <QSaveFile>
 #include <QScopeGuard>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <algorithm>
 #include <cmath>
 
@@ -30,30 +29,6 @@ const QString kSolidColorPrefix = QStringLiteral("quillet-color-");
 const QString kTintedPrefix = QStringLiteral("tinted-");
 
 // Creates the folder (and its parents) when it is missing; the folder itself is private.
-void makePrivateDir(const QString& path)
-{
-    QDir dir(path);
-    if (dir.exists())
-        return;
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QDir().mkdir(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
-// Used when no data folder is known: a private folder under the runtime folder, else one made
-// with a random name in the temporary folder, never a fixed name another user could claim.
-QString fallbackDir()
-{
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
-        return runtime + QStringLiteral("/Quillet");
-    static const QString made = [] {
-        QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/quillet-XXXXXX"));
-        dir.setAutoRemove(false);
-        return dir.isValid() ? dir.path() : QString();
-    }();
-    return made;
-}
-
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     // Written whole or not at all: a full disk must not leave a cut-off picture for the desktop.
@@ -321,10 +296,7 @@ bool WallpaperController::isStagedURL(const QString& path) const
 
 QString WallpaperController::supportDir()
 {
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString dir = data.isEmpty() ? fallbackDir() : data + QStringLiteral("/Quillet");
-    makePrivateDir(dir);
-    return dir;
+    return SupportFolder::path();
 }
 
 // --- the user's own pictures -----------------------------------------------------------------
