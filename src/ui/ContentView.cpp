@@ -2,6 +2,7 @@
 #include "ContentView.h"
 
 #include "CustomSizeForm.h"
+#include "DesktopSupportBanner.h"
 #include "Popover.h"
 #include "ResolutionStrip.h"
 #include "UiStyle.h"
@@ -145,6 +146,8 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     m_desktopNotice->setWordWrap(true);
     m_desktopNotice->setVisible(false);
     m_panelLayout->addWidget(m_desktopNotice);
+    // Desktop choices the running desktop cannot carry out, said where the user makes them.
+    m_panelLayout->addWidget(new DesktopSupportBanner(m_model, m_panel));
 
     m_bottomRow = new QWidget(m_panel);
     auto* bottom = new QHBoxLayout(m_bottomRow);
@@ -890,6 +893,9 @@ void ContentView::onPublished(AppModel::Field field)
         break;
     case F::enabled:
         // The panel has no master switch of its own: nothing depends on it.
+        break;
+    case F::desktopSupport:
+        // The desktop-support banner follows the model itself.
         break;
     case F::desktopNotice:
         m_desktopNotice->setText(m_model.desktopNotice());
