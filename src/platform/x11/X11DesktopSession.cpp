@@ -270,7 +270,12 @@ QString X11DesktopSession::desktopName(const QString& program) const
         if (program == key)
             return name;
     }
+    // Else the window manager, by the desktop it belongs to where it has one.
     const QString wm = windowManagerName();
+    if (wm.compare(QLatin1String("Xfwm4"), Qt::CaseInsensitive) == 0)
+        return QStringLiteral("Xfce");
+    if (wm.compare(QLatin1String("Marco"), Qt::CaseInsensitive) == 0)
+        return QStringLiteral("MATE");
     return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
 }
 
