@@ -2,6 +2,7 @@
 #include "X11DesktopProgram.h"
 
 #include "X11Connection.h"
+#include "X11RandR.h"
 #include "X11Replies.h"
 #include "X11WindowFacts.h"
 
@@ -54,11 +55,19 @@ std::optional<DesktopProgram> desktopProgram(xcb_connection_t* c, xcb_window_t r
 {
     if (!c)
         return std::nullopt;
-    Reply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(c, xcb_get_geometry(c, root), nullptr));
-    if (!geometry)
-        return std::nullopt;
-    return desktopProgramCovering(c, root, QRect(0, 0, geometry->width, geometry->height));
+    // What the monitors show: the root may be larger than all of them together (an X server
+    // with a virtual screen size), and a desktop program sizes its window to the monitors.
+    QRect shown;
+    for (const RandrMonitor& monitor : randrMonitors())
+        shown = shown.united(monitor.rect);
+    if (shown.isEmpty()) {
+        Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(c, xcb_get_geometry(c, root), nullptr));
+        if (!geometry)
+            return std::nullopt;
+        shown = QRect(0, 0, geometry->width, geometry->height);
+    }
+    return desktopProgramCovering(c, root, shown);
 }
 
 bool ownerIsRunning(xcb_connection_t* c, xcb_window_t root, quint32 resource)
