@@ -7,7 +7,9 @@
 #include <QList>
 #include <QRect>
 #include <QTimer>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class MaskWindow;
@@ -27,9 +29,15 @@ public:
     // coordinates), with edges rounded to whole pixels.
     static QRect toScreenGeometry(const QRectF& bottomLeft, const QRect& primaryGeometry);
 
+    // Where the platform places a window of ours on a rectangle in bottom-left points, when its
+    // points are not Qt's (the desktop's scaling factor differs from Qt's device pixel ratio).
+    using Placement = std::function<std::optional<QRect>(const QRectF&)>;
+    void setPlacement(Placement placement) { m_placement = std::move(placement); }
+
 private:
     void orderFront();
 
     std::vector<std::unique_ptr<MaskWindow>> m_windows;
     QTimer m_orderFront;
+    Placement m_placement;
 };

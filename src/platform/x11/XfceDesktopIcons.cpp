@@ -6,6 +6,7 @@
 
 #include "X11Connection.h"
 #include "X11Replies.h"
+#include "XfconfClient.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -22,31 +23,11 @@
 namespace {
 
 const QString kXfdesktopBusName = QStringLiteral("org.xfce.xfdesktop");
-const QString kXfconfService = QStringLiteral("org.xfce.Xfconf");
-const QString kXfconfPath = QStringLiteral("/org/xfce/Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 const QString kStyleProperty = QStringLiteral("/desktop-icons/style");
-const QString kNotFound = QStringLiteral("org.xfce.Xfconf.Error.PropertyNotFound");
-// A daemon that has not answered by then is taken as gone.
-constexpr int kCallTimeoutMs = 2000;
 // A loaded machine may take several seconds to start xfdesktop and draw its desktop.
 constexpr int kReadyTimeoutMs = 10000;
 constexpr int kReadyPollMs = 50;
-
-void callXfconf(QObject* context, const QString& method, const QVariantList& arguments,
-                std::function<void(const QDBusMessage&)> done)
-{
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(kXfconfService, kXfconfPath, kXfconfService, method);
-    message.setArguments(arguments);
-    auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(message, kCallTimeoutMs), context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [watcher, done = std::move(done)] {
-                         watcher->deleteLater();
-                         done(watcher->reply());
-                     });
-}
 
 // What the desktop looks like now: the process that owns xfdesktop's desktop window (0 when
 // none) and the root pixmap xfdesktop draws into (0 when none; it is removed when xfdesktop
@@ -54,7 +35,20 @@ void callXfconf(QObject* context, const QString& method, const QVariantList& arg
 struct DesktopState {
     qint64 pid = 0;
     quint32 rootPixmap = 0;
+    // The root pixmap exists on the server (a program that quit took its pixmaps with it).
+    bool rootPixmapLive = false;
 };
+
+// False once PID has exited (also while it waits to be reaped): its X resources are gone then.
+bool processAlive(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (pid <= 0 || !stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray line = stat.readAll();
+    const qsizetype end = line.lastIndexOf(')');
+    return end >= 0 && end + 2 < line.size() && line.at(end + 2) != 'Z';
+}
 
 DesktopState desktopState()
 {
@@ -70,6 +64,11 @@ DesktopState desktopState()
     const auto pixmap = X11::reply<xcb_get_property_reply_t>(c, pixmapCookie, deadline);
     if (const QList<quint32> ids = X11::cardinals(pixmap.get()); !ids.isEmpty())
         state.rootPixmap = ids.constFirst();
+    if (state.rootPixmap) {
+        const auto geometry = X11::reply<xcb_get_geometry_reply_t>(
+            c, xcb_get_geometry(c, state.rootPixmap), deadline);
+        state.rootPixmapLive = geometry != nullptr;
+    }
     const QList<quint32> windows = X11::cardinals(window.get());
     if (windows.isEmpty())
         return state;
@@ -211,46 +210,44 @@ bool XfceDesktopIcons::isRunning()
 
 bool XfceDesktopIcons::settingsReachable()
 {
-    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
-    return bus && bus->isServiceRegistered(kXfconfService).value();
+    return Xfconf::running();
 }
 
 void XfceDesktopIcons::readStyle(std::function<void(ReadResult)> done)
 {
-    callXfconf(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},
-               [done = std::move(done)](const QDBusMessage& reply) {
-                   if (reply.type() == QDBusMessage::ErrorMessage) {
-                       // Not set: xfdesktop shows its default.
-                       done(reply.errorName() == kNotFound ? ReadResult(Style()) : ReadResult());
-                       return;
-                   }
-                   if (reply.arguments().isEmpty()) {
-                       done(ReadResult());
-                       return;
-                   }
-                   QVariant value = reply.arguments().constFirst();
-                   if (value.canConvert<QDBusVariant>())
-                       value = value.value<QDBusVariant>().variant();
-                   bool isNumber = false;
-                   const int style = value.toInt(&isNumber);
-                   done(isNumber ? ReadResult(Style(style)) : ReadResult());
-               });
+    Xfconf::callAsync(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},
+                      [done = std::move(done)](const QDBusMessage& reply) {
+                          if (!Xfconf::succeeded(reply)) {
+                              // Not set: xfdesktop shows its default.
+                              done(Xfconf::notFound(reply) ? ReadResult(Style()) : ReadResult());
+                              return;
+                          }
+                          if (reply.arguments().isEmpty()) {
+                              done(ReadResult());
+                              return;
+                          }
+                          const QVariant value = Xfconf::unwrap(reply.arguments().constFirst());
+                          bool isNumber = false;
+                          const int style = value.toInt(&isNumber);
+                          done(isNumber ? ReadResult(Style(style)) : ReadResult());
+                      });
 }
 
 void XfceDesktopIcons::writeStyle(Style style, std::function<void(bool)> done)
 {
     auto answered = [done = std::move(done)](const QDBusMessage& reply) {
-        done(reply.type() == QDBusMessage::ReplyMessage);
+        done(Xfconf::succeeded(reply));
     };
     if (!style) {
-        callXfconf(this, QStringLiteral("ResetProperty"), {kChannel, kStyleProperty, false},
-                   std::move(answered));
+        Xfconf::callAsync(this, QStringLiteral("ResetProperty"), {kChannel, kStyleProperty, false},
+                          std::move(answered));
         return;
     }
     // An int property, as xfdesktop itself writes it.
-    callXfconf(this, QStringLiteral("SetProperty"),
-               {kChannel, kStyleProperty, QVariant::fromValue(QDBusVariant(QVariant(*style)))},
-               std::move(answered));
+    Xfconf::callAsync(
+        this, QStringLiteral("SetProperty"),
+        {kChannel, kStyleProperty, QVariant::fromValue(QDBusVariant(QVariant(*style)))},
+        std::move(answered));
 }
 
 void XfceDesktopIcons::restartDesktop(std::function<void()> ready)
@@ -275,8 +272,13 @@ void XfceDesktopIcons::checkReady()
 {
     // Ready once a new xfdesktop owns the desktop window and has drawn its root pixmap.
     const DesktopState now = desktopState();
-    const bool drawn = now.pid > 0 && now.pid != m_oldDesktopPid && now.rootPixmap != 0 &&
-                       now.rootPixmap != m_oldRootPixmap;
+    // The new program may get the very pixmap id the old one had (the server hands the old
+    // connection's ids out again): the same id counts once the old program is gone and the
+    // pixmap exists, since the old one's pixmaps went with it.
+    const bool newPixmap =
+        now.rootPixmap != m_oldRootPixmap || (now.rootPixmapLive && !processAlive(m_oldDesktopPid));
+    const bool drawn =
+        now.pid > 0 && now.pid != m_oldDesktopPid && now.rootPixmap != 0 && newPixmap;
     if (!drawn && !m_readyDeadline.hasExpired())
         return;
     if (!drawn)
