@@ -87,10 +87,5 @@ void DesktopSupportBanner::changeEvent(QEvent* event)
 
 void DesktopSupportBanner::paintEvent(QPaintEvent*)
 {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Look::withOpacity(Look::orange(), PermissionBanner::fillOpacity));
-    painter.drawRoundedRect(QRectF(rect()), PermissionBanner::cornerRadius,
-                            PermissionBanner::cornerRadius);
+    Look::paintBannerFill(this);
 }

@@ -64,10 +64,6 @@ public:
     {
         return active().setDesktopPicture(screen, path);
     }
-    bool putBackPicture(const ScreenInfo& screen, const QString& path) override
-    {
-        return active().putBackPicture(screen, path);
-    }
     bool redrawAfterScreenChange() const override { return active().redrawAfterScreenChange(); }
     QString restoreLimitation() const override { return active().restoreLimitation(); }
 
