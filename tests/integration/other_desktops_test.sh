@@ -3,7 +3,8 @@
 # the real desktop (root window properties, pixels, xfconf, the desktop's own processes):
 # - openbox + tint2 (no desktop program): a colour goes into the root pixmap, announced under
 #   both names; twenty changes later tint2 still runs and shows the last colour; quitting puts
-#   the bare root back and leaves no record;
+#   the bare root back and leaves no record; the main window's popovers are no taskbar entries
+#   (only the main window is, as tint2 lists windows);
 # - MATE (caja draws the desktop): the program says the pictures and icons cannot be changed
 #   there, twenty picture changes leave caja's root pixmap and desktop alone, caja and
 #   mate-panel still run, and no record waits for a restore that cannot happen;
@@ -16,6 +17,7 @@ set -uo pipefail
 source "$(dirname "$0")/../support/desktop/lib.sh"
 
 QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET}
+atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
 driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
 
 qd_init other_desktops
@@ -65,7 +67,50 @@ openbox_tint2() {
   qd_check "no root pixmap after quitting" test -z "$(root_pixmap _XROOTPMAP_ID)"
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
   qd_check "tint2 still runs after quitting" runs_here tint2
+  popovers_off_the_taskbar
   qd_stop_desktop
+}
+
+# Our windows in the window manager's client list that a taskbar lists: tint2 leaves out those
+# marked _NET_WM_STATE_SKIP_TASKBAR (and docks, desktops, menus, toolbars and splashes, which we
+# do not have). One "ID TITLE" line each.
+taskbar_entries_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] || continue
+    xprop -id "$id" _NET_WM_STATE 2>/dev/null | grep -q _NET_WM_STATE_SKIP_TASKBAR && continue
+    echo "$((id)) $(xdotool getwindowname "$id" 2>/dev/null)"
+  done
+}
+clients_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] && echo "$id"
+  done
+}
+two_clients_of_ours() { [ "$(clients_of "$quillet_pid" | wc -l)" -ge 2 ]; }
+
+popovers_off_the_taskbar() {
+  qd_section "openbox + tint2: the main window's popovers are no taskbar entries"
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_new_home
+  qd_launch_quillet quillet-tint2 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+    { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  local main
+  main=$(qd_main_window)
+  qd_check_eq "the main window is our one taskbar entry" "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
+  "${atspi[@]}" press "$quillet_pid" "Color" "check box" || qd_fail "no Color choice to press"
+  qd_wait_for 10 "the colour popover" "${atspi[@]}" showing "$quillet_pid" "Background color" ||
+    qd_fail "the colour popover did not open"
+  qd_check "the popover is a window the window manager lists" qd_wait_for 10 "a second client window" two_clients_of_ours
+  qd_check_eq "with the colour popover open, still only the main window is a taskbar entry" \
+    "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
+  qd_check "tint2 still runs with the popover open" runs_here tint2
+  qd_stop_checked
 }
 
 mate() {

@@ -45,14 +45,19 @@ public:
     PictureRestore restoreDesktop(const ScreenInfo& screen) override
     {
         PictureRestore outcome = active().restoreDesktop(screen);
-        // A record left with the backend that was in charge before (xfconf's settings while
-        // xfdesktop is away, the root's picture while no desktop program covers it).
+        // A record left with the backend that was in charge before (the root's picture, while
+        // no desktop program covers the root).
         DesktopPictures* other = m_session.otherPictures();
-        if (other && other->holdsRecord(screen) && m_session.otherMayRestore()) {
-            const PictureRestore second = other->restoreDesktop(screen);
-            if (second == PictureRestore::failed || outcome == PictureRestore::nothingHeld)
-                outcome = second;
+        if (!other || !other->holdsRecord(screen))
+            return outcome;
+        if (!m_session.otherMayRestore()) {
+            // The monitor is not back as the user had it until that backend has put back its
+            // part: the picture entry waits with that record.
+            return outcome == PictureRestore::restored ? PictureRestore::failed : outcome;
         }
+        const PictureRestore second = other->restoreDesktop(screen);
+        if (second == PictureRestore::failed || outcome == PictureRestore::nothingHeld)
+            outcome = second;
         return outcome;
     }
     bool otherDesktopRecordPending() const override
@@ -203,10 +208,12 @@ DesktopPictures* X11DesktopSession::otherPictures() const
 
 bool X11DesktopSession::otherMayRestore() const
 {
-    // xfconf's settings can be written back whenever xfconfd runs (the next xfdesktop reads
-    // them); the root only while no desktop program draws over it.
+    // xfdesktop's settings go back only through a running xfdesktop: one that starts later
+    // fills in settings of its own for whatever is missing, which the record's restore has to
+    // take away again, so written back while it is away they would not stay as the user had
+    // them. The root only while no desktop program draws over it.
     if (m_backend == Backend::root)
-        return m_xfconf;
+        return false;
     return m_state.drawnBy.isEmpty();
 }
 
