@@ -3,11 +3,13 @@
 # the real desktop (root window properties, pixels, xfconf, the desktop's own processes):
 # - openbox + tint2 (no desktop program): a colour goes into the root pixmap, announced under
 #   both names; twenty changes later tint2 still runs and shows the last colour; quitting puts
-#   the bare root back and leaves no record; the main window's popovers are no taskbar entries
-#   (only the main window is, as tint2 lists windows);
+#   the bare root back and leaves no record; with icons hidden the main window says why that
+#   cannot work here, and its popovers are no taskbar entries (only the main window is, as tint2
+#   lists windows);
 # - MATE (caja draws the desktop): the program says the pictures and icons cannot be changed
 #   there, twenty picture changes leave caja's root pixmap and desktop alone, caja and
-#   mate-panel still run, and no record waits for a restore that cannot happen;
+#   mate-panel still run, and no record waits for a restore that cannot happen; the main window
+#   with "Color" chosen says why it cannot show;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -91,15 +93,19 @@ clients_of() { # PID
 two_clients_of_ours() { [ "$(clients_of "$quillet_pid" | wc -l)" -ge 2 ]; }
 
 popovers_off_the_taskbar() {
-  qd_section "openbox + tint2: the main window's popovers are no taskbar entries"
+  qd_section "openbox + tint2: icons hidden are explained; the popovers are no taskbar entries"
   if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
     qd_log "SKIP: pyatspi is not installed"
     return 0
   fi
   qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true}'
   qd_launch_quillet quillet-tint2 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
   qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
     { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  local said="Icons: “Hide” has no effect on Openbox: no program draws icons on this desktop."
+  qd_check "the main window explains that icons cannot be hidden here" \
+    qd_wait_for 10 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
   local main
   main=$(qd_main_window)
   qd_check_eq "the main window is our one taskbar entry" "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
@@ -135,7 +141,25 @@ mate() {
   qd_check "caja still runs after quitting" runs_here caja
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
   qd_check_eq "no picture record waits for a restore" null "$(qd_stored wallpaper.originalURLs)"
+  colour_explained_on_mate
+  qd_check "caja still runs after the program quit" runs_here caja
   qd_stop_desktop
+}
+
+# The program itself, with "Color" chosen: the window says why the colour cannot show.
+colour_explained_on_mate() {
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color"}'
+  qd_launch_quillet quillet-mate QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  local said="Background: “Color” has no effect on MATE: caja draws the desktop, and Quillet cannot give it a picture yet."
+  qd_check "the main window explains that the colour cannot show on MATE" \
+    qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  qd_check_eq "caja's root pixmap is untouched with the program running" "$before" "$(root_pixmap _XROOTPMAP_ID)"
+  qd_stop_checked
 }
 
 xfce_late_xfdesktop() {
