@@ -61,6 +61,15 @@ AppModel::AppModel(Dependencies deps)
     });
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
             &AppModel::scheduleBarRecapture);
+    m_iconsReachable = m_platform.desktopSupport().state().icons;
+    connect(&m_platform.desktopSupport(), &DesktopSupport::backendChanged, this,
+            &AppModel::followDesktopBackend);
+    connect(&m_platform.desktopSupport(), &DesktopSupport::stateChanged, this,
+            [this] { emit published(Field::desktopSupport); });
+    connect(&m_desktopIcons, &DesktopIcons::settled, this, [this] {
+        if (std::exchange(m_followWhenSettled, false))
+            followDesktopBackend();
+    });
 
     m_lightWallpaperURL = Codecs::loadURL(m_defaults, StoredKeys::lightWallpaperURL);
     if (!m_lightWallpaperURL)
@@ -203,6 +212,30 @@ void AppModel::pushWallpaper()
     // The desktop behind the panel has changed.
     m_frameCache.clear();
     scheduleBarRecapture();
+}
+
+void AppModel::followDesktopBackend()
+{
+    // Our own restart of the desktop program looks like one that died and came back: what it
+    // comes to is seen once the icon commands are done.
+    if (!m_desktopIcons.isSettled()) {
+        m_followWhenSettled = true;
+        return;
+    }
+    const bool iconsReachable = m_platform.desktopSupport().state().icons;
+    const bool iconsBefore = std::exchange(m_iconsReachable, iconsReachable);
+    if (!m_enabled)
+        return;
+    // The icon style outlives the desktop program (the next one reads it): it is written again
+    // only where no icon setting could be reached before.
+    if (m_desktopIconsHidden && iconsReachable && !iconsBefore)
+        m_desktopIcons.setHidden(true);
+    pushWallpaper();
+}
+
+DesktopSupport::State AppModel::desktopSupport() const
+{
+    return m_platform.desktopSupport().state();
 }
 
 void AppModel::restoreIfEnabled()

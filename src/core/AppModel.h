@@ -13,6 +13,7 @@
 #include "RgbColor.h"
 #include "WallpaperController.h"
 #include "WindowArrangement.h"
+#include "platform/DesktopSupport.h"
 #include "platform/PermissionGap.h"
 
 #include <QHash>
@@ -58,6 +59,7 @@ public:
         selectedWindowID,
         canControlWindows,
         desktopNotice,
+        desktopSupport,
     };
     Q_ENUM(Field)
 
@@ -157,6 +159,8 @@ public:
     const QString& desktopNotice() const { return m_desktopNotice; }
     int accessibilityPollCount() const { return m_accessibilityPollCount; }
     bool hasPendingBarRecapture() const;
+    // What the running desktop lets the program change, and which program draws it.
+    DesktopSupport::State desktopSupport() const;
 
 signals:
     void published(AppModel::Field field);
@@ -170,6 +174,8 @@ private:
     void setCurrentSize(qint64 width, qint64 height);
 
     void pushWallpaper();
+    // Another desktop backend took over: the choices are shown again through it.
+    void followDesktopBackend();
     void pollForAccessibility();
     void recomputeBarTiles();
     void scheduleBarRecapture();
@@ -189,6 +195,10 @@ private:
     DesktopIcons m_desktopIcons;
     // Set while a picture change waits for a restarted desktop program.
     bool m_wallpaperWaitsForDesktop = false;
+    // Set while a change of the desktop backend waits for the icon commands under way.
+    bool m_followWhenSettled = false;
+    // Whether the desktop offered an icon setting when the icons were last asked to hide.
+    bool m_iconsReachable = false;
 
     QList<DisplayInfo> m_displays;
     quint32 m_selectedDisplayID = 0;

@@ -152,6 +152,7 @@ void WallpaperController::apply()
         putBack();
         return;
     }
+    const QHash<quint32, QString> heldBefore = m_originals;
     captureOriginalsIfNeeded();
     m_applied = true;
 
@@ -159,9 +160,15 @@ void WallpaperController::apply()
     DesktopPictures& pictures = m_platform.desktopPictures();
     QList<ScreenInfo> screens;
     for (const ScreenInfo& screen : m_platform.screens().screens()) {
-        if (pictures.rememberDesktop(screen))
+        if (pictures.rememberDesktop(screen)) {
             screens.append(screen);
+        } else if (screen.displayId && !heldBefore.contains(*screen.displayId)) {
+            // A monitor the desktop keeps to itself (a desktop program draws it) will not
+            // change: a picture recorded for it just now would wait for a restore forever.
+            m_originals.remove(*screen.displayId);
+        }
     }
+    persistOriginalsIfChanged(heldBefore);
     if (!m_barTintActive) {
         const std::optional<QString> target = targetURL();
         if (!target)

@@ -157,6 +157,8 @@ Platform::Parts withDegradedDefaults(Platform::Parts parts)
         parts.loginItems = std::make_unique<AutostartLoginItems>();
     if (!parts.desktopIcons)
         parts.desktopIcons = std::make_unique<NoDesktopIcons>();
+    if (!parts.desktopSupport)
+        parts.desktopSupport = std::make_unique<DesktopSupport>();
     if (!parts.processes)
         parts.processes = std::make_unique<QtProcessRunner>();
     if (!parts.managerWatch)

@@ -5,6 +5,7 @@
 #include "Appearance.h"
 #include "DesktopIconsBackend.h"
 #include "DesktopPictures.h"
+#include "DesktopSupport.h"
 #include "DisplayModes.h"
 #include "ItemNames.h"
 #include "LoginItems.h"
@@ -35,6 +36,7 @@ public:
         std::unique_ptr<DesktopIconsBackend> desktopIcons;
         std::unique_ptr<ProcessRunner> processes;
         std::unique_ptr<WindowManagerWatch> managerWatch;
+        std::unique_ptr<DesktopSupport> desktopSupport;
     };
 
     explicit Platform(Parts parts);
@@ -54,6 +56,7 @@ public:
     DesktopIconsBackend& desktopIcons() const { return *m_parts.desktopIcons; }
     ProcessRunner& processes() const { return *m_parts.processes; }
     WindowManagerWatch& managerWatch() const { return *m_parts.managerWatch; }
+    DesktopSupport& desktopSupport() const { return *m_parts.desktopSupport; }
 
     // The platform of the running program, set once by main().
     static Platform& shared();

@@ -3,6 +3,7 @@
 #include "ContentView.h"
 
 #include "DesktopCard.h"
+#include "DesktopSupportBanner.h"
 #include "MenuBarCard.h"
 #include "Popover.h"
 #include "ResolutionCard.h"
@@ -51,6 +52,8 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     m_desktopNotice->setWordWrap(true);
     m_desktopNotice->setVisible(false);
     panelLayout->addWidget(m_desktopNotice);
+    // Desktop choices the running desktop cannot carry out, said where the user makes them.
+    panelLayout->addWidget(new DesktopSupportBanner(m_model, m_panel));
 
     m_bottomRow = new QWidget(m_panel);
     auto* bottom = new QHBoxLayout(m_bottomRow);

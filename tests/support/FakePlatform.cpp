@@ -28,6 +28,7 @@ FakePlatform::FakePlatform()
     appearance = install<FakeAppearance>(parts.appearance);
     loginItems = install<FakeLoginItems>(parts.loginItems);
     desktopIcons = install<FakeDesktopIcons>(parts.desktopIcons);
+    desktopSupport = install<FakeDesktopSupport>(parts.desktopSupport);
     m_platform = std::make_unique<Platform>(std::move(parts));
 }
 

@@ -295,6 +295,26 @@ private:
     }
 };
 
+// A desktop on which everything works until a test says otherwise.
+class FakeDesktopSupport final : public DesktopSupport {
+public:
+    State current;
+    FakeDesktopSupport()
+    {
+        current.desktop = QStringLiteral("Fake");
+        current.pictures = true;
+        current.icons = true;
+    }
+    State state() const override { return current; }
+    // Another desktop program took over (or the same one restarted).
+    void takeOver(const State& state)
+    {
+        current = state;
+        emit stateChanged();
+        emit backendChanged();
+    }
+};
+
 // Owns a Platform made of fakes and keeps typed pointers to them.
 class FakePlatform final {
 public:
@@ -316,6 +336,7 @@ public:
     FakeAppearance* appearance;
     FakeLoginItems* loginItems;
     FakeDesktopIcons* desktopIcons;
+    FakeDesktopSupport* desktopSupport;
 
 private:
     std::unique_ptr<Platform> m_platform;

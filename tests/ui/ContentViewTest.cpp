@@ -5,6 +5,7 @@
 #include "FakeApp.h"
 #include "ui/ContentRules.h"
 #include "ui/CustomSizeForm.h"
+#include "ui/DesktopSupportBanner.h"
 #include "ui/MainWindow.h"
 #include "ui/Popover.h"
 #include "ui/ResolutionStrip.h"
@@ -695,4 +696,41 @@ TEST(WallpaperWell, chooserStartsBesideThePictureElseInThePicturesFolder)
     EXPECT_EQ(WallpaperWell::startDirectory(std::nullopt), pictures);
     const QString picture = dirs.resourceDir() + QStringLiteral("/Light.png");
     EXPECT_EQ(WallpaperWell::startDirectory(picture), QFileInfo(picture).absolutePath());
+}
+
+TEST_F(PanelFixture, aDesktopChoiceThatCannotWorkIsExplainedNamingTheDesktopAndWhatIsMissing)
+{
+    ContentView& panel = showWindow();
+    auto* banner = panel.findChild<DesktopSupportBanner*>(QStringLiteral("desktopSupportBanner"));
+    ASSERT_NE(banner, nullptr);
+    AppModel& m = *model;
+    m.setBackground(DesktopBackground::color);
+    m.setDesktopIconsHidden(true);
+    // Everything works on this desktop: nothing to say.
+    EXPECT_FALSE(banner->isVisible());
+
+    DesktopSupport::State mate;
+    mate.desktop = QStringLiteral("MATE");
+    mate.drawnBy = QStringLiteral("caja");
+    mate.picturesGap =
+        QStringLiteral("caja draws the desktop, and Quillet cannot give it a picture yet");
+    mate.iconsGap =
+        QStringLiteral("caja draws the desktop icons, and Quillet cannot hide them there yet");
+    fake.desktopSupport->takeOver(mate);
+    EXPECT_TRUE(banner->isVisible());
+    EXPECT_EQ(
+        banner->text(),
+        QStringLiteral("Icons: “Hide” has no effect on MATE: caja draws the desktop icons, and "
+                       "Quillet cannot hide them there yet.\nBackground: “Color” has no "
+                       "effect on MATE: caja draws the desktop, and Quillet cannot give it a "
+                       "picture yet."));
+    EXPECT_EQ(banner->accessibleName(), banner->text());
+
+    // Only what the user chose is explained; choosing to keep things as they are says nothing.
+    m.setDesktopIconsHidden(false);
+    m.setBackground(DesktopBackground::keep);
+    EXPECT_FALSE(banner->isVisible());
+    m.setBackground(DesktopBackground::image);
+    EXPECT_TRUE(
+        banner->text().startsWith(QStringLiteral("Background: “Image” has no effect on MATE")));
 }

@@ -173,3 +173,49 @@ TEST_F(ModelFixture, deferredWorkDoesNothingOnceTheModelIsGone)
     scheduler.advance(60s);
     EXPECT_EQ(scheduler.activeCount(), 0);
 }
+
+TEST_F(ModelFixture, aDesktopThatTakesOverGetsTheChoicesAgainButNotWhileOff)
+{
+    AppModel& m = makeModel();
+    m.setBackground(DesktopBackground::color);
+    const qsizetype shown = fake.desktopPictures->setRequests.size();
+    ASSERT_GT(shown, 0);
+
+    // xfdesktop restarted (by someone else): the pictures go up again, the icon style in the
+    // desktop's settings outlives it, so no icon command runs.
+    fake.desktopSupport->takeOver(fake.desktopSupport->current);
+    EXPECT_GT(fake.desktopPictures->setRequests.size(), shown);
+    EXPECT_TRUE(fake.desktopIcons->log.isEmpty());
+
+    m.setEnabled(false);
+    const qsizetype afterOff = fake.desktopPictures->setRequests.size();
+    fake.desktopSupport->takeOver(fake.desktopSupport->current);
+    EXPECT_EQ(fake.desktopPictures->setRequests.size(), afterOff);
+}
+
+TEST_F(ModelFixture, iconsHiddenWhereNoDesktopKeptThemAreHiddenOnceOneCanAndAfterCommandsSettle)
+{
+    DesktopSupport::State none = fake.desktopSupport->current;
+    none.icons = false;
+    none.iconsGap = QStringLiteral("no program draws icons on this desktop");
+    fake.desktopSupport->current = none;
+    AppModel& m = makeModel();
+    m.setDesktopIconsHidden(true);
+    fake.desktopIcons->log.clear();
+
+    // The desktop program appears while an icon command is still under way: it is followed
+    // once the command is done, not in the middle of it.
+    fake.desktopIcons->deferred = true;
+    m.setDesktopIconsHidden(false);
+    m.setDesktopIconsHidden(true);
+    DesktopSupport::State some = none;
+    some.icons = true;
+    some.iconsGap.clear();
+    fake.desktopSupport->takeOver(some);
+    fake.desktopIcons->deferred = false;
+    fake.desktopIcons->answerPending();
+    while (!fake.desktopIcons->pending.isEmpty())
+        fake.desktopIcons->answerPending();
+    EXPECT_EQ(fake.desktopIcons->log.count(QStringLiteral("hide")), 2);
+    EXPECT_EQ(m.desktopSupport().icons, true);
+}

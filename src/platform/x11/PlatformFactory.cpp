@@ -1,11 +1,11 @@
 // The run-time choice of backends and the X11 capability probes behind them.
 #include "PlatformFactory.h"
 
-#include "RootWindowDesktopPictures.h"
 #include "WallpaperController.h"
 #include "X11Appearance.h"
 #include "X11Capture.h"
 #include "X11Connection.h"
+#include "X11DesktopSession.h"
 #include "X11DisplayModes.h"
 #include "X11ItemNames.h"
 #include "X11ManagerWatch.h"
@@ -13,8 +13,6 @@
 #include "X11Screens.h"
 #include "X11WindowControl.h"
 #include "X11WindowList.h"
-#include "XfceDesktopIcons.h"
-#include "XfceDesktopPictures.h"
 #include "platform/Platform.h"
 
 #include <QGuiApplication>
@@ -45,20 +43,13 @@ std::unique_ptr<Platform> createPlatform()
         parts.itemNames = std::make_unique<X11ItemNames>();
         parts.processes = std::make_unique<QtProcessRunner>();
         parts.appearance = std::make_unique<X11Appearance>();
-        // xfdesktop draws its own desktop window over the root: its settings are the pictures.
-        if (XfceDesktopIcons::isRunning()) {
-            parts.name = QStringLiteral("x11-xfce");
-            parts.desktopIcons = std::make_unique<XfceDesktopIcons>();
-            parts.desktopPictures =
-                std::make_unique<XfceDesktopPictures>(WallpaperController::supportDir());
-        } else {
-            parts.desktopPictures =
-                std::make_unique<RootWindowDesktopPictures>(WallpaperController::supportDir());
-            // The icon style lives in xfconf: it can be given back while xfdesktop is away (in
-            // the middle of a restart, say), and the next xfdesktop reads it.
-            if (XfceDesktopIcons::settingsReachable())
-                parts.desktopIcons = std::make_unique<XfceDesktopIcons>();
-        }
+        // The desktop program may start late, die or restart: the session follows it and
+        // hands pictures and icons to the backend that fits at each moment.
+        auto session = std::make_unique<X11DesktopSession>(WallpaperController::supportDir());
+        parts.name = session->platformName();
+        parts.desktopPictures = session->makePictures();
+        parts.desktopIcons = session->makeIcons();
+        parts.desktopSupport = std::move(session);
     }
     auto platform = std::make_unique<Platform>(std::move(parts));
     if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {

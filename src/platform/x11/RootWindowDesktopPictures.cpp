@@ -1,9 +1,12 @@
 // The root pixmap is made on a connection of its own whose resources are kept after it closes
 // (RetainPermanent), so the picture outlives the program; the previous setter's pixmap is freed
-// by the usual convention (KillClient when _XROOTPMAP_ID and ESETROOT_PMAP_ID agree).
+// by the usual convention (KillClient when _XROOTPMAP_ID and ESETROOT_PMAP_ID agree), and only
+// when no running client owns it. Where a desktop program draws the desktop over the root, the
+// root and its pixmaps are that program's: nothing is written then.
 #include "RootWindowDesktopPictures.h"
 
 #include "X11Connection.h"
+#include "X11DesktopProgram.h"
 #include "X11Replies.h"
 #include "platform/PictureFile.h"
 
@@ -132,11 +135,22 @@ void drawZoomed(QPainter& painter, const QRect& area, const QImage& picture)
     painter.drawImage(target, picture);
 }
 
+// The previous setter's pixmap may be freed (with every resource of its closed connection) only
+// when it was left by a setter like us: announced under both names, and owned by a client that
+// no longer runs. A running program (a desktop program that set both names from its own
+// connection) may still draw with it.
+bool mayFreePreviousSetter(xcb_connection_t* c, xcb_window_t root, xcb_pixmap_t current,
+                           xcb_pixmap_t setter)
+{
+    return setter != XCB_PIXMAP_NONE && setter == current && !X11::ownerIsRunning(c, root, setter);
+}
+
 // Draws one monitor's part of a new root pixmap, starting from what the root shows so that the
 // other monitors keep their pictures, and makes it the root's background. `blank` fills the
-// root where there was no pixmap to start from.
+// root where there was no pixmap to start from. A monitor on which a desktop program draws the
+// desktop is left alone; `drawnBy` then names that program.
 bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, QRect)>& paint,
-                  quint32 blank)
+                  quint32 blank, QString& drawnBy)
 {
     int screenNumber = 0;
     xcb_connection_t* c = xcb_connect(nullptr, &screenNumber);
@@ -153,6 +167,12 @@ bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, 
         xcb_disconnect(c);
         return false;
     }
+    if (const auto program = X11::desktopProgramCovering(c, root->root, *area)) {
+        drawnBy = program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name;
+        xcb_disconnect(c);
+        return false;
+    }
+    drawnBy.clear();
 
     const QRect whole(0, 0, root->width_in_pixels, root->height_in_pixels);
     QImage canvas;
@@ -198,7 +218,7 @@ bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, 
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, root->root, setterPixmap, XCB_ATOM_PIXMAP, 32, 1,
                         &pixmap);
     // The previous picture was left behind by a setter like us: free it with its client.
-    if (previousSetter != XCB_PIXMAP_NONE && previousSetter == current)
+    if (mayFreePreviousSetter(c, root->root, current, previousSetter))
         xcb_kill_client(c, previousSetter);
     xcb_set_close_down_mode(c, XCB_CLOSE_DOWN_RETAIN_PERMANENT);
     Reply<xcb_get_input_focus_reply_t> sync(
@@ -210,12 +230,17 @@ bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, 
 
 // Back to a root without a pixmap: its plain colour, or X's own background when the colour was
 // never known. The pixmap left by a setter like us is freed with its client.
-bool putBackPlainRoot(std::optional<quint32> pixel)
+bool putBackPlainRoot(std::optional<quint32> pixel, QString& drawnBy)
 {
     xcb_connection_t* c = X11::connection();
     if (!c)
         return false;
     const xcb_window_t root = X11::rootWindow();
+    if (const auto program = X11::desktopProgram(c, root)) {
+        drawnBy = program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name;
+        return false;
+    }
+    drawnBy.clear();
     const xcb_pixmap_t current = pixmapProperty(c, root, "_XROOTPMAP_ID");
     const xcb_pixmap_t setter = pixmapProperty(c, root, "ESETROOT_PMAP_ID");
     if (pixel) {
@@ -227,7 +252,7 @@ bool putBackPlainRoot(std::optional<quint32> pixel)
     xcb_clear_area(c, 0, root, 0, 0, 0, 0);
     xcb_delete_property(c, root, internAtom(c, "_XROOTPMAP_ID"));
     xcb_delete_property(c, root, internAtom(c, "ESETROOT_PMAP_ID"));
-    if (setter != XCB_PIXMAP_NONE && setter == current)
+    if (mayFreePreviousSetter(c, root, current, setter))
         xcb_kill_client(c, setter);
     Reply<xcb_get_input_focus_reply_t> sync(
         xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
@@ -317,6 +342,17 @@ bool RootWindowDesktopPictures::rememberDesktop(const ScreenInfo& screen)
         return false;
     if (holdsRecord(screen))
         return true;
+    // A desktop program's picture is its own to keep: nothing to record, nothing will change.
+    if (xcb_connection_t* c = X11::connection()) {
+        const xcb_window_t root = X11::rootWindow();
+        if (const auto area = monitorRect(c, root, screen)) {
+            if (const auto program = X11::desktopProgramCovering(c, root, *area)) {
+                m_drawnBy =
+                    program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name;
+                return false;
+            }
+        }
+    }
     QJsonObject entry;
     if (const QImage picture = rootPixmapPart(screen); !picture.isNull()) {
         const QString file = m_file.dir() + QStringLiteral("/desktop-root-") +
@@ -349,7 +385,7 @@ PictureRestore RootWindowDesktopPictures::restoreDesktop(const ScreenInfo& scree
         ok = !picture.isNull() &&
              paintMonitor(
                  screen, [&](QPainter& painter, QRect area) { drawZoomed(painter, area, picture); },
-                 rememberedSolid().value_or(0));
+                 rememberedSolid().value_or(0), m_drawnBy);
     } else {
         const bool anyPicture =
             std::any_of(m_record.constBegin(), m_record.constEnd(), [](const QJsonValue& v) {
@@ -369,9 +405,9 @@ PictureRestore RootWindowDesktopPictures::restoreDesktop(const ScreenInfo& scree
                 [&](QPainter& painter, QRect area) {
                     painter.fillRect(area, QColor::fromRgb(colour.value_or(0)));
                 },
-                colour.value_or(0));
+                colour.value_or(0), m_drawnBy);
         } else {
-            ok = putBackPlainRoot(colour);
+            ok = putBackPlainRoot(colour, m_drawnBy);
         }
     }
     if (!ok)
@@ -388,7 +424,7 @@ bool RootWindowDesktopPictures::setDesktopPicture(const ScreenInfo& screen, cons
         return false;
     return paintMonitor(
         screen, [&](QPainter& painter, QRect area) { drawZoomed(painter, area, picture); },
-        rememberedSolid().value_or(0));
+        rememberedSolid().value_or(0), m_drawnBy);
 }
 
 QImage RootWindowDesktopPictures::rootPixmapPart(const ScreenInfo& screen)

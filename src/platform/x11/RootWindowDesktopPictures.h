@@ -36,6 +36,9 @@ public:
     // corner unless it is drawn again.
     bool redrawAfterScreenChange() const override { return true; }
     QString restoreLimitation() const override { return m_limitation; }
+    // The desktop program that refused the last write (it draws the desktop over the root);
+    // empty when the last write reached the root.
+    QString drawnBy() const { return m_drawnBy; }
 
     // The monitor's rectangle of the current root pixmap; null when there is none.
     static QImage rootPixmapPart(const ScreenInfo& screen);
@@ -49,4 +52,5 @@ private:
     // {"<output>": {"picture": "<file>"} | {"solid": pixel} | {"unknown": true}}
     QJsonObject m_record;
     QString m_limitation;
+    QString m_drawnBy;
 };

@@ -6,6 +6,8 @@
 //   light PATH | dark PATH
 //   cover keep|entire
 //   enabled on|off
+//   icons hide|show
+//   support               answers "support DESKTOP|DRAWN-BY|pictures|icons" (0 or 1 each)
 //   quit                  puts the desktop back as quitting the program does, then exits
 #include "AppModel.h"
 #include "Codecs.h"
@@ -15,7 +17,9 @@
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 
+#include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QThread>
 #include <cstdio>
 #include <memory>
 
@@ -52,9 +56,33 @@ int main(int argc, char** argv)
                     commands->say(QStringLiteral("error unknown cover ") + argument);
             } else if (command == QLatin1String("enabled")) {
                 model.setEnabled(argument == QLatin1String("on"));
+            } else if (command == QLatin1String("icons")) {
+                model.setDesktopIconsHidden(argument == QLatin1String("hide"));
+            } else if (command == QLatin1String("support")) {
+                const DesktopSupport::State state = model.desktopSupport();
+                commands->say(QStringLiteral("support %1|%2|%3|%4")
+                                  .arg(state.desktop, state.drawnBy)
+                                  .arg(int(state.pictures))
+                                  .arg(int(state.icons)));
             } else if (command == QLatin1String("quit")) {
+                // As the program quits: the icon style first, the desktop program restarted
+                // once, last.
+                DesktopIcons& icons = model.desktopIcons();
+                const auto waitUntil = [](const std::function<bool()>& done) {
+                    QElapsedTimer waited;
+                    waited.start();
+                    while (!done() && waited.elapsed() < 5000) {
+                        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+                        QThread::msleep(5);
+                    }
+                };
                 model.display().restoreAll();
+                icons.holdRestarts();
+                icons.restore();
+                waitUntil([&icons] { return icons.onlyRestartLeft(); });
                 model.wallpaper().restore();
+                icons.releaseRestarts(false);
+                waitUntil([&icons] { return icons.isSettled(); });
                 model.overlays().clearMenuBarWindows();
                 QCoreApplication::quit();
             } else {

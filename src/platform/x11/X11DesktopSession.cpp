@@ -1,0 +1,332 @@
+// The desktop backends chosen at run time, and the facades the rest of the program holds.
+#include "X11DesktopSession.h"
+
+#include "RootWindowDesktopPictures.h"
+#include "X11Connection.h"
+#include "X11DesktopProgram.h"
+#include "X11Replies.h"
+#include "XfceDesktopIcons.h"
+#include "XfceDesktopPictures.h"
+#include "platform/PlatformLogging.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString kXfdesktopName = QStringLiteral("org.xfce.xfdesktop");
+const QString kXfconfName = QStringLiteral("org.xfce.Xfconf");
+
+// Pictures go to whichever backend is in charge when they are set; a record is put back by the
+// backend that made it, the other one too where that cannot harm the desktop.
+class FollowingPictures final : public DesktopPictures {
+public:
+    explicit FollowingPictures(X11DesktopSession& session) : m_session(session) {}
+
+    std::optional<QString> desktopPicture(const ScreenInfo& screen) const override
+    {
+        return active().desktopPicture(screen);
+    }
+    QImage snapshotDesktopPicture(const ScreenInfo& screen) override
+    {
+        return active().snapshotDesktopPicture(screen);
+    }
+    bool rememberDesktop(const ScreenInfo& screen) override
+    {
+        return active().rememberDesktop(screen);
+    }
+    bool holdsRecord(const ScreenInfo& screen) const override
+    {
+        return active().holdsRecord(screen);
+    }
+    PictureRestore restoreDesktop(const ScreenInfo& screen) override
+    {
+        PictureRestore outcome = active().restoreDesktop(screen);
+        // A record left with the backend that was in charge before (the root's picture, while
+        // no desktop program covers the root).
+        DesktopPictures* other = m_session.otherPictures();
+        if (!other || !other->holdsRecord(screen))
+            return outcome;
+        if (!m_session.otherMayRestore()) {
+            // The monitor is not back as the user had it until that backend has put back its
+            // part: the picture entry waits with that record.
+            return outcome == PictureRestore::restored ? PictureRestore::failed : outcome;
+        }
+        const PictureRestore second = other->restoreDesktop(screen);
+        if (second == PictureRestore::failed || outcome == PictureRestore::nothingHeld)
+            outcome = second;
+        return outcome;
+    }
+    bool otherDesktopRecordPending() const override
+    {
+        DesktopPictures* other = m_session.otherPictures();
+        return active().otherDesktopRecordPending() && !(other && m_session.otherMayRestore());
+    }
+    bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override
+    {
+        return active().setDesktopPicture(screen, path);
+    }
+    bool redrawAfterScreenChange() const override { return active().redrawAfterScreenChange(); }
+    QString restoreLimitation() const override { return active().restoreLimitation(); }
+
+private:
+    DesktopPictures& active() const { return m_session.activePictures(); }
+    X11DesktopSession& m_session;
+};
+
+// Icon commands go to the desktop's icon setting where there is one; elsewhere they change
+// nothing and say so (a read finds nothing, a write fails), which the window explains.
+class FollowingIcons final : public DesktopIconsBackend {
+public:
+    explicit FollowingIcons(X11DesktopSession& session) : m_session(session) {}
+
+    Style hiddenStyle() const override { return 0; }
+    Style shownStyle() const override { return 2; }
+    void readStyle(std::function<void(ReadResult)> done) override
+    {
+        if (auto* icons = m_session.activeIcons())
+            icons->readStyle(std::move(done));
+        else
+            done(ReadResult());
+    }
+    void writeStyle(Style style, std::function<void(bool)> done) override
+    {
+        if (auto* icons = m_session.activeIcons())
+            icons->writeStyle(style, std::move(done));
+        else
+            done(false);
+    }
+    void restartDesktop(std::function<void()> ready) override
+    {
+        if (auto* icons = m_session.activeIcons())
+            icons->restartDesktop(std::move(ready));
+        else
+            ready();
+    }
+
+private:
+    X11DesktopSession& m_session;
+};
+
+QString windowManagerName()
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return {};
+    const xcb_window_t root = X11::rootWindow();
+    const xcb_atom_t check = X11::atom("_NET_SUPPORTING_WM_CHECK");
+    X11::Reply<xcb_get_property_reply_t> owner(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, root, check, XCB_ATOM_WINDOW, 0, 1), nullptr));
+    if (!owner || xcb_get_property_value_length(owner.get()) < 4)
+        return {};
+    const xcb_window_t wm = *static_cast<xcb_window_t*>(xcb_get_property_value(owner.get()));
+    X11::Reply<xcb_get_property_reply_t> name(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, wm, X11::atom("_NET_WM_NAME"), X11::atom("UTF8_STRING"), 0, 64),
+        nullptr));
+    if (!name)
+        return {};
+    return QString::fromUtf8(static_cast<const char*>(xcb_get_property_value(name.get())),
+                             xcb_get_property_value_length(name.get()));
+}
+
+} // namespace
+
+X11DesktopSession::X11DesktopSession(const QString& recordDir)
+    : m_xfcePictures(std::make_unique<XfceDesktopPictures>(recordDir)),
+      m_rootPictures(std::make_unique<RootWindowDesktopPictures>(recordDir)),
+      m_xfceIcons(std::make_unique<XfceDesktopIcons>())
+{
+    // Once, at start-up, as the program always did; from then on only the owner changes count.
+    m_xfdesktop = XfceDesktopIcons::isRunning();
+    m_xfconf = XfceDesktopIcons::settingsReachable();
+
+    m_busWatch.setConnection(QDBusConnection::sessionBus());
+    m_busWatch.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    m_busWatch.addWatchedService(kXfdesktopName);
+    m_busWatch.addWatchedService(kXfconfName);
+    connect(&m_busWatch, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString& name, const QString&, const QString& newOwner) {
+                if (name == kXfdesktopName)
+                    m_xfdesktop = !newOwner.isEmpty();
+                else if (name == kXfconfName)
+                    m_xfconf = !newOwner.isEmpty();
+                scheduleCheck();
+            });
+
+    // A desktop program that restarts goes away and comes back within about a second: the
+    // backend is chosen once things have been quiet for a moment.
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(800ms);
+    connect(&m_settle, &QTimer::timeout, this, &X11DesktopSession::check);
+    // Desktop windows of programs that announce nothing on the bus and are not in the client
+    // list are still noticed, a few seconds late.
+    m_poll.setInterval(5s);
+    connect(&m_poll, &QTimer::timeout, this, &X11DesktopSession::check);
+    m_poll.start();
+    if (QCoreApplication::instance())
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    check();
+}
+
+X11DesktopSession::~X11DesktopSession()
+{
+    if (QCoreApplication::instance())
+        QCoreApplication::instance()->removeNativeEventFilter(this);
+}
+
+QString X11DesktopSession::platformName() const
+{
+    return m_backend == Backend::xfce ? QStringLiteral("x11-xfce") : QStringLiteral("x11");
+}
+
+std::unique_ptr<DesktopPictures> X11DesktopSession::makePictures()
+{
+    return std::make_unique<FollowingPictures>(*this);
+}
+
+std::unique_ptr<DesktopIconsBackend> X11DesktopSession::makeIcons()
+{
+    return std::make_unique<FollowingIcons>(*this);
+}
+
+DesktopPictures& X11DesktopSession::activePictures() const
+{
+    if (m_backend == Backend::xfce)
+        return *m_xfcePictures;
+    return *m_rootPictures;
+}
+
+DesktopPictures* X11DesktopSession::otherPictures() const
+{
+    if (m_backend == Backend::xfce)
+        return m_rootPictures.get();
+    return m_xfcePictures.get();
+}
+
+bool X11DesktopSession::otherMayRestore() const
+{
+    // xfdesktop's settings go back only through a running xfdesktop: one that starts later
+    // fills in settings of its own for whatever is missing, which the record's restore has to
+    // take away again, so written back while it is away they would not stay as the user had
+    // them. The root only while no desktop program draws over it.
+    if (m_backend == Backend::root)
+        return false;
+    return m_state.drawnBy.isEmpty();
+}
+
+DesktopIconsBackend* X11DesktopSession::activeIcons() const
+{
+    // xfdesktop keeps its icon style in xfconf, which outlives xfdesktop itself.
+    return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
+}
+
+bool X11DesktopSession::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
+{
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
+        return false;
+    const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event);
+    // Window managers rewrite the client list when a window (a desktop window too) comes or
+    // goes; desktop programs announce their picture through the root pixmap.
+    if (property->window == X11::rootWindow() && (property->atom == X11::atom("_NET_CLIENT_LIST") ||
+                                                  property->atom == X11::atom("_XROOTPMAP_ID")))
+        scheduleCheck();
+    return false;
+}
+
+void X11DesktopSession::scheduleCheck()
+{
+    m_settle.start();
+}
+
+QString X11DesktopSession::desktopName(const QString& program) const
+{
+    // The session's own name first, as desktop entries use it (XDG_CURRENT_DESKTOP).
+    static const QList<std::pair<QString, QString>> sessions{
+        {QStringLiteral("XFCE"), QStringLiteral("Xfce")},
+        {QStringLiteral("MATE"), QStringLiteral("MATE")},
+        {QStringLiteral("X-Cinnamon"), QStringLiteral("Cinnamon")},
+        {QStringLiteral("GNOME"), QStringLiteral("GNOME")},
+        {QStringLiteral("LXDE"), QStringLiteral("LXDE")},
+        {QStringLiteral("LXQt"), QStringLiteral("LXQt")},
+        {QStringLiteral("KDE"), QStringLiteral("KDE Plasma")}};
+    const QStringList current =
+        qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    for (const QString& part : current) {
+        for (const auto& [key, name] : sessions) {
+            if (part.compare(key, Qt::CaseInsensitive) == 0)
+                return name;
+        }
+    }
+    static const QList<std::pair<QString, QString>> programs{
+        {QStringLiteral("xfdesktop"), QStringLiteral("Xfce")},
+        {QStringLiteral("caja"), QStringLiteral("MATE")},
+        {QStringLiteral("nemo-desktop"), QStringLiteral("Cinnamon")},
+        {QStringLiteral("pcmanfm"), QStringLiteral("LXDE")},
+        {QStringLiteral("pcmanfm-qt"), QStringLiteral("LXQt")}};
+    for (const auto& [key, name] : programs) {
+        if (program == key)
+            return name;
+    }
+    // Else the window manager, by the desktop it belongs to where it has one.
+    const QString wm = windowManagerName();
+    if (wm.compare(QLatin1String("Xfwm4"), Qt::CaseInsensitive) == 0)
+        return QStringLiteral("Xfce");
+    if (wm.compare(QLatin1String("Marco"), Qt::CaseInsensitive) == 0)
+        return QStringLiteral("MATE");
+    return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
+}
+
+void X11DesktopSession::check()
+{
+    const auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
+    // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
+    // crash when its settings change. Until then the backend stays as it was.
+    Backend backend = m_xfdesktop ? Backend::xfce : Backend::root;
+    if (backend == Backend::xfce && !program) {
+        backend = m_backend;
+        m_settle.start();
+    }
+    // xfdesktop draws the desktop through its settings: it is the backend, not an obstacle.
+    const QString drawnBy =
+        backend == Backend::root && program
+            ? (program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name)
+            : QString();
+    State state;
+    state.desktop = desktopName(program ? program->name : QString());
+    state.drawnBy = drawnBy;
+    state.pictures = drawnBy.isEmpty();
+    if (!state.pictures)
+        state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
+                                           "picture yet")
+                                .arg(drawnBy);
+    state.icons = activeIcons() != nullptr;
+    if (!state.icons) {
+        state.iconsGap = drawnBy.isEmpty()
+                             ? QStringLiteral("no program draws icons on this desktop")
+                             : QStringLiteral("%1 draws the desktop icons, and Quillet cannot "
+                                              "hide them there yet")
+                                   .arg(drawnBy);
+    }
+
+    const qint64 pid = program ? program->pid : 0;
+    const bool switched = backend != m_backend || pid != m_programPid ||
+                          state.pictures != m_state.pictures || state.icons != m_state.icons;
+    m_backend = backend;
+    m_programPid = pid;
+    if (state != m_state) {
+        m_state = state;
+        emit stateChanged();
+    }
+    if (switched) {
+        qCInfo(lcX11, "desktop: %s (%s backend%s)", qUtf8Printable(m_state.desktop),
+               backend == Backend::xfce ? "xfdesktop" : "root window",
+               drawnBy.isEmpty() ? "" : qUtf8Printable(QStringLiteral(", drawn by ") + drawnBy));
+        emit backendChanged();
+    }
+}

@@ -1,0 +1,64 @@
+// Follows the desktop as it runs: which program draws it (xfdesktop, caja, pcmanfm, …, or none,
+// where the root window shows), and hands desktop pictures and icons to the backend that fits,
+// switching when a desktop program starts late, dies or restarts. Nothing here waits on another
+// process: xfdesktop and xfconfd are followed through their bus names' owner changes, desktop
+// windows through the root window's client list, both delivered as events.
+#pragma once
+
+#include "platform/DesktopIconsBackend.h"
+#include "platform/DesktopPictures.h"
+#include "platform/DesktopSupport.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QDBusServiceWatcher>
+#include <QTimer>
+#include <memory>
+
+class RootWindowDesktopPictures;
+class XfceDesktopIcons;
+class XfceDesktopPictures;
+
+class X11DesktopSession final : public DesktopSupport, public QAbstractNativeEventFilter {
+    Q_OBJECT
+public:
+    // The backends keep their records in `recordDir`.
+    explicit X11DesktopSession(const QString& recordDir);
+    ~X11DesktopSession() override;
+
+    State state() const override { return m_state; }
+    // "x11-xfce" while xfdesktop draws the desktop, else "x11".
+    QString platformName() const;
+
+    // Facades that always reach the backend in charge now; owned by the caller.
+    std::unique_ptr<DesktopPictures> makePictures();
+    std::unique_ptr<DesktopIconsBackend> makeIcons();
+
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
+
+    // The backend in charge of pictures now, and the other one.
+    DesktopPictures& activePictures() const;
+    DesktopPictures* otherPictures() const;
+    // Whether the other backend's record can be put back now without harm.
+    bool otherMayRestore() const;
+    // The icons backend, when the desktop keeps an icon setting the program can change.
+    DesktopIconsBackend* activeIcons() const;
+
+private:
+    enum class Backend { xfce, root };
+    void scheduleCheck();
+    void check();
+    // The desktop as the user names it.
+    QString desktopName(const QString& program) const;
+
+    std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
+    std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
+    std::unique_ptr<XfceDesktopIcons> m_xfceIcons;
+    QDBusServiceWatcher m_busWatch;
+    QTimer m_settle;
+    QTimer m_poll;
+    bool m_xfdesktop = false;
+    bool m_xfconf = false;
+    Backend m_backend = Backend::root;
+    qint64 m_programPid = 0;
+    State m_state;
+};

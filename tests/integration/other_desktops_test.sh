@@ -1,0 +1,209 @@
+#!/usr/bin/env bash
+# The desktops users have besides a full Xfce, each on its own virtual desktop, read back from
+# the real desktop (root window properties, pixels, xfconf, the desktop's own processes):
+# - openbox + tint2 (no desktop program): a colour goes into the root pixmap, announced under
+#   both names; twenty changes later tint2 still runs and shows the last colour; quitting puts
+#   the bare root back and leaves no record; with icons hidden the main window says why that
+#   cannot work here, and its popovers are no taskbar entries (only the main window is, as tint2
+#   lists windows);
+# - MATE (caja draws the desktop): the program says the pictures and icons cannot be changed
+#   there, twenty picture changes leave caja's root pixmap and desktop alone, caja and
+#   mate-panel still run, and no record waits for a restore that cannot happen; the main window
+#   with "Color" chosen says why it cannot show;
+# - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
+#   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
+#   killed and started again shows the colour again; quitting puts every setting back.
+# Usage: other_desktops_test.sh PATH-TO-QUILLET
+set -uo pipefail
+
+source "$(dirname "$0")/../support/desktop/lib.sh"
+
+QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET}
+atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
+driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
+
+qd_init other_desktops
+for tool in openbox tint2 marco mate-panel caja; do
+  if ! command -v "$tool" >/dev/null; then
+    qd_log "SKIP: $tool is not installed (run scripts/setup)"
+    exit 77
+  fi
+done
+
+root_pixmap() { xprop -root "$1" 2>/dev/null | sed -n 's/.*# \(0x[0-9a-f]*\).*/\1/p'; }
+support_dir() { echo "$XDG_DATA_HOME/Quillet"; }
+# The colour in the middle of the screen, below any top panel.
+centre() { qd_pixel 960 600; }
+# Running under this desktop's display (one process of that name with our DISPLAY).
+runs_here() { # NAME
+  local pid
+  for pid in $(pgrep -x "$1"); do
+    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && return 0
+  done
+  return 1
+}
+not_our_colour() { [ "$(centre)" != D35400 ]; }
+twenty_colours() {
+  local i
+  qd_drive background color >/dev/null
+  for ((i = 1; i <= 20; i++)); do
+    qd_drive colour "$(printf '#%02X5400' $((i * 10)))" >/dev/null
+  done
+}
+
+openbox_tint2() {
+  qd_section "openbox + tint2: the root window's picture"
+  qd_start_desktop --desktop openbox-tint2
+  qd_new_home
+  unset XDG_CURRENT_DESKTOP
+  qd_driver_start openbox "$driver"
+  qd_check_eq "the desktop as the program sees it" "support Openbox||1|0" "$(qd_drive support)"
+  qd_check "no root pixmap before" test -z "$(root_pixmap _XROOTPMAP_ID)"
+  twenty_colours
+  qd_wait_eq 15 "the last of twenty colours in the middle of the screen" C85400 centre
+  qd_check "_XROOTPMAP_ID is set" test -n "$(root_pixmap _XROOTPMAP_ID)"
+  qd_check_eq "ESETROOT_PMAP_ID names the same pixmap" "$(root_pixmap _XROOTPMAP_ID)" "$(root_pixmap ESETROOT_PMAP_ID)"
+  qd_check "tint2 still runs after twenty picture changes" runs_here tint2
+  qd_check "openbox still runs" runs_here openbox
+  qd_driver_quit
+  qd_check "no root pixmap after quitting" test -z "$(root_pixmap _XROOTPMAP_ID)"
+  qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
+  qd_check "tint2 still runs after quitting" runs_here tint2
+  popovers_off_the_taskbar
+  qd_stop_desktop
+}
+
+# Our windows in the window manager's client list that a taskbar lists: tint2 leaves out those
+# marked _NET_WM_STATE_SKIP_TASKBAR (and docks, desktops, menus, toolbars and splashes, which we
+# do not have). One "ID TITLE" line each.
+taskbar_entries_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] || continue
+    xprop -id "$id" _NET_WM_STATE 2>/dev/null | grep -q _NET_WM_STATE_SKIP_TASKBAR && continue
+    echo "$((id)) $(xdotool getwindowname "$id" 2>/dev/null)"
+  done
+}
+clients_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] && echo "$id"
+  done
+}
+two_clients_of_ours() { [ "$(clients_of "$quillet_pid" | wc -l)" -ge 2 ]; }
+
+popovers_off_the_taskbar() {
+  qd_section "openbox + tint2: icons hidden are explained; the popovers are no taskbar entries"
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true}'
+  qd_launch_quillet quillet-tint2 QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+    { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  local said="Icons: “Hide” has no effect on Openbox: no program draws icons on this desktop."
+  qd_check "the main window explains that icons cannot be hidden here" \
+    qd_wait_for 10 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  local main
+  main=$(qd_main_window)
+  qd_check_eq "the main window is our one taskbar entry" "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
+  "${atspi[@]}" press "$quillet_pid" "Color" "check box" || qd_fail "no Color choice to press"
+  qd_wait_for 10 "the colour popover" "${atspi[@]}" showing "$quillet_pid" "Background color" ||
+    qd_fail "the colour popover did not open"
+  qd_check "the popover is a window the window manager lists" qd_wait_for 10 "a second client window" two_clients_of_ours
+  qd_check_eq "with the colour popover open, still only the main window is a taskbar entry" \
+    "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
+  qd_check "tint2 still runs with the popover open" runs_here tint2
+  qd_stop_checked
+}
+
+mate() {
+  qd_section "MATE: caja draws the desktop"
+  qd_start_desktop --desktop mate
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=MATE
+  local before centre_before
+  before=$(root_pixmap _XROOTPMAP_ID)
+  centre_before=$(centre)
+  qd_driver_start mate "$driver"
+  qd_check_eq "the desktop as the program sees it" "support MATE|caja|0|0" "$(qd_drive support)"
+  twenty_colours
+  qd_drive icons hide >/dev/null
+  qd_check_eq "caja's root pixmap is untouched" "$before" "$(root_pixmap _XROOTPMAP_ID)"
+  qd_check_eq "caja's desktop shows what it showed" "$centre_before" "$(centre)"
+  qd_check "caja still runs after twenty picture changes" runs_here caja
+  qd_check "mate-panel still runs" runs_here mate-panel
+  qd_check "caja's desktop window is still there" qd_xprobe windows --type desktop
+  qd_driver_quit
+  qd_check_eq "caja's root pixmap is untouched after quitting" "$before" "$(root_pixmap _XROOTPMAP_ID)"
+  qd_check "caja still runs after quitting" runs_here caja
+  qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
+  qd_check_eq "no picture record waits for a restore" null "$(qd_stored wallpaper.originalURLs)"
+  colour_explained_on_mate
+  qd_check "caja still runs after the program quit" runs_here caja
+  qd_stop_desktop
+}
+
+# The program itself, with "Color" chosen: the window says why the colour cannot show.
+colour_explained_on_mate() {
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color"}'
+  qd_launch_quillet quillet-mate QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  local said="Background: “Color” has no effect on MATE: caja draws the desktop, and Quillet cannot give it a picture yet."
+  qd_check "the main window explains that the colour cannot show on MATE" \
+    qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  qd_check_eq "caja's root pixmap is untouched with the program running" "$before" "$(root_pixmap _XROOTPMAP_ID)"
+  qd_stop_checked
+}
+
+xfce_late_xfdesktop() {
+  qd_section "Xfce: xfdesktop starts after the program, dies and comes back"
+  qd_start_desktop --no-xfdesktop
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=XFCE
+  local image=/backdrop/screen0/monitorscreen/workspace0/last-image xfdesktop_pid
+  qd_driver_start xfce "$driver"
+  qd_check_eq "the desktop as the program sees it" "support Xfce||1|1" "$(qd_drive support)"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_drive icons hide >/dev/null
+  qd_wait_eq 15 "the colour in the root window" D35400 centre
+  qd_wait_eq 15 "the icon style in xfconf" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
+
+  qd_launch xfdesktop_pid "$QD_TMP/xfdesktop-1.log" xfdesktop --sm-client-disable
+  qd_wait_for 30 "xfdesktop's desktop window" qd_xprobe windows --type desktop
+  qd_wait_for 15 "the colour in xfdesktop's settings" \
+    bash -c "xfconf-query -c xfce4-desktop -p $image 2>/dev/null | grep -q quillet-color-"
+  qd_wait_eq 15 "xfdesktop draws the colour" D35400 centre
+
+  qd_section "Xfce: xfdesktop killed and started again"
+  qd_stop_process "$xfdesktop_pid" KILL 10
+  qd_launch xfdesktop_pid "$QD_TMP/xfdesktop-2.log" xfdesktop --sm-client-disable
+  qd_wait_for 30 "the new xfdesktop's desktop window" qd_xprobe windows --type desktop
+  qd_wait_eq 15 "the new xfdesktop draws the colour" D35400 centre
+  qd_check "the picture it shows exists" test -f "$(qd_xfconf_get xfce4-desktop $image)"
+  qd_check "the record of xfdesktop's settings is kept" test -s "$(support_dir)/desktop-xfce.json"
+  qd_check_eq "the icons stay hidden" 0 "$(qd_xfconf_get xfce4-desktop /desktop-icons/style)"
+
+  qd_driver_quit
+  # What xfdesktop set for itself when it started (its default picture) is what comes back.
+  qd_wait_for 15 "xfdesktop's own picture back" \
+    bash -c "xfconf-query -c xfce4-desktop -p $image 2>/dev/null | grep -q '^/usr/share/'" ||
+    qd_fail "xfdesktop's picture setting is $(qd_xfconf_get xfce4-desktop $image), not its own"
+  qd_wait_for 15 "xfdesktop drawing its own picture again" not_our_colour ||
+    qd_fail "the screen still shows our colour after quitting"
+  qd_wait_eq 15 "the icon style is gone again" "" qd_xfconf_get xfce4-desktop /desktop-icons/style
+  qd_check "no xfdesktop record is left" test ! -e "$(support_dir)/desktop-xfce.json"
+  qd_stop_desktop
+}
+
+openbox_tint2
+mate
+xfce_late_xfdesktop
+qd_finish
