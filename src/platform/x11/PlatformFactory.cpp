@@ -1,7 +1,6 @@
 // The run-time choice of backends and the X11 capability probes behind them.
 #include "PlatformFactory.h"
 
-#include "WallpaperController.h"
 #include "X11Appearance.h"
 #include "X11Capture.h"
 #include "X11Connection.h"
@@ -14,6 +13,7 @@
 #include "X11WindowControl.h"
 #include "X11WindowList.h"
 #include "platform/Platform.h"
+#include "platform/SupportFolder.h"
 
 #include <QGuiApplication>
 
@@ -45,7 +45,7 @@ std::unique_ptr<Platform> createPlatform()
         parts.appearance = std::make_unique<X11Appearance>();
         // The desktop program may start late, die or restart: the session follows it and
         // hands pictures and icons to the backend that fits at each moment.
-        auto session = std::make_unique<X11DesktopSession>(WallpaperController::supportDir());
+        auto session = std::make_unique<X11DesktopSession>(SupportFolder::path());
         parts.name = session->platformName();
         parts.desktopPictures = session->makePictures();
         parts.desktopIcons = session->makeIcons();
