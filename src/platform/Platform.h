@@ -8,6 +8,7 @@
 #include "DisplayModes.h"
 #include "ItemNames.h"
 #include "LoginItems.h"
+#include "PanelScan.h"
 #include "ProcessRunner.h"
 #include "ScreenCapture.h"
 #include "Screens.h"
@@ -35,6 +36,8 @@ public:
         std::unique_ptr<DesktopIconsBackend> desktopIcons;
         std::unique_ptr<ProcessRunner> processes;
         std::unique_ptr<WindowManagerWatch> managerWatch;
+        // Null: a scan over the window list and the item names, run at once.
+        std::unique_ptr<PanelScan> panelScan;
     };
 
     explicit Platform(Parts parts);
@@ -54,6 +57,7 @@ public:
     DesktopIconsBackend& desktopIcons() const { return *m_parts.desktopIcons; }
     ProcessRunner& processes() const { return *m_parts.processes; }
     WindowManagerWatch& managerWatch() const { return *m_parts.managerWatch; }
+    PanelScan& panelScan() const { return *m_parts.panelScan; }
 
     // The platform of the running program, set once by main().
     static Platform& shared();

@@ -28,6 +28,9 @@ FakePlatform::FakePlatform()
     appearance = install<FakeAppearance>(parts.appearance);
     loginItems = install<FakeLoginItems>(parts.loginItems);
     desktopIcons = install<FakeDesktopIcons>(parts.desktopIcons);
+    auto scan = std::make_unique<FakePanelScan>(*windowList, *itemNames);
+    panelScan = scan.get();
+    parts.panelScan = std::move(scan);
     m_platform = std::make_unique<Platform>(std::move(parts));
 }
 

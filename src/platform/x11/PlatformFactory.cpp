@@ -43,6 +43,7 @@ std::unique_ptr<Platform> createPlatform()
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.windowList = std::make_unique<X11WindowList>();
         parts.itemNames = std::make_unique<X11ItemNames>();
+        parts.panelScan = std::make_unique<X11PanelScan>();
         parts.processes = std::make_unique<QtProcessRunner>();
         parts.appearance = std::make_unique<X11Appearance>();
         // xfdesktop draws its own desktop window over the root: its settings are the pictures.

@@ -4,7 +4,9 @@
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QScreen>
+#include <QThread>
 #include <cstdlib>
 
 namespace X11 {
@@ -29,6 +31,9 @@ xcb_window_t rootWindow()
 
 xcb_atom_t atom(const char* name)
 {
+    // Asked for from the panel scan's thread too.
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
     static QHash<QByteArray, xcb_atom_t> cache;
     const QByteArray key(name);
     if (const auto found = cache.constFind(key); found != cache.constEnd())
@@ -51,17 +56,32 @@ struct Monitor {
     qreal ratio = 1;
 };
 
+QMutex monitorsMutex;
+QList<Monitor> lastMonitors;
+
+// Qt's screens may be read on the UI thread only; other threads get what it saw last.
 QList<Monitor> monitors()
 {
+    if (QThread::currentThread() != QCoreApplication::instance()->thread()) {
+        const QMutexLocker lock(&monitorsMutex);
+        return lastMonitors;
+    }
     QList<Monitor> result;
     for (const QScreen* screen : QGuiApplication::screens()) {
         const QRect g = screen->geometry();
         const qreal ratio = screen->devicePixelRatio();
         result.append({QRectF(g.topLeft(), QSizeF(g.size()) * ratio), QRectF(g), ratio});
     }
+    const QMutexLocker lock(&monitorsMutex);
+    lastMonitors = result;
     return result;
 }
 } // namespace
+
+void noteMonitors()
+{
+    monitors();
+}
 
 QRectF rootToPoints(const QRectF& rootRect)
 {

@@ -16,6 +16,8 @@ xcb_atom_t atom(const char* name);
 // root pixels and divides distances from it by the monitor's device pixel ratio (2 on a
 // 192-dpi desktop), so the monitor holding a rectangle's centre (or a point) decides the ratio.
 // With a ratio of 1 both are the same.
+// Other threads convert with the monitors the UI thread saw last; this notes them (UI thread).
+void noteMonitors();
 QRectF rootToPoints(const QRectF& rootRect);
 QPointF pointsToRoot(const QPointF& point);
 // A length in points at a point, in root pixels.
