@@ -191,19 +191,7 @@ void QuilletApp::restoreDesktop()
     if (m_restored)
         return;
     m_restored = true;
-    AppModel& model = AppModel::shared();
-    DesktopIcons& icons = model.desktopIcons();
-    model.display().restoreAll();
-    // The icon style is written in its turn, but the desktop program is restarted once, last:
-    // one that starts while its pictures change may crash. Its restart is handed to a process of
-    // its own, so quitting does not wait for the new desktop to appear.
-    icons.holdRestarts();
-    icons.restore();
-    waitBriefly([&icons] { return icons.onlyRestartLeft(); });
-    model.wallpaper().restore();
-    model.overlays().clearMenuBarWindows();
-    icons.releaseRestarts(false);
-    waitBriefly([&icons] { return icons.isSettled(); });
+    AppModel::shared().restoreDesktop(&QuilletApp::waitBriefly);
 }
 
 void QuilletApp::waitBriefly(const std::function<bool()>& done)

@@ -23,8 +23,8 @@ AppModel::AppModel(Dependencies deps)
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
                                                     &m_defaults);
-    m_overlays = std::make_unique<OverlayController>(m_platform.screens(),
-                                                     m_platform.managerWatch());
+    m_overlays =
+        std::make_unique<OverlayController>(m_platform.screens(), m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
     // Said in the window, and in the log for a restore at quit, when the window is gone.
     connect(m_wallpaper.get(), &WallpaperController::restoreNotice, this,
@@ -38,7 +38,8 @@ AppModel::AppModel(Dependencies deps)
     m_canNameItems = m_platform.windowControl().canControlWindows();
     m_canControlWindows = m_canNameItems;
 
-    const QStringList labels = m_defaults.stringListValue(StoredKeys::hiddenItemLabels).value_or(QStringList());
+    const QStringList labels =
+        m_defaults.stringListValue(StoredKeys::hiddenItemLabels).value_or(QStringList());
     m_hiddenLabels = QSet<QString>(labels.begin(), labels.end());
 
     reloadDisplays();
@@ -80,13 +81,14 @@ AppModel::~AppModel() = default;
 AppModel& AppModel::shared()
 {
     static QtScheduler scheduler;
-    static AppModel* model = new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler});
+    static AppModel* model =
+        new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler});
     return *model;
 }
 
 const QList<QSizeF>& AppModel::windowSizes()
 {
-    static const QList<QSizeF> sizes{{1280, 800}, {1440, 900},  {1600, 1000},
+    static const QList<QSizeF> sizes{{1280, 800},  {1440, 900}, {1600, 1000},
                                      {1920, 1080}, {1024, 768}, {800, 600}};
     return sizes;
 }
@@ -99,8 +101,7 @@ std::optional<QString> AppModel::defaultPicture(const QString& fileName) const
         // <prefix>/share/quillet.
         const QString exeDir = QCoreApplication::applicationDirPath();
         dirs = {exeDir + QStringLiteral("/share/quillet"),
-                exeDir + QStringLiteral("/../share/quillet"),
-                QStringLiteral(QUILLET_DATA_DIR)};
+                exeDir + QStringLiteral("/../share/quillet"), QStringLiteral(QUILLET_DATA_DIR)};
     }
     for (const QString& dir : std::as_const(dirs)) {
         if (!QFileInfo(dir).isDir())
@@ -130,11 +131,28 @@ void AppModel::setEnabled(bool enabled)
             m_desktopIcons.setHidden(true);
         pushWallpaper();
     } else {
-        m_display->restoreAll();
-        m_desktopIcons.restore();
-        m_wallpaper->restore();
+        restoreDesktop();
     }
     recomputeBarTiles();
+}
+
+void AppModel::restoreDesktop(const WaitUntil& quitting)
+{
+    const auto waitFor = [&quitting](const std::function<bool()>& done) {
+        if (quitting)
+            quitting(done);
+    };
+    m_display->restoreAll();
+    // The icon style is written in its turn, but the desktop program is restarted once, last:
+    // one that starts while its pictures change may crash. The restart runs in a process of its
+    // own when quitting, so the quit does not wait for the new desktop to appear.
+    m_desktopIcons.holdRestarts();
+    m_desktopIcons.restore();
+    waitFor([this] { return m_desktopIcons.onlyRestartLeft(); });
+    m_wallpaper->restore();
+    m_overlays->clearMenuBarWindows();
+    m_desktopIcons.releaseRestarts(/*waitForReady=*/!quitting);
+    waitFor([this] { return m_desktopIcons.isSettled(); });
 }
 
 void AppModel::setDesktopIconsHidden(bool hidden)

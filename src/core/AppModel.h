@@ -24,6 +24,7 @@
 #include <QSet>
 #include <QSizeF>
 #include <QUuid>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -83,6 +84,13 @@ public:
 
     // --- master switch, desktop choices, launch restore, permissions ---
     void setEnabled(bool enabled);
+    // Waits (bounded, by the caller's means) until the condition holds; see restoreDesktop().
+    using WaitUntil = std::function<void(const std::function<bool()>&)>;
+    // Takes every change off the desktop: display modes, the icon style, the pictures and the
+    // masks over the panel. The stored choices stay. Quitting passes a function that waits for
+    // each stage and leaves the restarted desktop program to start on its own; the master
+    // switch passes none and lets the stages run on.
+    void restoreDesktop(const WaitUntil& quitting = {});
     void setDesktopIconsHidden(bool hidden);
     void setBackground(DesktopBackground background);
     void setBackgroundColor(const RgbColor& color);
@@ -156,8 +164,7 @@ signals:
     void published(AppModel::Field field);
 
 private:
-    template <typename T>
-    void assign(T& member, const T& value, Field field)
+    template <typename T> void assign(T& member, const T& value, Field field)
     {
         member = value;
         emit published(field);

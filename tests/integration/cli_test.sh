@@ -87,10 +87,7 @@ colour_near() { # RRGGBB X Y
 a, b = bytes.fromhex(sys.argv[1]), bytes.fromhex(sys.argv[2])
 sys.exit(0 if max(abs(x - y) for x, y in zip(a, b)) <= 6 else 1)' "$want" "$got"
 }
-close_main_window() {
-  xdotool windowactivate --sync "$(qd_main_window)" key --clearmodifiers alt+F4
-  qd_wait_for 5 "the main window to close" no_window
-}
+close_main_window() { qd_close_main_window "$(qd_main_window)" || qd_fail "main window did not close"; }
 stored() { qd_stored "$1"; }
 no_window() { ! qd_main_window >/dev/null; }
 quillet_bus_pid() {

@@ -40,23 +40,7 @@ qd_stop_checked 0
 icon_style() { qd_xfconf_get xfce4-desktop /desktop-icons/style; }
 xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 2
 hidden_icons='"pref.restoreOnLaunch": true, "state.desktopIconsHidden": true'
-# Closes the main window as a user does: Alt+F4, and when that did not reach it (xfdesktop
-# restarting after the icons change may hold the focus for a moment) a click on the close button
-# at the right end of the title bar.
-close_main_window() {
-  local attempt frame
-  for attempt in 1 2 3; do
-    timeout 5 xdotool windowactivate --sync "$window" 2>/dev/null
-    [ "$(xdotool getactivewindow 2>/dev/null)" = "$window" ] && xdotool key --clearmodifiers alt+F4
-    qd_wait_for 4 "the main window to close" no_main_window && return 0
-    read -r -a frame < <(timeout 5 bash -c "$(declare -f qd_outer_frame); qd_outer_frame $window") ||
-      continue
-    qd_log "Alt+F4 did not close the main window; clicking its close button"
-    timeout 5 xdotool mousemove $((frame[0] + frame[2] - 16)) $((frame[1] + 14)) click 1
-    qd_wait_for 4 "the main window to close" no_main_window && return 0
-  done
-  qd_fail "main window did not close"
-}
+close_main_window() { qd_close_main_window "$window" || qd_fail "main window did not close"; }
 
 qd_section "with the tray icon, closing the window keeps Quillet running; a second launch reopens it"
 qd_new_home

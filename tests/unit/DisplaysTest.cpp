@@ -1,13 +1,10 @@
 // The display list, the resolutions offered for a display, the start-up modes put back and their
-// crash record, the monitors' arrangement kept across switches, the model's display operations,
-// and the monitor name read from an EDID.
+// crash record, the monitors' arrangement kept across switches, the model's display operations.
 #include "DisplayController.h"
 #include "FakeApp.h"
 #include "FakePlatform.h"
 #include "TestDirs.h"
 #include "platform/MonitorLayout.h"
-#include "platform/x11/X11RandR.h"
-#include "platform/x11/X11Struts.h"
 
 #include <gtest/gtest.h>
 
@@ -388,59 +385,4 @@ TEST_F(DisplayModelFixture, offRestoresEveryDisplayAndOnReappliesTheLastModeToTh
     EXPECT_EQ(m.currentWidth(), 1440);
     m.setEnabled(false);
     EXPECT_EQ(m.lastAppliedMode()->id, 11);
-}
-
-TEST(Edid, productNameFromTheMonitorDescriptor)
-{
-    QByteArray edid(128, '\0');
-    edid.replace(0, 8, QByteArray("\x00\xff\xff\xff\xff\xff\xff\x00", 8));
-    // First descriptor: a detailed timing (non-zero pixel clock) that happens to hold 0xFC.
-    edid[54] = 0x3a;
-    edid[57] = char(0xFC);
-    // A display descriptor: three zero bytes, its tag, a zero, then 13 bytes of space-padded text.
-    const auto descriptor = [&](int at, char tag, const QByteArray& text) {
-        edid.replace(at, 18, QByteArray(3, '\0') + tag + '\0' + text.leftJustified(13, ' '));
-    };
-    // Second: serial number text; third: the product name, line-feed ended.
-    descriptor(72, char(0xFF), "ABC123\n");
-    descriptor(90, char(0xFC), "Studio 27\n");
-    EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("Studio 27"));
-    // Thirteen characters fill the descriptor without a line feed.
-    descriptor(90, char(0xFC), "ABCDEFGHIJKLM");
-    EXPECT_EQ(X11::parseEdidProductName(edid), QStringLiteral("ABCDEFGHIJKLM"));
-
-    EXPECT_TRUE(X11::parseEdidProductName(edid.left(127)).isEmpty());
-}
-
-TEST(Struts, eachMonitorLosesOnlyWhatReachesIntoIt)
-{
-    // Two monitors side by side on a 3840x1200 root: 1920x1080 at the left, 1920x1200 right.
-    const QSize root(3840, 1200);
-    const QRect left(0, 0, 1920, 1080);
-    const QRect right(1920, 0, 1920, 1200);
-
-    // A 33-pixel top panel across the left monitor only.
-    const auto top = X11::strutsFromProperty({0, 0, 33, 0, 0, 0, 0, 0, 0, 1919, 0, 0}, root);
-    EXPECT_EQ(X11::visibleArea(left, top), QRect(0, 33, 1920, 1047));
-    EXPECT_EQ(X11::visibleArea(right, top), right);
-
-    // A bottom panel on the taller right monitor is counted from the root's bottom edge, which
-    // is that monitor's bottom; it does not reach the shorter left monitor.
-    const auto bottom = X11::strutsFromProperty({0, 0, 0, 40, 0, 0, 0, 0, 0, 0, 1920, 3839}, root);
-    EXPECT_EQ(X11::visibleArea(right, bottom), QRect(1920, 0, 1920, 1160));
-    EXPECT_EQ(X11::visibleArea(left, bottom), left);
-
-    // A left dock and a right dock for the right monitor's rows only.
-    const auto sides = X11::strutsFromProperty({64, 48, 0, 0, 0, 1079, 0, 1199, 0, 0, 0, 0}, root);
-    EXPECT_EQ(X11::visibleArea(left, sides), QRect(64, 0, 1856, 1080));
-    EXPECT_EQ(X11::visibleArea(right, sides), QRect(1920, 0, 1872, 1200));
-
-    // The older four-value form reserves the whole edge, on every monitor it touches.
-    const auto legacy = X11::strutsFromProperty({0, 0, 24, 0}, root);
-    EXPECT_EQ(X11::visibleArea(left, legacy), QRect(0, 24, 1920, 1056));
-    EXPECT_EQ(X11::visibleArea(right, legacy), QRect(1920, 24, 1920, 1176));
-
-    // Struts add up; a malformed property reserves nothing.
-    EXPECT_EQ(X11::visibleArea(left, top + sides), QRect(64, 33, 1856, 1047));
-    EXPECT_TRUE(X11::strutsFromProperty({0, 0, 33}, root).isEmpty());
 }

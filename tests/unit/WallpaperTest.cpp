@@ -4,10 +4,7 @@
 // sampling.
 #include "FakeApp.h"
 #include "WallpaperController.h"
-#include "platform/AppearanceRule.h"
-#include "platform/x11/XSettings.h"
 
-#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -638,73 +635,4 @@ TEST(WallpaperTint, averageTopSamplesColumnsAndRows)
     // More rows than the picture has: all of them.
     EXPECT_NEAR(WallpaperController::averageTop(image, 24.0)->blue, 0.8, 1e-9);
     EXPECT_EQ(WallpaperController::averageTop(QImage(), 0.1), std::nullopt);
-}
-
-TEST(Appearance, sourcesInOrderOfAuthority)
-{
-    using AppearanceRule::isDark;
-    EXPECT_FALSE(isDark({}));
-    // A definite portal answer wins over everything after it.
-    EXPECT_TRUE(isDark({1u, QStringLiteral("Adwaita"), QStringLiteral("default")}));
-    EXPECT_FALSE(isDark({2u, QStringLiteral("Adwaita-dark"), QStringLiteral("prefer-dark")}));
-    // "No preference" (what the portal says on Xfce) falls through to the theme name.
-    EXPECT_TRUE(isDark({0u, QStringLiteral("Greybird-Dark"), std::nullopt}));
-    EXPECT_TRUE(isDark({std::nullopt, QStringLiteral("adwaita-DARK"), std::nullopt}));
-    // A light theme name leaves the decision to GNOME's setting.
-    EXPECT_TRUE(isDark({0u, QStringLiteral("Adwaita"), QStringLiteral("prefer-dark")}));
-    EXPECT_FALSE(isDark({0u, QStringLiteral("Adwaita"), QStringLiteral("prefer-light")}));
-    EXPECT_FALSE(isDark({std::nullopt, std::nullopt, QStringLiteral("default")}));
-}
-
-namespace {
-
-// An XSETTINGS blob in the given byte order: an integer, a colour and two strings.
-QByteArray settingsBlob(bool big)
-{
-    QByteArray data;
-    QDataStream out(&data, QIODevice::WriteOnly);
-    out.setByteOrder(big ? QDataStream::BigEndian : QDataStream::LittleEndian);
-    const auto padded = [&](const QByteArray& bytes) {
-        out.writeRawData(bytes.constData(), int(bytes.size()));
-        while (data.size() % 4)
-            out << quint8(0);
-    };
-    // Type, an unused byte, the name's length, the padded name, the last-change serial.
-    const auto name = [&](quint8 type, const QByteArray& n) {
-        out << type << quint8(0) << quint16(n.size());
-        padded(n);
-        out << quint32(1);
-    };
-    out << quint8(big ? 1 : 0);
-    padded({});
-    out << quint32(7) << quint32(4);
-    name(0, "Net/DoubleClickTime");
-    out << quint32(400);
-    name(2, "Gtk/Color");
-    out << quint32(0x11112222) << quint32(0x33334444);
-    for (const auto& [n, value] : {std::pair<QByteArray, QByteArray>{"Gtk/FontName", "Sans 10"},
-                                   {"Net/ThemeName", "Adwaita-dark"}}) {
-        name(1, n);
-        out << quint32(value.size());
-        padded(value);
-    }
-    return data;
-}
-
-} // namespace
-
-TEST(Appearance, readsTheThemeNameFromXSettings)
-{
-    for (bool big : {false, true}) {
-        const QByteArray blob = settingsBlob(big);
-        EXPECT_EQ(XSettings::stringSetting(blob, "Net/ThemeName"), QStringLiteral("Adwaita-dark"));
-        EXPECT_EQ(XSettings::stringSetting(blob, "Gtk/FontName"), QStringLiteral("Sans 10"));
-        // An integer setting is not a string; a missing one is nothing.
-        EXPECT_EQ(XSettings::stringSetting(blob, "Net/DoubleClickTime"), std::nullopt);
-        EXPECT_EQ(XSettings::stringSetting(blob, "Net/IconThemeName"), std::nullopt);
-        // Cut anywhere inside the last setting, the blob gives nothing rather than garbage.
-        for (qsizetype cut = blob.size() - 1; cut > blob.size() - 20; --cut)
-            EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
-    }
-    EXPECT_EQ(XSettings::stringSetting(QByteArray(), "Net/ThemeName"), std::nullopt);
 }

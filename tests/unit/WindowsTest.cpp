@@ -6,7 +6,6 @@
 #include "FakePlatform.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
-#include "platform/DesktopEntryNames.h"
 #include "ui/MainWindow.h"
 
 #include <QCoreApplication>
@@ -294,41 +293,4 @@ TEST_F(WindowModelFixture, operationsActOnTheSelectedEntry)
     EXPECT_EQ(fake.windowControl->log, QStringList({"minimize 1"}));
     EXPECT_EQ(labels(m.windows()), QStringList({"Editor \u2014 b.txt"}));
     EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
-}
-
-namespace {
-
-void writeEntry(const QString& dir, const QString& id, const QString& body)
-{
-    QDir().mkpath(dir);
-    QFile file(dir + QLatin1Char('/') + id + QStringLiteral(".desktop"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(body.toUtf8());
-}
-
-} // namespace
-
-TEST(DesktopEntryNames, findsTheEntryByIdClassOrStartupClass)
-{
-    TestDirs dirs;
-    const QString user = dirs.root() + QStringLiteral("/user/applications");
-    const QString system = dirs.root() + QStringLiteral("/system/applications");
-    writeEntry(system, "org.example.Notes",
-               "[Desktop Entry]\nType=Application\nName=Notes\nName[xx]=Notizen\n");
-    writeEntry(system, "gimp",
-               "[Desktop Entry]\nName=Image\\sEditor\n[Desktop Action new]\nName=New\n");
-    writeEntry(system, "term-emulator", "[Desktop Entry]\nName=Terminal\nStartupWMClass=XTerm\n");
-    // The user's hidden entry shadows the system one.
-    writeEntry(system, "mail", "[Desktop Entry]\nName=Mail\n");
-    writeEntry(user, "mail", "[Desktop Entry]\nName=Mail\nHidden=true\n");
-    writeEntry(user, "org.example.Notes", "[Desktop Entry]\nName=My Notes\n");
-
-    DesktopEntryNames names({user, system});
-    EXPECT_EQ(names.name("org.example.Notes", "notes", "Notes"), "My Notes");
-    // Class, then instance, also in lower case; escapes undone; other groups ignored.
-    EXPECT_EQ(names.name("", "gimp-2.10", "Gimp"), "Image Editor");
-    EXPECT_EQ(names.name("", "xterm", "XTerm"), "Terminal");
-    EXPECT_EQ(names.name("", "mail", "Mail"), std::nullopt);
-    EXPECT_EQ(names.name("", "", ""), std::nullopt);
-    EXPECT_EQ(names.name("../system/applications/gimp", "", ""), std::nullopt);
 }

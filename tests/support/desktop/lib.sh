@@ -268,6 +268,18 @@ qd_launch_quillet() { # LOG-NAME [NAME=VALUE...]
   qd_launch quillet_pid "$QD_TMP/$1.log" env "${@:2}" "$QD_QUILLET"
 }
 qd_main_window() { qd_window_by_name '^Quillet$' | grep .; }
+# Closes WINDOW as a user does: Alt+F4 on the focused window, and when that does not reach it
+# (a desktop program restarting may hold the focus for a moment) the taskbar's "Close", which
+# asks the window manager. True once no window named Quillet is left.
+qd_close_main_window() { # WINDOW
+  timeout 5 xdotool windowactivate --sync "$1" 2>/dev/null
+  [ "$(xdotool getactivewindow 2>/dev/null)" = "$1" ] && xdotool key --clearmodifiers alt+F4
+  qd_wait_for 8 "the main window to close" _qd_no_main_window && return 0
+  qd_log "Alt+F4 did not close the main window; closing it as the taskbar does"
+  qd_xprobe close "$1"
+  qd_wait_for 20 "the main window to close" _qd_no_main_window
+}
+_qd_no_main_window() { ! qd_main_window >/dev/null; }
 # Stops PID (the program by default) with SIGNAL (0: it is quitting by itself) and checks that
 # it exits with status 0 within 15 s.
 qd_stop_checked() { # [SIGNAL [PID]]

@@ -6,6 +6,8 @@
 #   xprobe.py wm                     name of the EWMH window manager (exit 1 when none)
 #   xprobe.py windows [--type T]     viewable windows with a _NET_WM_WINDOW_TYPE of T (desktop, dock, normal ...)
 #   xprobe.py tray-icons             viewable XEmbed icons docked in the tray of _NET_SYSTEM_TRAY_S0
+#   xprobe.py close WINDOW           asks the window manager to close WINDOW (_NET_CLOSE_WINDOW,
+#                                    as a taskbar's "Close" does)
 #
 # Window lines read: "0x<id> pid=<pid or 0> x=<root x> y=<root y> w=<width> h=<height> name=<name>".
 import ctypes
@@ -58,6 +60,25 @@ xlib.XTranslateCoordinates.argtypes = [
     ctypes.c_void_p, Window, Window, ctypes.c_int, ctypes.c_int,
     ctypes.POINTER(ctypes.c_int), ctypes.POINTER(ctypes.c_int), ctypes.POINTER(Window)]
 xlib.XFree.argtypes = [ctypes.c_void_p]
+
+
+class XClientMessageEvent(ctypes.Structure):
+    _fields_ = [
+        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+        ("display", ctypes.c_void_p), ("window", Window), ("message_type", Atom),
+        ("format", ctypes.c_int), ("data", ctypes.c_long * 5),
+    ]
+
+
+class XEvent(ctypes.Union):
+    _fields_ = [("xclient", XClientMessageEvent), ("pad", ctypes.c_long * 24)]
+
+
+CLIENT_MESSAGE = 33
+SUBSTRUCTURE_NOTIFY_AND_REDIRECT = (1 << 19) | (1 << 20)
+xlib.XSendEvent.argtypes = [ctypes.c_void_p, Window, ctypes.c_int, ctypes.c_long,
+                            ctypes.POINTER(XEvent)]
+xlib.XFlush.argtypes = [ctypes.c_void_p]
 xlib.XCloseDisplay.argtypes = [ctypes.c_void_p]
 
 # Windows come and go while we walk the tree; a BadWindow must not end the process.
@@ -170,6 +191,16 @@ def main(argv):
         if not check or d.prop_longs(check[0], "_NET_SUPPORTING_WM_CHECK") != check[:1]:
             return 1
         print(d.name(check[0]))
+        return 0
+    if command == "close":
+        event = XEvent()
+        event.xclient.type = CLIENT_MESSAGE
+        event.xclient.window = int(argv[2], 0)
+        event.xclient.message_type = d.atom("_NET_CLOSE_WINDOW")
+        event.xclient.format = 32
+        event.xclient.data[1] = 2  # the request comes from a pager or taskbar
+        xlib.XSendEvent(d.dpy, d.root, 0, SUBSTRUCTURE_NOTIFY_AND_REDIRECT, ctypes.byref(event))
+        xlib.XFlush(d.dpy)
         return 0
     if command == "windows":
         wanted = None
