@@ -6,6 +6,7 @@
 #include "RemoteControl.h"
 #include "SingleInstance.h"
 #include "core/AppModel.h"
+#include "core/DefaultsStore.h"
 #include "core/Preferences.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
@@ -15,7 +16,6 @@
 #include "ui/Popover.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
-#include "ui/WindowAccess.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
@@ -40,7 +40,9 @@ void onTerminationSignal(int signal)
 QuilletApp::QuilletApp(QObject* parent) : QObject(parent), m_platform(createPlatform())
 {
     Platform::setShared(m_platform.get());
-    ShellHooks::setShared(this);
+    m_preferences =
+        std::make_unique<Preferences>(DefaultsStore::standard(), m_platform->loginItems(), this);
+    Preferences::setShared(m_preferences.get());
     installSignalHandlers();
     // The end of the desktop session quits the event loop too (the session manager's "die"
     // arrives as a quit). A save request alone is no end: the session may go on, for example
@@ -52,7 +54,7 @@ QuilletApp::~QuilletApp()
 {
     if (m_masks)
         AppModel::shared().overlays().setPresenter(nullptr);
-    ShellHooks::setShared(nullptr);
+    Preferences::setShared(nullptr);
 }
 
 bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
@@ -83,6 +85,9 @@ bool QuilletApp::becomeTheRunningInstance(int& exitStatus)
 void QuilletApp::start(bool showWindow)
 {
     m_masks = std::make_unique<MaskWindowPresenter>();
+    m_masks->setPlacement([](const QRectF& bottomLeft) {
+        return Platform::shared().screens().windowGeometry(bottomLeft);
+    });
     AppModel::shared().overlays().setPresenter(m_masks.get());
     m_mainWindow = std::make_unique<MainWindow>(AppModel::shared(), Preferences::shared());
     // The desktop hints go on every native window the main window gets.
@@ -100,10 +105,8 @@ void QuilletApp::start(bool showWindow)
             QCoreApplication::quit();
     });
     Popover::setKeepOffTaskbar([](QWindow* window) { X11::setSkipTaskbar(window, true); });
-    WindowAccess::shared().opener = [this] {
-        if (m_mainWindow)
-            m_mainWindow->reopen();
-    };
+    connect(&StatusItemController::shared(), &StatusItemController::showWindowRequested, this,
+            &QuilletApp::reopenMainWindow);
     if (showWindow)
         m_mainWindow->show();
 
@@ -122,11 +125,7 @@ void QuilletApp::startRemoteControl()
 {
     // Outside requests take the same ways as the window's and the tray menu's.
     m_remote = new RemoteControl(
-        AppModel::shared(), Preferences::shared(),
-        [] {
-            if (WindowAccess::shared().opener)
-                WindowAccess::shared().opener();
-        },
+        AppModel::shared(), Preferences::shared(), [this] { reopenMainWindow(); },
         [] { QCoreApplication::quit(); }, this);
     m_instance->setHandler([this](const QString& request) {
         SingleInstance::Answer answer;
@@ -135,6 +134,12 @@ void QuilletApp::startRemoteControl()
     });
     m_dbus = new DBusService(*m_remote, this);
     m_dbus->registerOnSessionBus();
+}
+
+void QuilletApp::reopenMainWindow()
+{
+    if (m_mainWindow)
+        m_mainWindow->reopen();
 }
 
 void QuilletApp::setTaskbarPresence(bool shown)

@@ -12,6 +12,7 @@ class DBusService;
 class MainWindow;
 class MaskWindowPresenter;
 class Platform;
+class Preferences;
 class SingleInstance;
 class QSocketNotifier;
 class RemoteControl;
@@ -38,12 +39,15 @@ private:
     void installSignalHandlers();
     // The command line's requests and the D-Bus service.
     void startRemoteControl();
+    // Raises and activates the main window, reopening it if it was closed.
+    void reopenMainWindow();
     // Puts back display modes, desktop icons, desktop pictures and masks; runs once.
     void restoreDesktop();
     // Runs the event loop until `done` holds or a few seconds have passed.
     static void waitBriefly(const std::function<bool()>& done);
 
     std::unique_ptr<Platform> m_platform;
+    std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<MainWindow> m_mainWindow;
     std::unique_ptr<MaskWindowPresenter> m_masks;
     SingleInstance* m_instance = nullptr;

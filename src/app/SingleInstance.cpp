@@ -82,8 +82,10 @@ SingleInstance::~SingleInstance()
 {
     if (m_server)
         m_server->close();
-    if (m_lockFd >= 0)
-        ::close(m_lockFd);
+    // The lock stays held until the process has ended (the kernel drops it then): a
+    // `quillet --quit` that waits for the lock returns only once this process is gone, and a
+    // new launch never overlaps the end of this one. The descriptor is close-on-exec, so no
+    // program started from here inherits it.
 }
 
 QString SingleInstance::folder(QString* whyNot)

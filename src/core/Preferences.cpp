@@ -4,10 +4,9 @@
 #include "DefaultsStore.h"
 #include "ShellHooks.h"
 #include "platform/LoginItems.h"
-#include "platform/Platform.h"
 
 namespace {
-ShellHooks* g_shell = nullptr;
+Preferences* g_shared = nullptr;
 
 bool storedBool(const DefaultsStore& defaults, const StoredKey& key)
 {
@@ -15,16 +14,6 @@ bool storedBool(const DefaultsStore& defaults, const StoredKey& key)
     return defaults.value(key).toBool();
 }
 } // namespace
-
-ShellHooks* ShellHooks::shared()
-{
-    return g_shell;
-}
-
-void ShellHooks::setShared(ShellHooks* hooks)
-{
-    g_shell = hooks;
-}
 
 Preferences::Preferences(DefaultsStore& defaults, LoginItems& loginItems, ShellHooks* shell)
     : m_restoreOnLaunch(storedBool(defaults, StoredKeys::restoreOnLaunch)),
@@ -37,9 +26,14 @@ Preferences::Preferences(DefaultsStore& defaults, LoginItems& loginItems, ShellH
 
 Preferences& Preferences::shared()
 {
-    static Preferences* instance = new Preferences(
-        DefaultsStore::standard(), Platform::shared().loginItems(), ShellHooks::shared());
-    return *instance;
+    if (!g_shared)
+        qFatal("Preferences::shared() was asked for before the application shell made it");
+    return *g_shared;
+}
+
+void Preferences::setShared(Preferences* preferences)
+{
+    g_shared = preferences;
 }
 
 void Preferences::setRestoreOnLaunch(bool value)

@@ -13,8 +13,10 @@ public:
     // `shell` may be null (no shell yet, or a test that does not care).
     Preferences(DefaultsStore& defaults, LoginItems& loginItems, ShellHooks* shell);
 
-    // The instance of the running program, created on first use.
+    // The instance of the running program: the application shell makes it, with itself as the
+    // shell, and installs it here before anything asks for it.
     static Preferences& shared();
+    static void setShared(Preferences* preferences);
 
     bool restoreOnLaunch() const { return m_restoreOnLaunch; }
     bool showInDock() const { return m_showInDock; }

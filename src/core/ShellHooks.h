@@ -10,8 +10,4 @@ public:
     // Raise and activate the main window.
     virtual void bringToFront() = 0;
     virtual void setStatusItemVisible(bool visible) = 0;
-
-    // The shell of the running program; null until the shell exists.
-    static ShellHooks* shared();
-    static void setShared(ShellHooks* hooks);
 };

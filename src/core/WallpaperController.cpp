@@ -232,9 +232,12 @@ void WallpaperController::putBack()
         case PictureRestore::failed:
             break;
         case PictureRestore::nothingHeld:
-            // Only the picture record describes this monitor (one written by an older run).
-            // Made while another desktop program ran, it waits for that program.
-            if (!otherDesktopsRecord && pictures.putBackPicture(screen, *original))
+            // No monitor changes before the desktop's own record of it is on disk, so one that
+            // no record describes shows nothing of ours: its entry was left by a kill between
+            // the two records (and may be a snapshot of another desktop program's root, which
+            // put on this desktop would replace every workspace's picture). Made while another
+            // desktop program ran, it waits for that program.
+            if (!otherDesktopsRecord)
                 m_originals.remove(id);
             break;
         }

@@ -48,12 +48,6 @@ public:
     // Shows the file on the monitor, filling it, on every workspace, with any slideshow paused;
     // false when the desktop refused. Only for a monitor whose record is held.
     virtual bool setDesktopPicture(const ScreenInfo& screen, const QString& path) = 0;
-    // Shows a file of the user's again on a monitor no record of this backend describes (the
-    // picture record of an older run is all there is).
-    virtual bool putBackPicture(const ScreenInfo& screen, const QString& path)
-    {
-        return setDesktopPicture(screen, path);
-    }
     // Whether the pictures must be set again after the monitors change (a root picture keeps
     // the size it was drawn for).
     virtual bool redrawAfterScreenChange() const { return false; }

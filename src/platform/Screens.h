@@ -3,6 +3,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QRect>
 #include <QRectF>
 #include <QString>
 #include <optional>
@@ -26,6 +27,10 @@ class Screens : public QObject {
 public:
     // In the platform's order; the primary monitor has its frame origin at (0, 0).
     virtual QList<ScreenInfo> screens() const = 0;
+    // A rectangle in global bottom-left points as the geometry of one of the program's own
+    // top-level windows (where Qt places it), edges on whole pixels; nothing when the points
+    // are Qt's own, so the caller places it by Qt's screens.
+    virtual std::optional<QRect> windowGeometry(const QRectF&) const { return std::nullopt; }
 
 signals:
     // Once per change of the monitor configuration (added, removed, resized, moved).

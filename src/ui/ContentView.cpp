@@ -16,6 +16,7 @@
 #include "components/ResolutionTile.h"
 #include "components/ScreenThumb.h"
 #include "components/SectionCard.h"
+#include "components/SessionBanner.h"
 #include "components/WallpaperWell.h"
 
 #include <QCheckBox>
@@ -131,6 +132,9 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     m_panelLayout->setSpacing(16);
     outer->addWidget(m_panel, 0, Qt::AlignLeft | Qt::AlignTop);
 
+    // A session where nothing can act on the desktop says so first (hidden otherwise).
+    m_sessionBanner = new SessionBanner(m_model.windowControlGap(), m_panel);
+    m_panelLayout->addWidget(m_sessionBanner);
     m_panelLayout->addWidget(buildResolutionCard());
     m_windowCard = buildWindowCard();
     m_panelLayout->addWidget(m_windowCard);
@@ -226,6 +230,12 @@ QWidget* ContentView::buildResolutionCard()
     // The tiles are the Tab stop (one for the row), not the scrolling area around them.
     m_strip->setFocusPolicy(Qt::NoFocus);
     stack->addWidget(m_strip);
+    m_noModes = new QLabel(content);
+    m_noModes->setObjectName(QStringLiteral("no modes"));
+    m_noModes->setFont(Look::caption());
+    m_noModes->setWordWrap(true);
+    m_noModes->setVisible(false);
+    stack->addWidget(m_noModes);
 
     auto* restore = new QPushButton(tr("Restore Original"));
     restore->setObjectName(QStringLiteral("Restore Original"));
@@ -253,6 +263,9 @@ void ContentView::refreshDisplays()
 
 void ContentView::refreshTiles()
 {
+    // An empty strip says why instead of staying blank.
+    m_noModes->setText(SessionBanner::noModesText(m_model.windowControlGap()));
+    m_noModes->setVisible(m_model.modes().isEmpty());
     const QList<DisplayMode>& modes = m_model.modes();
     const auto sameMode = [](const DisplayMode& a, const DisplayMode& b) {
         return a.id == b.id && a.width == b.width && a.height == b.height &&

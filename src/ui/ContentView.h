@@ -23,6 +23,7 @@ class QHBoxLayout;
 class QLabel;
 class QVBoxLayout;
 class ResolutionStrip;
+class SessionBanner;
 class WindowListBox;
 
 class ContentView final : public QWidget {
@@ -41,6 +42,8 @@ public:
     QWidget* windowColumns() const { return m_columns; }
     QAbstractButton* refreshButton() const { return m_refresh; }
     PermissionBanner* windowBanner() const { return m_windowBanner; }
+    SessionBanner* sessionBanner() const { return m_sessionBanner; }
+    QLabel* noModesLabel() const { return m_noModes; }
     const QList<QAbstractButton*>& repositionCells() const { return m_repositionCells; }
     const QList<QAbstractButton*>& centerCells() const { return m_centerCells; }
     const QList<CenterItem>& shownCenterItems() const { return m_centerItems; }
@@ -108,6 +111,8 @@ private:
     QWidget* m_displayRow = nullptr;
     QComboBox* m_displayPicker = nullptr;
     ResolutionStrip* m_strip = nullptr;
+    QLabel* m_noModes = nullptr;
+    SessionBanner* m_sessionBanner = nullptr;
     QAbstractButton* m_restore = nullptr;
 
     PermissionBanner* m_windowBanner = nullptr;

@@ -54,8 +54,9 @@ void MaskWindowPresenter::showMasks(const QList<MaskTile>& tiles, const RgbColor
     const QRect primaryGeometry = primary ? primary->geometry() : QRect();
     const QColor fill = fallbackColor.toQColor();
     for (const MaskTile& tile : tiles) {
-        auto window = std::make_unique<MaskWindow>(toScreenGeometry(tile.rect, primaryGeometry),
-                                                   tile.image, fill);
+        std::optional<QRect> geometry = m_placement ? m_placement(tile.rect) : std::nullopt;
+        auto window = std::make_unique<MaskWindow>(
+            geometry.value_or(toScreenGeometry(tile.rect, primaryGeometry)), tile.image, fill);
         QObject::connect(window.get(), &MaskWindow::painted, &m_context,
                          [this] { retireWhenPainted(); });
         m_windows.push_back(std::move(window));

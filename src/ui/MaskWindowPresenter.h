@@ -8,7 +8,9 @@
 #include <QList>
 #include <QRect>
 #include <QTimer>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class MaskWindow;
@@ -30,6 +32,11 @@ public:
     // coordinates), with edges rounded to whole pixels.
     static QRect toScreenGeometry(const QRectF& bottomLeft, const QRect& primaryGeometry);
 
+    // Where the platform places a window of ours on a rectangle in bottom-left points, when its
+    // points are not Qt's (the desktop's scaling factor differs from Qt's device pixel ratio).
+    using Placement = std::function<std::optional<QRect>(const QRectF&)>;
+    void setPlacement(Placement placement) { m_placement = std::move(placement); }
+
 private:
     void orderFront();
     void retireWhenPainted();
@@ -42,4 +49,5 @@ private:
     // The old windows go at the latest after this, should the new ones never paint.
     QTimer m_retireAnyway;
     QObject m_context;
+    Placement m_placement;
 };

@@ -2,19 +2,12 @@
 #include "StatusItemController.h"
 
 #include "AppIcon.h"
-#include "WindowAccess.h"
 #include "core/AppModel.h"
 
 #include <QApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
 #include <QThread>
-
-WindowAccess& WindowAccess::shared()
-{
-    static WindowAccess access;
-    return access;
-}
 
 StatusItemController::StatusItemController(std::function<AppModel&()> model, QObject* parent)
     : QObject(parent), m_model(std::move(model))
@@ -87,8 +80,7 @@ void StatusItemController::toggleEnabled()
 
 void StatusItemController::showWindow()
 {
-    if (WindowAccess::shared().opener)
-        WindowAccess::shared().opener();
+    emit showWindowRequested();
 }
 
 void StatusItemController::quit()

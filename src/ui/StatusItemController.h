@@ -37,6 +37,10 @@ public:
     // Called just before the menu opens: the check mark shows the master switch as it is.
     void menuNeedsUpdate();
 
+signals:
+    // "Show Window" was chosen: the shell raises the main window, reopening it if closed.
+    void showWindowRequested();
+
 private:
     std::function<AppModel&()> m_model;
     std::unique_ptr<QSystemTrayIcon> m_item;

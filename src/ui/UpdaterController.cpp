@@ -45,7 +45,7 @@ QString shortened(const QString& text)
 } // namespace
 
 UpdaterController::UpdaterController(QUrl feed, QObject* parent)
-    : QObject(parent), m_feed(std::move(feed)), m_network(new QNetworkAccessManager(this))
+    : QObject(parent), m_feed(std::move(feed))
 {
     if (m_feed.isEmpty()) {
         const QByteArray fromEnv = qgetenv("QUILLET_UPDATE_FEED_URL");
@@ -111,6 +111,9 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
     m_busy = true;
     QNetworkRequest request(m_feed);
     request.setTransferTimeout(15000);
+    // Made at the first check: the network stack costs start-up time the window needs.
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
     QNetworkReply* reply = m_network->get(request);
     auto body = std::make_shared<QByteArray>();
     auto tooLarge = std::make_shared<bool>(false);

@@ -32,6 +32,6 @@ private:
     void report(bool newer, const QString& message, const QUrl& link);
 
     QUrl m_feed;
-    QNetworkAccessManager* m_network;
+    QNetworkAccessManager* m_network = nullptr;
     bool m_busy = false;
 };

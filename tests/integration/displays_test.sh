@@ -80,8 +80,16 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   # The model's display list is read once, at start-up.
   qd_check_eq "the display list is kept" 2 "$(qd_drive displays | grep -c '^display ')"
 
-  qd_section "two monitors at device pixel ratio 2: frames in Qt's logical coordinates"
-  drv_start scaled QT_SCALE_FACTOR=2
+  qd_section "two monitors at Qt's ratio 2 alone (as from a 192-dpi font setting): frames in pixels"
+  drv_start qt_scaled QT_SCALE_FACTOR=2
+  qd_check_eq "frames and modes as xrandr has them, the strut whole" \
+    "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1;mode 3840x2160 current 1920x1080" \
+    "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
+  qd_driver_quit
+  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
+
+  qd_section "two monitors, the desktop scaling its windows by 2: frames in points"
+  drv_start scaled GDK_SCALE=2 QT_SCALE_FACTOR=2
   qd_check_eq "frames where Qt places windows, the strut halved" \
     "screen $left DUMMY0 frame=0,0,960x540 visible=0,0,960x$(awk "BEGIN { print (1080 - $strut) / 2 }") scale=2;screen $right DUMMY1 frame=1920,0,960x540 visible=1920,0,960x540 scale=2;" \
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')"

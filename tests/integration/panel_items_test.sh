@@ -76,14 +76,19 @@ qd_check_eq "the clock is the rightmost item, owned by the panel, ending at the 
 qd_check "the status item's and the clock's ids are synthetic (top bit set)" \
   test $(($(field id "$sni") & $(field id "$clock") & 0x80000000)) != 0
 
-# At a device pixel ratio of 2 (a 192-dpi desktop) the program works in points: every item is
+# On a desktop that scales its windows by 2 the program works in points: every item is
 # reported at half its pixel position and width, with the same names.
-scaled=$(QT_SCALE_FACTOR=2 "$probe" 2>>"$QD_TMP/probe.log")
+scaled=$(GDK_SCALE=2 QT_SCALE_FACTOR=2 "$probe" 2>>"$QD_TMP/probe.log")
 qd_check_eq "at ratio 2 the labels are the same" "$base" "$(sed -n 's/.* label=//p' <<<"$scaled" | paste -sd '|')"
 half() { awk -v v="$1" 'BEGIN { printf "%g", v / 2 }'; }
 qd_check_eq "at ratio 2 the positions are in points" \
   "$(while read -r line; do echo "$(half "$(field x "$line")") $(half "$(field w "$line")")"; done <<<"$scan")" \
   "$(while read -r line; do echo "$(field x "$line") $(field w "$line")"; done <<<"$scaled")"
+
+# Qt's ratio alone (from a 192-dpi font setting) leaves every position in pixels.
+qd_check_eq "at Qt's ratio 2 alone the positions are in pixels" \
+  "$(while read -r line; do echo "$(field x "$line") $(field w "$line")"; done <<<"$scan")" \
+  "$(QT_SCALE_FACTOR=2 "$probe" 2>>"$QD_TMP/probe.log" | while read -r line; do echo "$(field x "$line") $(field w "$line")"; done)"
 
 qd_section "a status item added and removed again"
 # The panel lists a newly known item before the items it knew already. A status item's tooltip

@@ -199,4 +199,29 @@ for front in "$sketch_left" "$sketch_right"; do
   qd_check_eq "the raised Sketch window is that application's first row" "$front" "$((first_sketch))"
 done
 
+qd_section "sizes in X pixels at 96, 120 and 192 dpi, divided only by the desktop's window scaling"
+# Xfce's settings daemon publishes the DPI (Xft.dpi, from which Qt derives its device pixel
+# ratio) and the window-scaling factor (XSETTINGS); both are changed while the desktop runs.
+qd_launch xsettings_pid "$QD_TMP/xfsettingsd.log" xfsettingsd --sm-client-disable --no-daemon
+qd_wait_for 10 "the XSETTINGS manager" qd_xprobe owner _XSETTINGS_S0 || qd_fail "xfsettingsd did not start"
+notes_left=$(window_id "Notes left")
+size_of() { qd_outer_frame "$1" | cut -d' ' -f3,4; }
+xft_dpi() { xrdb -query | sed -n 's/^Xft.dpi:[[:space:]]*//p'; }
+for setting in "96 1" "120 1" "192 1" "96 2"; do
+  read -r dpi scale <<<"$setting"
+  xfconf-query -c xsettings -p /Xft/DPI -n -t int -s "$dpi"
+  xfconf-query -c xsettings -p /Gdk/WindowScalingFactor -n -t int -s "$scale"
+  qd_wait_eq 10 "Xft.dpi is $dpi" "$dpi" xft_dpi
+  # Qt's ratio follows the font DPI; every size follows xrandr, divided by the scaling factor.
+  ratio=$(awk -v d="$dpi" 'BEGIN { printf "%g", d / 96 }')
+  points="$((m0w / scale))x$((m0h / scale))"
+  sizes() { "$driver" sizes 2>>"$QD_TMP/driver.log" | cut -d' ' -f1-4,7-10; }
+  qd_wait_eq 10 "at $dpi dpi, scaling $scale: the screen, the current size and its tile (xrandr ${m0w}x${m0h})" \
+    "ratio $ratio screen $points current $points tile $points" sizes
+  "$driver" select "$notes_left" resize $((1280 / scale)) $((800 / scale)) >/dev/null 2>>"$QD_TMP/driver.log"
+  qd_wait_eq 5 "at $dpi dpi, scaling $scale: resized to $((1280 / scale)) × $((800 / scale)) is 1280 × 800 pixels (xwininfo)" \
+    "1280 800" size_of "$notes_left"
+done
+qd_stop_process "$xsettings_pid" TERM 10 || qd_fail "xfsettingsd did not stop"
+
 qd_finish

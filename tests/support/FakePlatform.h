@@ -102,14 +102,6 @@ public:
         pictures.insert(s.outputName, path);
         return true;
     }
-    bool putBackPicture(const ScreenInfo& s, const QString& path) override
-    {
-        setRequests.append({s.outputName, path});
-        if (unreachable)
-            return false;
-        pictures.insert(s.outputName, path);
-        return true;
-    }
     QString restoreLimitation() const override { return limitation; }
 };
 
@@ -176,6 +168,9 @@ public:
     QStringList log;
 
     bool canControlWindows() const override { return trusted; }
+    // Why control is missing, when a test names it (a Wayland session, say).
+    std::optional<PermissionGap> gap;
+    PermissionGap controlGap() const override { return gap ? *gap : WindowControl::controlGap(); }
     void requestWindowControl() override { ++prompts; }
     QList<ClientWindow> windows() const override
     {

@@ -16,6 +16,7 @@
 #include "ui/components/PermissionBanner.h"
 #include "ui/components/PickThumb.h"
 #include "ui/components/ResolutionTile.h"
+#include "ui/components/SessionBanner.h"
 #include "ui/components/WallpaperWell.h"
 
 #include <QAbstractButton>
@@ -581,6 +582,39 @@ TEST_F(PanelFixture, grantTellsWhatIsMissingWhenAskingDidNotHelp)
     EXPECT_TRUE(permissionAdvice(PermissionGap::none).isEmpty());
     EXPECT_TRUE(permissionAdvice(PermissionGap::waylandSession).contains(QStringLiteral("X11")));
     EXPECT_TRUE(permissionAdvice(PermissionGap::noDisplay).contains(QStringLiteral("X11")));
+}
+
+TEST_F(PanelFixture, aWaylandSessionSaysSoAndWhichFeaturesNeedX11)
+{
+    // On X11 there is no session banner, and tiles fill the strip.
+    makeModel();
+    {
+        ContentView view(*model);
+        EXPECT_TRUE(view.sessionBanner()->isHidden());
+        EXPECT_TRUE(view.noModesLabel()->isHidden());
+    }
+    fake.windowControl->trusted = false;
+    fake.windowControl->gap = PermissionGap::waylandSession;
+    fake.capture->allowed = false;
+    fake.displayModes->modes.clear();
+    makeModel();
+    ContentView view(*model);
+    view.show();
+    EXPECT_FALSE(view.sessionBanner()->isHidden());
+    EXPECT_EQ(view.sessionBanner()->accessibleName(), QStringLiteral("This is a Wayland session"));
+    const QString explanation = view.sessionBanner()->accessibleDescription();
+    for (const char* feature :
+         {"resolution", "windows", "desktop icons", "desktop picture", "panel"})
+        EXPECT_TRUE(explanation.contains(QLatin1String(feature))) << feature;
+    EXPECT_TRUE(explanation.contains(QStringLiteral("X11 (Xorg) session")));
+    // The banner comes first, above the Resolution card, whose empty strip says why.
+    EXPECT_LT(view.sessionBanner()->mapTo(&view, QPoint()).y(),
+              view.resolutionStrip()->mapTo(&view, QPoint()).y());
+    EXPECT_FALSE(view.noModesLabel()->isHidden());
+    EXPECT_TRUE(view.noModesLabel()->text().contains(QStringLiteral("Wayland")));
+    // Grant… explains the same session.
+    view.windowBanner()->grantButton()->click();
+    EXPECT_TRUE(view.windowBanner()->advice().contains(QStringLiteral("Wayland")));
 }
 
 TEST_F(PanelFixture, layoutLinesUpColumnsAndRowsAndKeepsItsWidthAcrossModes)

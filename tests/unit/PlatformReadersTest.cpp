@@ -4,6 +4,7 @@
 #include "TestDirs.h"
 #include "platform/AppearanceRule.h"
 #include "platform/DesktopEntryNames.h"
+#include "platform/x11/X11Connection.h"
 #include "platform/x11/X11RandR.h"
 #include "platform/x11/X11Struts.h"
 #include "platform/x11/XSettings.h"
@@ -130,6 +131,10 @@ TEST(Appearance, readsTheThemeNameFromXSettings)
         // An integer setting is not a string; a missing one is nothing.
         EXPECT_EQ(XSettings::stringSetting(blob, "Net/DoubleClickTime"), std::nullopt);
         EXPECT_EQ(XSettings::stringSetting(blob, "Net/IconThemeName"), std::nullopt);
+        // The window-scaling factor and the DPI are integers, read in the blob's byte order.
+        EXPECT_EQ(XSettings::intSetting(blob, "Net/DoubleClickTime"), 400);
+        EXPECT_EQ(XSettings::intSetting(blob, "Net/ThemeName"), std::nullopt);
+        EXPECT_EQ(XSettings::intSetting(blob, "Gdk/WindowScalingFactor"), std::nullopt);
         // Cut anywhere inside the last setting, the blob gives nothing rather than garbage.
         for (qsizetype cut = blob.size() - 1; cut > blob.size() - 20; --cut)
             EXPECT_EQ(XSettings::stringSetting(blob.left(cut), "Net/ThemeName"), std::nullopt);
@@ -172,4 +177,17 @@ TEST(DesktopEntryNames, findsTheEntryByIdClassOrStartupClass)
     EXPECT_EQ(names.name("", "mail", "Mail"), std::nullopt);
     EXPECT_EQ(names.name("", "", ""), std::nullopt);
     EXPECT_EQ(names.name("../system/applications/gimp", "", ""), std::nullopt);
+}
+
+TEST(DesktopScale, gdkScaleWinsThenTheDesktopsSettingThenOne)
+{
+    const QByteArray blob = settingsBlob(false);
+    // GDK_SCALE, as GTK reads it, overrides the desktop's setting.
+    EXPECT_EQ(X11::desktopScaleFrom("2", blob), 2);
+    EXPECT_EQ(X11::desktopScaleFrom(" 3\n", {}), 3);
+    // Not a whole number of at least 1: the desktop's own setting, else 1.
+    EXPECT_EQ(X11::desktopScaleFrom("0", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("1.5", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("", blob), 1);
+    EXPECT_EQ(X11::desktopScaleFrom("", {}), 1);
 }

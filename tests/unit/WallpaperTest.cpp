@@ -196,10 +196,13 @@ TEST_F(WallpaperFixture, recordsLeftByACrashAreKeptAndRestored)
     EXPECT_EQ(shown(), "/p/mine-exactly.png");
     EXPECT_TRUE(storedRecord().isUndefined());
 
-    // Only the picture record is left (an older run's): its picture goes back.
-    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
+    // Only the picture record is left (a kill between the two records, before any change):
+    // nothing of ours is on the desktop, so nothing is put on it and the entry goes.
+    store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/snapshot-of-the-root.png"}});
+    fake.desktopPictures->setRequests.clear();
     make().restore();
-    EXPECT_EQ(shown(), "/p/mine.png");
+    EXPECT_EQ(shown(), "/p/mine-exactly.png");
+    EXPECT_TRUE(fake.desktopPictures->setRequests.isEmpty());
     EXPECT_TRUE(storedRecord().isUndefined());
 }
 

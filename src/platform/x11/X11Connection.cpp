@@ -1,12 +1,15 @@
 // Access to Qt's X connection and a small atom cache.
 #include "X11Connection.h"
 
+#include "XSettings.h"
+
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
 #include <QMutex>
 #include <QScreen>
 #include <QThread>
+#include <atomic>
 #include <cstdlib>
 
 namespace X11 {
@@ -49,11 +52,30 @@ xcb_atom_t atom(const char* name)
     return result;
 }
 
+int desktopScaleFrom(const QByteArray& gdkScale, const QByteArray& settingsBlob)
+{
+    bool ok = false;
+    const int forced = gdkScale.trimmed().toInt(&ok);
+    if (ok && forced >= 1)
+        return forced;
+    const std::optional<qint32> factor =
+        XSettings::intSetting(settingsBlob, "Gdk/WindowScalingFactor");
+    return factor && *factor >= 1 ? int(*factor) : 1;
+}
+
 namespace {
+
+std::atomic<int>& cachedScale()
+{
+    // 0 until read; the panel scan's thread reads it too.
+    static std::atomic<int> scale = 0;
+    return scale;
+}
+
 struct Monitor {
-    QRectF root;   // in root pixels
-    QRectF points; // where Qt places it, in points
-    qreal ratio = 1;
+    QRectF root;    // in root pixels
+    QRectF logical; // where Qt places it
+    qreal qtRatio = 1;
 };
 
 QMutex monitorsMutex;
@@ -70,48 +92,78 @@ QList<Monitor> monitors()
     for (const QScreen* screen : QGuiApplication::screens()) {
         const QRect g = screen->geometry();
         const qreal ratio = screen->devicePixelRatio();
-        result.append({QRectF(g.topLeft(), QSizeF(g.size()) * ratio), QRectF(g), ratio});
+        // Qt keeps the corner in root pixels and divides the size.
+        const QSizeF native(qRound(g.width() * ratio), qRound(g.height() * ratio));
+        result.append({QRectF(g.topLeft(), native), QRectF(g), ratio});
     }
     const QMutexLocker lock(&monitorsMutex);
     lastMonitors = result;
     return result;
 }
+
+QRectF scaledAbout(const QRectF& r, const QPointF& origin, qreal factor)
+{
+    return QRectF(origin + (r.topLeft() - origin) * factor, r.size() * factor);
+}
+
 } // namespace
 
 void noteMonitors()
 {
     monitors();
+    desktopScale();
+}
+
+void refreshDesktopScale()
+{
+    cachedScale() = desktopScaleFrom(qgetenv("GDK_SCALE"), XSettings::currentBlob());
+}
+
+int desktopScale()
+{
+    if (cachedScale() == 0)
+        refreshDesktopScale();
+    return cachedScale();
 }
 
 QRectF rootToPoints(const QRectF& rootRect)
 {
+    const int scale = desktopScale();
+    if (scale == 1)
+        return rootRect;
     for (const Monitor& m : monitors()) {
-        if (m.ratio == 1 || !m.root.contains(rootRect.center()))
-            continue;
-        const QPointF origin = m.root.topLeft();
-        return QRectF(origin + (rootRect.topLeft() - origin) / m.ratio, rootRect.size() / m.ratio);
+        if (m.root.contains(rootRect.center()))
+            return scaledAbout(rootRect, m.root.topLeft(), 1.0 / scale);
     }
     return rootRect;
 }
 
 QPointF pointsToRoot(const QPointF& point)
 {
+    const int scale = desktopScale();
+    if (scale == 1)
+        return point;
     for (const Monitor& m : monitors()) {
-        if (m.ratio == 1 || !m.points.contains(point))
-            continue;
         const QPointF origin = m.root.topLeft();
-        return origin + (point - origin) * m.ratio;
+        if (QRectF(origin, m.root.size() / scale).contains(point))
+            return origin + (point - origin) * scale;
     }
     return point;
 }
 
-QSizeF pointsToRoot(const QSizeF& size, const QPointF& at)
+QSizeF pointsToRoot(const QSizeF& size, const QPointF&)
+{
+    // One factor for the whole desktop.
+    return size * desktopScale();
+}
+
+QRectF rootToWindowSystem(const QRectF& rootRect)
 {
     for (const Monitor& m : monitors()) {
-        if (m.points.contains(at))
-            return size * m.ratio;
+        if (m.qtRatio != 1 && m.root.contains(rootRect.center()))
+            return scaledAbout(rootRect, m.root.topLeft(), 1.0 / m.qtRatio);
     }
-    return size;
+    return rootRect;
 }
 
 } // namespace X11

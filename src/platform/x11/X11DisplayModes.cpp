@@ -41,18 +41,12 @@ CrtcInfo crtcInfo(xcb_connection_t* c, xcb_randr_crtc_t crtc, xcb_timestamp_t co
         xcb_randr_get_crtc_info_reply(c, xcb_randr_get_crtc_info(c, crtc, config), nullptr));
 }
 
-// The device pixel ratio Qt uses on the output's monitor (1 on plain X11): X has no logical
-// size of its own, so a mode's points are its pixels divided by that ratio, rounded as Qt
-// rounds a screen's logical size.
-qreal outputRatio(xcb_randr_output_t output)
+// A mode's points are its pixels divided by the desktop's scaling factor (1 unless the desktop
+// scales its windows): never by the ratio Qt derives from the font DPI, so a 1920 × 1080 mode
+// is shown as 1920 × 1080 at 120 dpi, as xrandr shows it.
+qreal outputRatio(xcb_randr_output_t)
 {
-    const QString name = X11::outputName(output);
-    for (const QScreen* screen : QGuiApplication::screens()) {
-        if (screen->name() == name)
-            return screen->devicePixelRatio();
-    }
-    const QScreen* primary = QGuiApplication::primaryScreen();
-    return primary ? primary->devicePixelRatio() : 1.0;
+    return X11::desktopScale();
 }
 
 PlatformDisplayMode toMode(const xcb_randr_mode_info_t& info, qreal ratio)

@@ -9,6 +9,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <xcb/randr.h>
@@ -172,6 +173,10 @@ QList<ScreenInfo> X11Screens::screens() const
     if (!c)
         return result;
     const QList<X11::Strut> struts = dockStruts(c);
+    // The desktop's scaling factor, not the ratio Qt derives from the font DPI: a 1920-pixel
+    // monitor is 1920 wide at 120 dpi, as xrandr says.
+    X11::refreshDesktopScale();
+    const int scale = X11::desktopScale();
 
     QList<RawScreen> raw;
     const QList<X11::RandrMonitor> monitors = X11::randrMonitors();
@@ -190,10 +195,7 @@ QList<ScreenInfo> X11Screens::screens() const
         }
         if (s.info.name.isEmpty())
             s.info.name = s.info.outputName;
-        for (const QScreen* screen : QGuiApplication::screens()) {
-            if (screen->name() == monitor.name)
-                s.info.backingScale = screen->devicePixelRatio();
-        }
+        s.info.backingScale = scale;
         raw.append(s);
     }
     if (raw.isEmpty()) {
@@ -205,7 +207,7 @@ QList<ScreenInfo> X11Screens::screens() const
             s.rootRect = QRect(g.topLeft(), g.size() * dpr);
             s.primary = screen == QGuiApplication::primaryScreen();
             s.info.name = s.info.outputName = screen->name();
-            s.info.backingScale = dpr;
+            s.info.backingScale = scale;
             raw.append(s);
         }
     }
@@ -218,11 +220,11 @@ QList<ScreenInfo> X11Screens::screens() const
         std::find_if(raw.begin(), raw.end(), [](const RawScreen& s) { return s.primary; });
     if (primary == raw.end())
         primary = raw.begin();
-    // Qt keeps a screen's top-left in native pixels and divides its size by the device pixel
-    // ratio; points here follow it so that frames match where Qt places windows.
-    auto toPoints = [](const QRect& r, const QRect& monitor, double scale) {
+    // A monitor's top-left stays in root pixels and its size is divided by the scaling factor,
+    // as Qt lays out its screens.
+    auto toPoints = [](const QRect& r, const QRect& monitor, double factor) {
         const QPointF origin = monitor.topLeft();
-        return QRectF(origin + (QPointF(r.topLeft()) - origin) / scale, QSizeF(r.size()) / scale);
+        return QRectF(origin + (QPointF(r.topLeft()) - origin) / factor, QSizeF(r.size()) / factor);
     };
     const QRectF primaryPoints =
         toPoints(primary->rootRect, primary->rootRect, primary->info.backingScale);
@@ -232,10 +234,30 @@ QList<ScreenInfo> X11Screens::screens() const
                       r.width(), r.height());
     };
     for (RawScreen& s : raw) {
-        const double scale = s.info.backingScale;
         s.info.frame = toBottomLeft(toPoints(s.rootRect, s.rootRect, scale));
         s.info.visibleFrame = toBottomLeft(toPoints(s.visibleRootRect, s.rootRect, scale));
         result.append(s.info);
     }
     return result;
+}
+
+std::optional<QRect> X11Screens::windowGeometry(const QRectF& bottomLeft) const
+{
+    const QScreen* primary = QGuiApplication::primaryScreen();
+    if (!primary || !X11::connection())
+        return std::nullopt;
+    // Global bottom-left points to root pixels (the desktop's factor), then to where Qt places
+    // a window of ours (Qt's own ratio, which may differ at a fractional font DPI).
+    const QRect g = primary->geometry();
+    const double primaryHeight = qRound(g.height() * primary->devicePixelRatio());
+    const int scale = X11::desktopScale();
+    const QPointF topLeftPoints(bottomLeft.x(),
+                                primaryHeight / scale - (bottomLeft.y() + bottomLeft.height()));
+    const QRectF root(X11::pointsToRoot(topLeftPoints + QPointF(g.topLeft())),
+                      bottomLeft.size() * scale);
+    const QRectF logical = X11::rootToWindowSystem(root);
+    const int left = int(std::lround(logical.left()));
+    const int top = int(std::lround(logical.top()));
+    return QRect(left, top, int(std::lround(logical.right())) - left,
+                 int(std::lround(logical.bottom())) - top);
 }

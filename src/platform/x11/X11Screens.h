@@ -15,6 +15,7 @@ public:
     ~X11Screens() override;
 
     QList<ScreenInfo> screens() const override;
+    std::optional<QRect> windowGeometry(const QRectF& bottomLeft) const override;
 
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 

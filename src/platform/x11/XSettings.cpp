@@ -57,12 +57,22 @@ qsizetype padded(qsizetype n)
 
 namespace XSettings {
 
-std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& name)
+namespace {
+
+// The raw value of setting `name` with its type (0 integer, 1 string); nothing when absent or
+// the blob is malformed.
+struct RawSetting {
+    quint8 type = 0;
+    QByteArray value;
+};
+
+std::optional<RawSetting> findSetting(const QByteArray& blob, const QByteArray& name)
 {
     if (blob.size() < 12)
         return std::nullopt;
     // 0 = LSBFirst, 1 = MSBFirst.
-    Reader in(blob, blob[0] == 1);
+    const bool bigEndian = blob[0] == 1;
+    Reader in(blob, bigEndian);
     if (!in.skip(4) || !in.u32())
         return std::nullopt;
     const auto count = in.u32();
@@ -79,10 +89,19 @@ std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& n
         if (!settingName || !in.skip(padded(*nameLength) - *nameLength) || !in.u32())
             return std::nullopt;
         switch (*type) {
-        case 0:
-            if (!in.skip(4))
+        case 0: {
+            const auto value = in.u32();
+            if (!value)
                 return std::nullopt;
+            if (*settingName == name) {
+                // Kept as four big-endian bytes, whatever the blob's order.
+                QByteArray bytes(4, '\0');
+                for (int b = 0; b < 4; ++b)
+                    bytes[b] = char((*value >> (8 * (3 - b))) & 0xff);
+                return RawSetting{0, bytes};
+            }
             break;
+        }
         case 1: {
             const auto length = in.u32();
             if (!length)
@@ -91,7 +110,7 @@ std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& n
             if (!value || !in.skip(padded(*length) - *length))
                 return std::nullopt;
             if (*settingName == name)
-                return QString::fromUtf8(*value);
+                return RawSetting{1, *value};
             break;
         }
         case 2:
@@ -103,6 +122,27 @@ std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& n
         }
     }
     return std::nullopt;
+}
+
+} // namespace
+
+std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& name)
+{
+    const auto setting = findSetting(blob, name);
+    if (!setting || setting->type != 1)
+        return std::nullopt;
+    return QString::fromUtf8(setting->value);
+}
+
+std::optional<qint32> intSetting(const QByteArray& blob, const QByteArray& name)
+{
+    const auto setting = findSetting(blob, name);
+    if (!setting || setting->type != 0)
+        return std::nullopt;
+    quint32 value = 0;
+    for (char byte : setting->value)
+        value = (value << 8) | quint8(byte);
+    return qint32(value);
 }
 
 QByteArray currentBlob()

@@ -9,6 +9,8 @@ namespace XSettings {
 // The string setting `name` ("Net/ThemeName"); nothing when absent, not a string or the blob
 // is malformed.
 std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& name);
+// The integer setting `name` ("Gdk/WindowScalingFactor"); nothing when absent or not an integer.
+std::optional<qint32> intSetting(const QByteArray& blob, const QByteArray& name);
 // The blob published by the owner of _XSETTINGS_S0 on the program's X connection.
 QByteArray currentBlob();
 } // namespace XSettings

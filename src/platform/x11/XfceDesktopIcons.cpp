@@ -54,7 +54,20 @@ void callXfconf(QObject* context, const QString& method, const QVariantList& arg
 struct DesktopState {
     qint64 pid = 0;
     quint32 rootPixmap = 0;
+    // The root pixmap exists on the server (a program that quit took its pixmaps with it).
+    bool rootPixmapLive = false;
 };
+
+// False once PID has exited (also while it waits to be reaped): its X resources are gone then.
+bool processAlive(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (pid <= 0 || !stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray line = stat.readAll();
+    const qsizetype end = line.lastIndexOf(')');
+    return end >= 0 && end + 2 < line.size() && line.at(end + 2) != 'Z';
+}
 
 DesktopState desktopState()
 {
@@ -70,6 +83,11 @@ DesktopState desktopState()
     const auto pixmap = X11::reply<xcb_get_property_reply_t>(c, pixmapCookie, deadline);
     if (const QList<quint32> ids = X11::cardinals(pixmap.get()); !ids.isEmpty())
         state.rootPixmap = ids.constFirst();
+    if (state.rootPixmap) {
+        const auto geometry = X11::reply<xcb_get_geometry_reply_t>(
+            c, xcb_get_geometry(c, state.rootPixmap), deadline);
+        state.rootPixmapLive = geometry != nullptr;
+    }
     const QList<quint32> windows = X11::cardinals(window.get());
     if (windows.isEmpty())
         return state;
@@ -275,8 +293,13 @@ void XfceDesktopIcons::checkReady()
 {
     // Ready once a new xfdesktop owns the desktop window and has drawn its root pixmap.
     const DesktopState now = desktopState();
-    const bool drawn = now.pid > 0 && now.pid != m_oldDesktopPid && now.rootPixmap != 0 &&
-                       now.rootPixmap != m_oldRootPixmap;
+    // The new program may get the very pixmap id the old one had (the server hands the old
+    // connection's ids out again): the same id counts once the old program is gone and the
+    // pixmap exists, since the old one's pixmaps went with it.
+    const bool newPixmap =
+        now.rootPixmap != m_oldRootPixmap || (now.rootPixmapLive && !processAlive(m_oldDesktopPid));
+    const bool drawn =
+        now.pid > 0 && now.pid != m_oldDesktopPid && now.rootPixmap != 0 && newPixmap;
     if (!drawn && !m_readyDeadline.hasExpired())
         return;
     if (!drawn)

@@ -365,22 +365,6 @@ PictureRestore XfceDesktopPictures::restoreDesktop(const ScreenInfo& screen)
     return PictureRestore::restored;
 }
 
-bool XfceDesktopPictures::putBackPicture(const ScreenInfo& screen, const QString& path)
-{
-    if (screen.outputName.isEmpty())
-        return false;
-    const QString prefix = monitorPrefix(screen);
-    const auto current = allProperties(prefix);
-    if (!current)
-        return false;
-    for (int workspace : workspaces(current->keys(), prefix)) {
-        const QString base = workspacePrefix(prefix, workspace);
-        if (!setProperty(base + kImageStyle, kStyleZoomed) || !setProperty(base + kLastImage, path))
-            return false;
-    }
-    return true;
-}
-
 bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QString& path)
 {
     if (!holdsRecord(screen))

@@ -30,8 +30,6 @@ public:
     // The picture, zoomed to fill, on every workspace of the monitor, with the workspace's
     // slideshow paused (xfdesktop would otherwise cycle through the program's own folder).
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
-    // The picture, zoomed to fill, on every workspace of a monitor no record describes.
-    bool putBackPicture(const ScreenInfo& screen, const QString& path) override;
 
 private:
     static QString monitorPrefix(const ScreenInfo& screen);

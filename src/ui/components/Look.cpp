@@ -3,11 +3,13 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QFontMetrics>
 #include <QHash>
 #include <QIcon>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
+#include <QWidget>
 #include <algorithm>
 #include <cmath>
 
@@ -309,6 +311,21 @@ void focusRing(QPainter& painter, const QRectF& shape, double radius, const QPal
     strokeInside(painter, shape, radius, ring, accent(palette));
     strokeInside(painter, shape.adjusted(ring, ring, -ring, -ring), std::max(0.0, radius - ring),
                  1.0, withOpacity(palette.color(QPalette::Base), 0.9));
+}
+
+void paintBannerFill(QWidget* banner)
+{
+    QPainter painter(banner);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(withOpacity(orange(), 0.12));
+    painter.drawRoundedRect(QRectF(banner->rect()), 8.0, 8.0);
+}
+
+QPixmap bannerSymbol(const QWidget* banner)
+{
+    const int size = QFontMetrics(callout()).height();
+    return symbol(QStringLiteral("lock.shield"), size, orange(), banner->devicePixelRatioF());
 }
 
 } // namespace Look

@@ -43,6 +43,10 @@ QFont monospaced(QFont font);
 // square in `tint`: the freedesktop icon theme's matching symbolic icon when there is one,
 // otherwise a simple shape drawn by us. The theme icon is used as a silhouette so the tint applies.
 QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal devicePixelRatio);
+// The banners' look: a faint orange rounded fill behind their text, and their lock symbol one
+// line of callout text high.
+void paintBannerFill(QWidget* banner);
+QPixmap bannerSymbol(const QWidget* banner);
 // The freedesktop icon name standing in for a symbol name (empty when there is none).
 QString themeIconName(const QString& name);
 

@@ -71,10 +71,8 @@ QString PermissionBanner::advice() const
 
 void PermissionBanner::updateColours()
 {
-    const int size = QFontMetrics(Look::callout()).height();
-    m_symbol->setPixmap(
-        Look::symbol(QStringLiteral("lock.shield"), size, Look::orange(), devicePixelRatioF()));
-    m_symbol->setFixedSize(size, size);
+    m_symbol->setPixmap(Look::bannerSymbol(this));
+    m_symbol->setFixedSize(m_symbol->pixmap().deviceIndependentSize().toSize());
     QPalette labelPalette = m_label->palette();
     labelPalette.setColor(QPalette::WindowText, Look::secondary(palette()));
     m_label->setPalette(labelPalette);
@@ -90,9 +88,5 @@ void PermissionBanner::changeEvent(QEvent* event)
 
 void PermissionBanner::paintEvent(QPaintEvent*)
 {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Look::withOpacity(Look::orange(), fillOpacity));
-    painter.drawRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
+    Look::paintBannerFill(this);
 }

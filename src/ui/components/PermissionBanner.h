@@ -12,8 +12,6 @@ class PermissionBanner final : public QWidget {
 public:
     static constexpr int padding = 10;
     static constexpr int spacing = 8;
-    static constexpr double cornerRadius = 8.0;
-    static constexpr double fillOpacity = 0.12;
 
     explicit PermissionBanner(const QString& text, QWidget* parent = nullptr);
 

@@ -4,6 +4,8 @@
 //   select ID                select the listed window with this X id
 //   arrange NAME | resize W H | hide | refresh
 //   own-window TITLE         show a window of this process and wait until it is managed
+//   sizes                    print Qt's device pixel ratio and the sizes the program shows:
+//                            "ratio R screen WxH visible WxH current WxH tile WxH"
 #include "AppModel.h"
 #include "DefaultsStore.h"
 #include "Scheduler.h"
@@ -12,6 +14,7 @@
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QScreen>
 #include <QTextStream>
 #include <QThread>
 #include <QWindow>
@@ -84,6 +87,22 @@ int main(int argc, char** argv)
             model.resizeSelected({width, height});
         } else if (command == QLatin1String("hide")) {
             model.hideSelectedWindow();
+        } else if (command == QLatin1String("sizes")) {
+            const QList<ScreenInfo> screens = platform->screens().screens();
+            const QSizeF frame = screens.isEmpty() ? QSizeF() : screens.first().frame.size();
+            const QSizeF visible =
+                screens.isEmpty() ? QSizeF() : screens.first().visibleFrame.size();
+            // The tile of the current mode, as the Resolution card labels it.
+            QString tile = QStringLiteral("none");
+            for (const DisplayMode& mode : model.modes()) {
+                if (mode.width == model.currentWidth() && mode.height == model.currentHeight())
+                    tile = QStringLiteral("%1x%2").arg(mode.width).arg(mode.height);
+            }
+            const QScreen* primary = QGuiApplication::primaryScreen();
+            out << "ratio " << (primary ? primary->devicePixelRatio() : 0.0) << " screen "
+                << frame.width() << 'x' << frame.height() << " visible " << visible.width() << 'x'
+                << visible.height() << " current " << model.currentWidth() << 'x'
+                << model.currentHeight() << " tile " << tile << Qt::endl;
         } else if (command == QLatin1String("own-window")) {
             ownWindow = std::make_unique<QWindow>();
             ownWindow->setTitle(next(i));

@@ -150,8 +150,16 @@ qd_output_ids() {
 }
 
 # Id of the first visible window whose title matches REGEX (for example '^Quillet$').
+# xdotool gives up on the whole search when a window goes away while it walks the tree (a
+# desktop program restarting, say), so an empty answer is asked again twice.
 qd_window_by_name() { # REGEX
-  xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1
+  local id attempt
+  for attempt in 1 2 3; do
+    id=$(xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1)
+    [ -n "$id" ] && echo "$id" && return 0
+    [ "$attempt" = 3 ] || sleep 0.05
+  done
+  return 1
 }
 
 # The outer frame "x y w h" of a client window: its root position and size plus the decorations.
@@ -272,6 +280,7 @@ qd_main_window() { qd_window_by_name '^Quillet$' | grep .; }
 # (a desktop program restarting may hold the focus for a moment) the taskbar's "Close", which
 # asks the window manager. True once no window named Quillet is left.
 qd_close_main_window() { # WINDOW
+  [ -n "$1" ] || { qd_log "no main window to close"; return 1; }
   timeout 5 xdotool windowactivate --sync "$1" 2>/dev/null
   [ "$(xdotool getactivewindow 2>/dev/null)" = "$1" ] && xdotool key --clearmodifiers alt+F4
   qd_wait_for 8 "the main window to close" _qd_no_main_window && return 0
