@@ -249,10 +249,16 @@ bool AppModel::hasPendingBarRecapture() const
 
 void AppModel::setMenuBarCover(MenuBarCover cover)
 {
+    // From one cover to the other the panel looks the same (the tint stays), so the captures
+    // stay good and the new masks replace the old ones without a gap; a cover switched on
+    // tints the panel first, so it is captured again once the tint shows (and a recapture
+    // already waiting for the tint is waited for again).
+    const bool wasCovered = m_menuBarCover != MenuBarCover::keep;
     assign(m_menuBarCover, cover, Field::menuBarCover);
     m_defaults.setString(StoredKeys::menuBarCover, rawValue(cover));
     recomputeBarTiles();
-    scheduleBarRecapture();
+    if (!wasCovered || hasPendingBarRecapture())
+        scheduleBarRecapture();
 }
 
 void AppModel::toggleItem(quint32 id)

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 # Watches, as an outside X client, the override-redirect windows at the top edge of the screen
-# (the panel masks) for SECONDS and reports how often none was mapped after the first one was:
-#   "uncovered=<times> maps=<n> unmaps=<n>"
+# (the panel masks) for SECONDS and reports how often none was mapped after the first one was,
+# and the longest such moment in milliseconds (until a mask was mapped again, or the end):
+#   "uncovered=<times> longest_ms=<ms> maps=<n> unmaps=<n>"
 # The X server reports maps and unmaps in the order it handled them, so a mask that replaces
 # another one without a gap never leaves the set empty.
 #
@@ -100,6 +101,8 @@ def main():
 
     seen_any = bool(mapped)
     uncovered = maps = unmaps = 0
+    longest = 0.0
+    bare_since = None
     deadline = time.monotonic() + seconds
     event = XEvent()
     while time.monotonic() < deadline:
@@ -112,12 +115,19 @@ def main():
             mapped.add(window)
             seen_any = True
             maps += 1
+            if bare_since is not None:
+                longest = max(longest, time.monotonic() - bare_since)
+                bare_since = None
         elif kind in (UNMAP_NOTIFY, DESTROY_NOTIFY) and window in mapped:
             mapped.discard(window)
             unmaps += 1
             if seen_any and not mapped:
                 uncovered += 1
-    print(f"uncovered={uncovered} maps={maps} unmaps={unmaps}")
+                bare_since = time.monotonic()
+                print(f"uncovered at {bare_since:.3f}: 0x{window:x} went", file=sys.stderr)
+    if bare_since is not None:
+        longest = max(longest, time.monotonic() - bare_since)
+    print(f"uncovered={uncovered} longest_ms={longest * 1000:.0f} maps={maps} unmaps={unmaps}")
     return 0
 
 

@@ -5,6 +5,8 @@
 # an item and still shows; clicks on a masked icon reach the panel;
 # with "entire" the panel strip is uniform; the masks are made again and stay visible after
 # "xfwm4 --replace" with compositing; on two monitors only the one with the panel gets a mask.
+# While an icon is hidden, a new icon left of it, its program quitting and a panel restart
+# leave it hidden (by its label) and the masks starting left of the leftmost item.
 # On Xfce's default panel layout with the accessibility bus on and a tray icon of our own, the
 # other items keep their names and the background beside the items is the panel's own, not the
 # pager's; on a short, tall panel that reserves no space the masks follow the panel window.
@@ -120,6 +122,7 @@ done
 wait "$watch_pid"
 qd_check_eq "no moment without a mask during four toggles (outside observer)" \
   "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
+qd_log "outside observer: $(tr '\n' ' ' <"$watch_log")"
 qd_log "toggle figures: $(qd_drive timetoggle YAD 2 10) / $(qd_drive stall)"
 qd_drive settle
 
@@ -134,6 +137,53 @@ qd_check "the pointer is over the panel, not over the mask" \
 xdotool click 1
 activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
 qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
+
+qd_section "icons that come and go while one is hidden, and a panel restart"
+# The hidden icon as the bare panel showed it, and whether it shows anywhere along the strip:
+# the number of pixels that differ where it matches best (0: it shows).
+crop "$bare" "${w2}x$h+$x2+0" "$QD_TMP/hidden-icon.png"
+icon_differs() { # FILE
+  crop "$1" "${root_w}x$h+0+0" "$QD_TMP/strip.png" &&
+    compare -metric AE -subimage-search "$QD_TMP/strip.png" "$QD_TMP/hidden-icon.png" null: 2>&1 |
+    cut -d' ' -f1
+}
+qd_check_eq "the search finds the icon on the bare panel" 0 "$(icon_differs "$bare")"
+hidden_of() { sed -n "s/.* hidden=\([01]\) label=$1\$/\1/p" <<<"$items"; }
+# The masks cover from 8 pixels left of the leftmost item that moves; with the new icon left of
+# the hidden one, that is the leftmost item.
+leftmost_x() { sed -n 's/.* x=\([0-9]*\) .*/\1/p' <<<"$items" | sort -n | head -n 1; }
+# Settled, with the hidden icon nowhere on screen.
+hidden_nowhere() { # SHOT-NAME
+  qd_drive settle >/dev/null && items=$(qd_drive items) && masks=$(qd_drive masks) &&
+    [ -n "$masks" ] && shoot "$1" && [ "$(icon_differs "${!1}")" -gt 0 ]
+}
+
+qd_launch extra_pid "$QD_TMP/yad-extra.log" yad --notification --text="Quillet test tray icon three" \
+  --image=dialog-error
+has_third() { items=$(qd_drive items) && [[ "$items" == *"label=YAD 3"* ]]; }
+qd_check "a new icon becomes an item" qd_wait_for 20 "YAD 3" has_third
+qd_check "with it, the hidden icon shows nowhere" qd_wait_for 20 "the hidden icon covered" hidden_nowhere with_third
+qd_check_eq "YAD 2 is still hidden" 1 "$(hidden_of "YAD 2")"
+qd_check_eq "the mask starts 8 pixels left of the new leftmost item" \
+  "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+
+qd_stop_process "$extra_pid" TERM 10
+no_third() { items=$(qd_drive items) && [[ "$items" != *"label=YAD 3"* ]]; }
+qd_check "an icon whose program quits is no item" qd_wait_for 20 "YAD 3 gone" no_third
+qd_check "without it, the hidden icon shows nowhere" qd_wait_for 20 "the hidden icon covered" hidden_nowhere without_third
+qd_check_eq "the mask starts 8 pixels left of the leftmost item again" \
+  "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+
+old_id=$(field id "$(grep 'label=YAD 2$' <<<"$items")")
+xfce4-panel -r >"$QD_TMP/panel-restart.log" 2>&1
+redocked() {
+  items=$(qd_drive items) && local line && line=$(grep 'label=YAD 2$' <<<"$items") &&
+    [ -n "$line" ] && [ "$(field id "$line")" != "$old_id" ]
+}
+qd_check "after a panel restart YAD 2 docks again with a new id" qd_wait_for 30 "YAD 2 re-docked" redocked
+qd_check "the restarted panel's hidden icon shows nowhere" qd_wait_for 30 "the hidden icon covered" hidden_nowhere restarted
+qd_check_eq "YAD 2 is hidden again by its label" 1 "$(hidden_of "YAD 2")"
+qd_check_eq "YAD 1 is not" 0 "$(hidden_of "YAD 1")"
 
 qd_section "the whole panel"
 cover entire

@@ -105,6 +105,27 @@ TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
     EXPECT_EQ(fake.capture->captures, 2);
 }
 
+TEST_F(PipelineFixture, switchingBetweenCoversKeepsMasksUpAndCapturesNothing)
+{
+    AppModel& m = make();
+    settle(MenuBarCover::entire);
+    m.toggleItem(idOf(QStringLiteral("app12")));
+    const int captures = fake.capture->captures;
+    const int teardowns = presenter.teardowns;
+    ASSERT_EQ(presenter.shown.size(), 1);
+
+    m.setMenuBarCover(MenuBarCover::items);
+    // The tint stays: the capture is still good, and the old masks are replaced, never torn
+    // down first.
+    EXPECT_EQ(scheduler.activeCount(), 0);
+    EXPECT_EQ(presenter.teardowns, teardowns);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_EQ(presenter.teardowns, teardowns);
+    EXPECT_EQ(presenter.shown.size(), 1);
+    EXPECT_EQ(fake.capture->captures, captures);
+}
+
 TEST_F(PipelineFixture, togglingUsesTheCacheAndKeepsMasksUp)
 {
     AppModel& m = make();

@@ -90,11 +90,23 @@ void X11TrayWatch::watchWindows(const QList<quint32>& windows)
     if (!m_connection)
         return;
     const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    QHash<quint32, QRect> watched;
+    QList<std::pair<quint32, xcb_get_geometry_cookie_t>> asked;
     for (const quint32 window : windows) {
-        if (!m_watched.contains(window))
-            xcb_change_window_attributes(m_connection, window, XCB_CW_EVENT_MASK, &mask);
+        if (const auto known = m_watched.constFind(window); known != m_watched.constEnd()) {
+            watched.insert(window, *known);
+            continue;
+        }
+        xcb_change_window_attributes(m_connection, window, XCB_CW_EVENT_MASK, &mask);
+        asked.append({window, xcb_get_geometry(m_connection, window)});
     }
-    m_watched = windows;
+    // Only the X server answers these, at once.
+    for (const auto& [window, cookie] : asked) {
+        xcb_get_geometry_reply_t* g = xcb_get_geometry_reply(m_connection, cookie, nullptr);
+        watched.insert(window, g ? QRect(g->x, g->y, g->width, g->height) : QRect());
+        std::free(g);
+    }
+    m_watched = watched;
     xcb_flush(m_connection);
 }
 
@@ -128,8 +140,14 @@ void X11TrayWatch::readEvents()
                 noteChange();
         } else if (type == XCB_CONFIGURE_NOTIFY) {
             const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
-            if (e->event != m_root && m_watched.contains(e->window))
+            const auto watched = m_watched.find(e->window);
+            const QRect now(e->x, e->y, e->width, e->height);
+            // The window manager's synthetic notices repeat a geometry in root coordinates.
+            const bool synthetic = event->response_type & 0x80;
+            if (e->event != m_root && !synthetic && watched != m_watched.end() && *watched != now) {
+                *watched = now;
                 noteChange();
+            }
         }
         std::free(event);
     }

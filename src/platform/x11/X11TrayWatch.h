@@ -4,8 +4,10 @@
 // It listens on an X connection of its own and to D-Bus signals, so nothing waits on a reply.
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QObject>
+#include <QRect>
 #include <QTimer>
 #include <xcb/xcb.h>
 
@@ -39,6 +41,9 @@ private:
     xcb_atom_t m_traySelection = XCB_ATOM_NONE;
     quint32 m_hostBase = 0;
     quint8 m_xfixesEventBase = 0;
-    QList<quint32> m_watched;
+    // The watched windows and where they were last seen within their parents; a configure
+    // event that only restacks a window (the window manager does so as windows come and go)
+    // changes nothing in the tray.
+    QHash<quint32, QRect> m_watched;
     QTimer m_settle;
 };

@@ -1,6 +1,7 @@
 // Drives the panel cover of the model against the real desktop, with the real mask windows,
 // for the panel cover test. Commands, through a CommandFile:
-//   items                 the tray items: "item id=<id> x= y= w= h= label=<label>" (root pixels)
+//   items                 the tray items: "item id=<id> x= y= w= h= hidden=0|1 label=<label>"
+//                         (root pixels)
 //   cover keep|entire|items
 //   toggle LABEL          hide or show the item with this label
 //   settle                wait until no recapture or panel scan is pending and every mask
@@ -11,6 +12,8 @@
 //                         since the last stall command
 //   timetoggle LABEL N    toggles the item N times, each time until the new masks are painted:
 //                         "toggle median=<ms> max=<ms>"
+//   timecover MODE        switches the cover to MODE and waits until nothing is pending and the
+//                         masks are painted: "cover ms=<ms> masks=<n>"
 //   quit
 #include "AppModel.h"
 #include "CommandFile.h"
@@ -84,10 +87,11 @@ private:
         if (command == QLatin1String("items")) {
             const QRect primary = QGuiApplication::primaryScreen()->geometry();
             for (const MenuBarItem& item : m_model.menuBarItems()) {
-                m_commands.say(
-                    QStringLiteral("item id=%1 %2 label=%3")
-                        .arg(item.id)
-                        .arg(rootRect(primaryTopLeft(item.cocoaRect, primary)), item.label));
+                m_commands.say(QStringLiteral("item id=%1 %2 hidden=%3 label=%4")
+                                   .arg(item.id)
+                                   .arg(rootRect(primaryTopLeft(item.cocoaRect, primary)))
+                                   .arg(m_model.selectedItemIDs().contains(item.id) ? 1 : 0)
+                                   .arg(item.label));
             }
         } else if (command == QLatin1String("cover")) {
             if (const auto cover = menuBarCoverFromRaw(argument))
@@ -130,6 +134,8 @@ private:
             m_ticks = 0;
         } else if (command == QLatin1String("timetoggle")) {
             timeToggles(argument);
+        } else if (command == QLatin1String("timecover")) {
+            timeCover(argument);
         } else if (command == QLatin1String("quit")) {
             QCoreApplication::quit();
         } else {
@@ -172,6 +178,28 @@ private:
                            .arg(runs)
                            .arg(ms.at(ms.size() / 2), 0, 'f', 2)
                            .arg(ms.last(), 0, 'f', 2));
+    }
+
+    void timeCover(const QString& argument)
+    {
+        const auto cover = menuBarCoverFromRaw(argument);
+        if (!cover) {
+            m_commands.say(QStringLiteral("error unknown cover ") + argument);
+            return;
+        }
+        QElapsedTimer clock;
+        clock.start();
+        m_model.setMenuBarCover(*cover);
+        const auto done = [this, &cover] {
+            return !m_model.hasPendingBarRecapture() && !m_platform.panelScan().isScanning() &&
+                   masksPainted() &&
+                   (*cover == MenuBarCover::keep || !m_masks.menuBarWindows().isEmpty());
+        };
+        while (!done() && clock.elapsed() < 10000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+        m_commands.say(QStringLiteral("cover ms=%1 masks=%2")
+                           .arg(clock.nsecsElapsed() / 1e6, 0, 'f', 1)
+                           .arg(m_masks.menuBarWindows().size()));
     }
 
     bool masksPainted() const
