@@ -169,6 +169,7 @@ void AppModel::recomputeBarTiles(bool rescan)
         m_overlays->setBarTiles({});
         // No capture is kept while no cover is on.
         m_frameCache.clear();
+        m_platform.capture().releaseBuffers();
         return;
     }
 

@@ -22,4 +22,7 @@ public:
     // Whether the panels are captured as they are even under the program's own windows (the
     // masks), so these need not come down first.
     virtual bool capturesBelowOwnWindows() const { return false; }
+    // Gives back the memory kept for the next capture (nothing is captured while no cover is
+    // on).
+    virtual void releaseBuffers() {}
 };

@@ -154,8 +154,8 @@ hidden_of() { sed -n "s/.* hidden=\([01]\) label=$1\$/\1/p" <<<"$items"; }
 leftmost_x() { sed -n 's/.* x=\([0-9]*\) .*/\1/p' <<<"$items" | sort -n | head -n 1; }
 # Settled, with the hidden icon nowhere on screen.
 hidden_nowhere() { # SHOT-NAME
-  qd_drive settle >/dev/null && items=$(qd_drive items) && masks=$(qd_drive masks) &&
-    [ -n "$masks" ] && shoot "$1" && [ "$(icon_differs "${!1}")" -gt 0 ]
+  qd_drive settle >/dev/null
+  items=$(qd_drive items) && masks=$(qd_drive masks) && [ -n "$masks" ] && shoot "$1" && [ "$(icon_differs "${!1}")" -gt 0 ]
 }
 
 qd_launch extra_pid "$QD_TMP/yad-extra.log" yad --notification --text="Quillet test tray icon three" \

@@ -244,6 +244,12 @@ bool X11Capture::ensureSegment(std::size_t bytes)
     return true;
 }
 
+void X11Capture::releaseBuffers()
+{
+    m_buffers.clear();
+    releaseSegment();
+}
+
 void X11Capture::releaseSegment()
 {
     if (!m_shmAddress)

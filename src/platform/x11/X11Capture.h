@@ -24,6 +24,7 @@ public:
     bool requestCaptureAccess() override;
     // The top strip of the monitor down to its lowest top panel (at least 128 rows).
     QImage captureDisplay(quint32 displayId) override;
+    void releaseBuffers() override;
 
     // A rectangle of the root window (device pixels) as an opaque RGB32 image, row 0 at the
     // top; null when the server refuses or the pixel layout is not 32-bit true colour.
