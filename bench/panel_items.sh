@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Tray item scan benchmark on the virtual desktop: the window-list snapshot, the item names and
 # a full scan with the desktop's 3 tray icons and with 30, then the names and a full scan while
-# one status item's application does not answer (stopped with SIGSTOP after a first scan).
+# one status item's application does not answer (stopped with SIGSTOP after a first scan), then
+# with 100 tray icons.
 # Prints figures; asserts nothing. Usage: bench/panel_items.sh [PATH-TO-QUILLET_PANEL_ITEMS] [RUNS]
 set -uo pipefail
 
@@ -49,6 +50,19 @@ echo "  labels: $("$probe" 2>/dev/null | sed -n 's/.* label=//p' | paste -sd '|'
 # The probe stops the last status item's application after one scan and continues it after.
 report "30 tray icons, one status item's application stopped (each source waits at most 250 ms):" \
   "${extra[-1]}"
+
+# 35 more of each: 100 tray icons.
+for ((i = 15; i <= 49; i++)); do
+  qd_launch p "$QD_TMP/yad-$i.log" yad --notification --text="Bench icon $i" --image=dialog-information
+  extra+=("$p")
+done
+for ((i = 14; i <= 48; i++)); do
+  qd_launch p "$QD_TMP/sni-$i.log" "$QD_PYTHON" "$QD_SUPPORT/sni_item.py" --title "Bench item $i" \
+    --color "$(printf '%02x%02x%02x' $((i * 5)) 90 $((255 - i * 5)))"
+  extra+=("$p")
+done
+qd_wait_for 120 "a hundred tray items and the clock" count_is 101 || true
+report "100 tray icons (51 XEmbed, 49 status items) and the clock, $(count) items found:"
 
 for p in "${extra[@]}"; do
   qd_stop_process "$p" TERM 10 || true

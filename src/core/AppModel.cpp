@@ -43,6 +43,8 @@ AppModel::AppModel(Dependencies deps)
     m_hiddenLabels = QSet<QString>(labels.begin(), labels.end());
 
     reloadDisplays();
+    connect(&m_platform.panelScan(), &PanelScan::scanned, this, &AppModel::panelScanned);
+    connect(&m_platform.panelScan(), &PanelScan::panelChanged, this, &AppModel::panelChanged);
     refreshMenuBarItems();
     refreshWindows();
 

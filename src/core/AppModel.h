@@ -2,6 +2,7 @@
 // through which the window, the tray menu and the shell change the screen.
 #pragma once
 
+#include "BarReflow.h"
 #include "DesktopBackground.h"
 #include "DesktopIcons.h"
 #include "DisplayController.h"
@@ -14,6 +15,7 @@
 #include "WallpaperController.h"
 #include "WindowArrangement.h"
 #include "platform/DesktopSupport.h"
+#include "platform/PanelScan.h"
 #include "platform/PermissionGap.h"
 
 #include <QHash>
@@ -177,9 +179,16 @@ private:
     // Another desktop backend took over: the choices are shown again through it.
     void followDesktopBackend();
     void pollForAccessibility();
-    void recomputeBarTiles();
+    // `rescan`: a panel scan follows, whose result rebuilds the tiles when the panel changed.
+    void recomputeBarTiles(bool rescan = true);
     void scheduleBarRecapture();
-    void intersectSelectionWithItems();
+    void startPanelScan();
+    void panelScanned(const PanelSnapshot& snapshot);
+    void panelChanged();
+    void reselectHiddenItems();
+    // The panel at the top of the screen and its rectangle (global bottom-left points); none
+    // on a monitor without a top panel.
+    std::optional<BarReflow::Bar> barOn(const ScreenInfo& screen, QRectF* rect) const;
     const ManagedWindow* selectedWindow() const;
     std::optional<QString> defaultPicture(const QString& fileName) const;
 
@@ -223,6 +232,13 @@ private:
     bool m_canControlWindows = false;
     QString m_desktopNotice;
     QHash<quint32, QImage> m_frameCache;
+    // What the last panel scan saw, global bottom-left points.
+    QList<QRectF> m_topPanels;
+    QList<QRectF> m_emptyStretches;
+    // Owners of tray items in the order they were first seen: numbers icons of one program.
+    QList<qint64> m_trayProcessOrder;
+    // The next scan result empties the capture cache and rebuilds the tiles.
+    bool m_scanClearsCache = false;
     std::shared_ptr<ScheduledTask> m_barRecaptureWork;
     int m_accessibilityPollCount = 0;
     std::shared_ptr<ScheduledTask> m_accessibilityPoll;

@@ -1,34 +1,160 @@
 // The model's panel side: which tray items exist, which are hidden, when the panel is
 // captured, and which mask tiles each monitor shows.
+//
+// The panel is scanned in the background (its items' names come from other processes, which
+// may be slow or busy): the tiles are built at once from the items of the last scan and again
+// when a scan brings a change.
 #include "AppModel.h"
-
 #include "BarReflow.h"
 #include "CoreLogging.h"
 #include "DefaultsStore.h"
+#include "MenuBarNamer.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
 #include "platform/Platform.h"
 
+#include <algorithm>
+#include <cmath>
+
 using namespace std::chrono_literals;
+
+namespace {
+
+// Empty stretches narrower than this are a separator's line or a spacing, not background.
+constexpr double minEmptyStretch = 8.0;
+// The column is taken this far inside an empty stretch, clear of what a separator draws in
+// its middle.
+constexpr double stretchInset = 2.0;
+
+// Global top-left points to global bottom-left points.
+QRectF bottomLeft(const QRectF& r, double primaryHeight)
+{
+    return QRectF(r.x(), primaryHeight - (r.y() + r.height()), r.width(), r.height());
+}
+
+} // namespace
 
 void AppModel::refreshMenuBarItems()
 {
-    assign(m_menuBarItems, MenuBarScanner::currentItems(m_platform), Field::menuBarItems);
-    intersectSelectionWithItems();
-    m_frameCache.clear();
-    recomputeBarTiles();
+    // The scan's result replaces the items and the captures, then the tiles are rebuilt.
+    m_scanClearsCache = true;
+    startPanelScan();
 }
 
-void AppModel::intersectSelectionWithItems()
+void AppModel::startPanelScan()
 {
-    // Hidden items whose windows vanished are dropped; nothing is added.
-    QSet<quint32> present;
-    for (const MenuBarItem& item : std::as_const(m_menuBarItems))
-        present.insert(item.id);
-    assign(m_selectedItemIDs, m_selectedItemIDs & present, Field::selectedItemIDs);
+    m_platform.panelScan().start(m_canNameItems);
 }
 
-void AppModel::recomputeBarTiles()
+void AppModel::panelScanned(const PanelSnapshot& snapshot)
+{
+    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    const QList<MenuBarItem> items = MenuBarScanner::itemsFrom(
+        screens, snapshot.windows, MenuBarNamer::named(snapshot.names), m_trayProcessOrder);
+    MenuBarScanner::rememberProcesses(m_trayProcessOrder, items);
+
+    double primaryHeight = 0.0;
+    for (const ScreenInfo& screen : screens) {
+        if (screen.frame.x() == 0.0 && screen.frame.y() == 0.0)
+            primaryHeight = screen.frame.height();
+    }
+    QList<QRectF> panels;
+    for (const WindowListEntry& w : snapshot.windows) {
+        // Horizontal panels only: a vertical one that starts at the top is not a bar.
+        if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
+            panels.append(bottomLeft(w.bounds, primaryHeight));
+    }
+    QList<QRectF> stretches;
+    for (const QRectF& r : snapshot.emptyStretches)
+        stretches.append(bottomLeft(r, primaryHeight));
+    const bool panelChanged = panels != m_topPanels || stretches != m_emptyStretches;
+    m_topPanels = panels;
+    m_emptyStretches = stretches;
+
+    const bool itemsChanged = items != m_menuBarItems;
+    assign(m_menuBarItems, items, Field::menuBarItems);
+    const QSet<quint32> before = m_selectedItemIDs;
+    reselectHiddenItems();
+    const bool rebuild = std::exchange(m_scanClearsCache, false);
+    if (rebuild)
+        m_frameCache.clear();
+    if (rebuild || itemsChanged || panelChanged || before != m_selectedItemIDs)
+        recomputeBarTiles(false);
+}
+
+void AppModel::panelChanged()
+{
+    // Icons that came, went or moved, or a restarted panel: a fresh capture and scan, which
+    // also hides the re-docked icons by their labels again.
+    if (m_enabled && m_menuBarCover != MenuBarCover::keep)
+        scheduleBarRecapture();
+    else
+        refreshMenuBarItems();
+}
+
+void AppModel::reselectHiddenItems()
+{
+    // Every scan matches the stored labels again: an icon that docks anew gets a new id but
+    // keeps its label, and stays hidden.
+    QSet<quint32> selected;
+    for (const MenuBarItem& item : std::as_const(m_menuBarItems)) {
+        if (m_hiddenLabels.contains(item.label))
+            selected.insert(item.id);
+    }
+    assign(m_selectedItemIDs, selected, Field::selectedItemIDs);
+}
+
+std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* rect) const
+{
+    const double screenTop = screen.frame.y() + screen.frame.height();
+    std::optional<BarReflow::Bar> bar;
+    // The panel window at the top of the screen: its extent and its height, whether or not it
+    // reserves space.
+    for (const QRectF& panel : m_topPanels) {
+        const double top = panel.y() + panel.height();
+        if (std::abs(top - screenTop) > 1.0 || panel.right() <= screen.frame.left() ||
+            panel.left() >= screen.frame.right())
+            continue;
+        const double left = std::max(panel.left(), screen.frame.left());
+        const double right = std::min(panel.right(), screen.frame.right());
+        *rect = QRectF(left, screenTop - panel.height(), right - left, panel.height());
+        bar = BarReflow::Bar{panel.height(), std::nullopt, std::nullopt};
+        if (right < screen.frame.right())
+            bar->rightPt = right - screen.frame.x();
+        break;
+    }
+    // No panel window seen there: space reserved at the top of the screen is the bar.
+    const double reserved = screenTop - (screen.visibleFrame.y() + screen.visibleFrame.height());
+    if (!bar && reserved > 1.0) {
+        *rect = QRectF(screen.frame.x(), screenTop - reserved, screen.frame.width(), reserved);
+        bar = BarReflow::Bar{reserved, std::nullopt, std::nullopt};
+    }
+    // A monitor without a top panel has no bar.
+    if (!bar)
+        return std::nullopt;
+
+    // The empty stretch nearest to the items shows the panel's background closest to them;
+    // one on their left wins over one as near on their right.
+    const QList<MenuBarItem> items = BarReflow::onScreen(m_menuBarItems, screen);
+    const double itemsLeft = items.isEmpty() ? rect->right() : items.first().cocoaRect.left();
+    std::optional<double> best;
+    double bestDistance = 0.0;
+    for (const QRectF& s : m_emptyStretches) {
+        if (s.width() < minEmptyStretch || !s.intersects(*rect))
+            continue;
+        const double distance =
+            s.right() <= itemsLeft ? itemsLeft - s.right() : std::abs(s.left() - itemsLeft) + 0.5;
+        if (!best || distance < bestDistance) {
+            best = s.left() + stretchInset;
+            bestDistance = distance;
+        }
+    }
+    if (best)
+        bar->backgroundX = *best - screen.frame.x();
+    return bar;
+}
+
+void AppModel::recomputeBarTiles(bool rescan)
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
     // The controller puts tinted pictures up only while a choice is shown: taking the tint down
@@ -38,30 +164,42 @@ void AppModel::recomputeBarTiles()
         m_wallpaper->setBarTintActive(active);
     else
         m_wallpaperWaitsForDesktop = true;
-    m_overlays->setMenuBarHidden(active);
     if (!active) {
+        m_overlays->setMenuBarHidden(false);
         m_overlays->setBarTiles({});
+        // No capture is kept while no cover is on.
+        m_frameCache.clear();
+        m_platform.capture().releaseBuffers();
         return;
     }
-    // The masks come down before the panel is looked at.
-    m_overlays->clearMenuBarWindows();
-    assign(m_menuBarItems, MenuBarScanner::currentItems(m_platform), Field::menuBarItems);
-    intersectSelectionWithItems();
+
+    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    // A capture must not show our own masks: they come down first, and only when a capture is
+    // needed. Without one the old masks stay up until the new ones replace them.
+    const bool mayCapture =
+        m_platform.capture().canCaptureScreen() || m_platform.capture().requestCaptureAccess();
+    bool captureNeeded = false;
+    for (const ScreenInfo& screen : screens) {
+        QRectF rect;
+        if (screen.displayId && !m_frameCache.contains(*screen.displayId) && barOn(screen, &rect))
+            captureNeeded = mayCapture;
+    }
+    if (captureNeeded && !m_platform.capture().capturesBelowOwnWindows())
+        m_overlays->clearMenuBarWindows();
 
     QList<MaskTile> tiles;
-    for (const ScreenInfo& screen : m_platform.screens().screens()) {
-        double barHeight = (screen.frame.y() + screen.frame.height()) -
-                           (screen.visibleFrame.y() + screen.visibleFrame.height());
-        if (barHeight <= 1.0)
-            barHeight = 24.0;
+    for (const ScreenInfo& screen : screens) {
+        QRectF barRect;
+        const std::optional<BarReflow::Bar> bar = barOn(screen, &barRect);
+        if (!bar)
+            continue;
 
         std::optional<QImage> capture;
         if (screen.displayId) {
             const quint32 id = *screen.displayId;
             if (const auto cached = m_frameCache.constFind(id); cached != m_frameCache.constEnd()) {
                 capture = *cached;
-            } else if (m_platform.capture().canCaptureScreen() ||
-                       m_platform.capture().requestCaptureAccess()) {
+            } else if (mayCapture) {
                 const QImage image = m_platform.capture().captureDisplay(id);
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
@@ -72,20 +210,21 @@ void AppModel::recomputeBarTiles()
             }
         }
 
-        const QRectF barRect(screen.frame.x(), screen.frame.y() + screen.frame.height() - barHeight,
-                             screen.frame.width(), barHeight);
         if (m_menuBarCover == MenuBarCover::entire) {
             MaskTile tile{barRect, std::nullopt};
             if (capture)
-                tile.image = BarReflow::emptyColumn(*capture, screen, m_menuBarItems, barHeight);
+                tile.image = BarReflow::emptyColumn(*capture, screen, m_menuBarItems, *bar);
             tiles.append(tile);
         } else if (m_menuBarCover == MenuBarCover::items && capture) {
-            if (const auto piece = BarReflow::reflow(*capture, screen, m_menuBarItems,
-                                                     m_selectedItemIDs, barHeight))
+            if (const auto piece =
+                    BarReflow::reflow(*capture, screen, m_menuBarItems, m_selectedItemIDs, *bar))
                 tiles.append({piece->rect, piece->image});
         }
     }
-    m_overlays->setBarTiles(tiles);
+    // One step: the presenter replaces the old masks once the new ones are up.
+    m_overlays->setMenuBarHiddenAndTiles(true, tiles);
+    if (rescan)
+        startPanelScan();
 }
 
 void AppModel::scheduleBarRecapture()
@@ -94,8 +233,10 @@ void AppModel::scheduleBarRecapture()
         return;
     if (m_barRecaptureWork)
         m_barRecaptureWork->cancel();
-    // Masks off at once, so the capture 0.4 s later sees the bare panel.
-    m_overlays->setBarTiles({});
+    // Masks off at once, so the capture 0.4 s later sees the bare panel; where the panel can be
+    // captured under them they stay up and nothing flashes.
+    if (!m_platform.capture().capturesBelowOwnWindows())
+        m_overlays->setBarTiles({});
     m_barRecaptureWork = m_scheduler.after(400ms, this, [this] {
         m_frameCache.clear();
         recomputeBarTiles();
@@ -109,10 +250,16 @@ bool AppModel::hasPendingBarRecapture() const
 
 void AppModel::setMenuBarCover(MenuBarCover cover)
 {
+    // From one cover to the other the panel looks the same (the tint stays), so the captures
+    // stay good and the new masks replace the old ones without a gap; a cover switched on
+    // tints the panel first, so it is captured again once the tint shows (and a recapture
+    // already waiting for the tint is waited for again).
+    const bool wasCovered = m_menuBarCover != MenuBarCover::keep;
     assign(m_menuBarCover, cover, Field::menuBarCover);
     m_defaults.setString(StoredKeys::menuBarCover, rawValue(cover));
     recomputeBarTiles();
-    scheduleBarRecapture();
+    if (!wasCovered || hasPendingBarRecapture())
+        scheduleBarRecapture();
 }
 
 void AppModel::toggleItem(quint32 id)
@@ -131,19 +278,15 @@ void AppModel::toggleItem(quint32 id)
         selected.insert(id);
     }
     assign(m_selectedItemIDs, selected, Field::selectedItemIDs);
-    m_defaults.setStringList(StoredKeys::hiddenItemLabels, QStringList(m_hiddenLabels.begin(), m_hiddenLabels.end()));
+    m_defaults.setStringList(StoredKeys::hiddenItemLabels,
+                             QStringList(m_hiddenLabels.begin(), m_hiddenLabels.end()));
     recomputeBarTiles();
 }
 
 void AppModel::restoreHiddenSelection()
 {
-    assign(m_menuBarItems, MenuBarScanner::currentItems(m_platform), Field::menuBarItems);
-    QSet<quint32> selected;
-    for (const MenuBarItem& item : std::as_const(m_menuBarItems)) {
-        if (m_hiddenLabels.contains(item.label))
-            selected.insert(item.id);
-    }
-    assign(m_selectedItemIDs, selected, Field::selectedItemIDs);
-    m_frameCache.clear();
-    recomputeBarTiles();
+    // The scan's result selects the items by their stored labels (every scan does), then the
+    // captures are dropped and the tiles rebuilt.
+    m_scanClearsCache = true;
+    startPanelScan();
 }

@@ -74,14 +74,25 @@ QList<MenuBarItem> onScreen(const QList<MenuBarItem>& items, const ScreenInfo& s
 std::optional<QImage> emptyColumn(const QImage& full, const ScreenInfo& screen,
                                   const QList<MenuBarItem>& items, double barHeightPt)
 {
-    const double scale = scaleOf(full, screen);
-    const QList<MenuBarItem> sorted = onScreen(items, screen);
+    return emptyColumn(full, screen, items, Bar{barHeightPt, std::nullopt, std::nullopt});
+}
 
-    const double reference =
-        sorted.isEmpty() ? screen.frame.width() - 200.0 : leftOffset(sorted.first(), screen);
-    // 40 points left of the leftmost item, but never within 300 points of the left edge,
-    // where the panel's launcher and task buttons sit.
-    const double columnX = std::max(reference - 40.0, 300.0);
+std::optional<QImage> emptyColumn(const QImage& full, const ScreenInfo& screen,
+                                  const QList<MenuBarItem>& items, const Bar& bar)
+{
+    const double scale = scaleOf(full, screen);
+    const double barHeightPt = bar.heightPt;
+    double columnX = 0.0;
+    if (bar.backgroundX) {
+        columnX = *bar.backgroundX;
+    } else {
+        const QList<MenuBarItem> sorted = onScreen(items, screen);
+        const double reference =
+            sorted.isEmpty() ? screen.frame.width() - 200.0 : leftOffset(sorted.first(), screen);
+        // 40 points left of the leftmost item, but never within 300 points of the left edge,
+        // where the panel's launcher and task buttons sit.
+        columnX = std::max(reference - 40.0, 300.0);
+    }
 
     const int x = toPixels(scale, columnX);
     const int w = std::max(toPixels(scale, 2.0), 2);
@@ -98,6 +109,14 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
                             const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs,
                             double barHeightPt)
 {
+    return reflow(full, screen, items, hiddenIDs, Bar{barHeightPt, std::nullopt, std::nullopt});
+}
+
+std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
+                            const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs,
+                            const Bar& bar)
+{
+    const double barHeightPt = bar.heightPt;
     const QList<MenuBarItem> sorted = onScreen(items, screen);
     if (sorted.isEmpty())
         return std::nullopt;
@@ -111,7 +130,7 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
         maxRight = std::max(maxRight, rightOffset(item, screen));
     }
     const double tileLeft = std::max(minLeft - 8.0, 0.0);
-    const double tileW = screen.frame.width() - tileLeft;
+    const double tileW = bar.rightPt.value_or(screen.frame.width()) - tileLeft;
     const double spacing = medianGap(sorted, screen);
 
     QList<MenuBarItem> visible;
@@ -147,8 +166,9 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
         painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
         painter.setRenderHint(QPainter::Antialiasing, false);
 
-        // Bare background from 40 points left of the leftmost item, stretched over the piece.
-        const int bx = toPixels(scale, std::max(minLeft - 40.0, 0.0));
+        // Bare background, where the panel shows it or else from 40 points left of the
+        // leftmost item, stretched over the piece.
+        const int bx = toPixels(scale, bar.backgroundX.value_or(std::max(minLeft - 40.0, 0.0)));
         if (bx + 2 <= full.width()) {
             const int cw = std::max(toPixels(scale, 2.0), 2);
             if (const auto column = clippedCrop(full, QRect(bx, 0, cw, H)))

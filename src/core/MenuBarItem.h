@@ -11,6 +11,9 @@ struct MenuBarItem {
     // Frame in global bottom-left coordinates (y grows upwards).
     QRectF cocoaRect;
     QString label;
+    // The owning process, 0 when unknown: icons of one program are numbered in the order their
+    // processes started, which survives re-docking.
+    qint64 pid = 0;
 
     bool operator==(const MenuBarItem&) const = default;
 };

@@ -47,11 +47,16 @@ namespace MenuBarNamer {
 
 QList<NamedExtra> named(const Platform& platform)
 {
-    QList<NamedExtra> result;
     // Without the right to inspect other applications nobody is asked.
     if (!platform.windowControl().canControlWindows())
-        return result;
-    for (const NamedTrayElement& element : platform.itemNames().trayElements()) {
+        return {};
+    return named(platform.itemNames().trayElements());
+}
+
+QList<NamedExtra> named(const QList<NamedTrayElement>& elements)
+{
+    QList<NamedExtra> result;
+    for (const NamedTrayElement& element : elements) {
         // Elements at the left edge of the primary monitor or left of it are not named.
         if (element.x <= 0.0)
             continue;

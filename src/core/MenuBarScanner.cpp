@@ -7,6 +7,7 @@
 #include <QHash>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 namespace {
@@ -18,26 +19,40 @@ constexpr double maxNamingDistance = 16.0;
 constexpr double minClockWidth = 80.0;
 
 // The primary monitor is the one whose bottom-left frame origin is (0, 0).
-std::optional<QRectF> primaryFrame(const Platform& platform)
+std::optional<QRectF> primaryFrame(const QList<ScreenInfo>& screens)
 {
-    for (const ScreenInfo& screen : platform.screens().screens()) {
+    for (const ScreenInfo& screen : screens) {
         if (screen.frame.x() == 0.0 && screen.frame.y() == 0.0)
             return screen.frame;
     }
     return std::nullopt;
 }
 
-std::optional<double> primaryDisplayHeight(const Platform& platform)
+// A panel window at the top edge that holds tray icons.
+bool holdsTrayIcons(const WindowListEntry& panel, const QList<WindowListEntry>& windows)
 {
-    if (const auto frame = primaryFrame(platform))
-        return frame->height();
-    return std::nullopt;
+    return std::any_of(windows.begin(), windows.end(), [&](const WindowListEntry& w) {
+        return w.layer == WindowLayer::trayIcon && panel.bounds.contains(w.bounds.center());
+    });
 }
 
-bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidth)
+bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidth,
+                     const QList<WindowListEntry>& windows)
 {
     if (!MenuBarScanner::menuBarLayers.contains(entry.layer))
         return false;
+    // A panel that holds the tray is the bar itself, however short it is.
+    if (entry.layer == WindowLayer::panel && holdsTrayIcons(entry, windows))
+        return false;
+    // A tray icon keeps its own extents; the panel around it decides whether it stands in the
+    // bar, so icons of a panel of any height count.
+    if (entry.layer == WindowLayer::trayIcon) {
+        for (const WindowListEntry& panel : windows) {
+            if (panel.layer == WindowLayer::panel && panel.bounds.top() <= maxTopEdge &&
+                panel.bounds.contains(entry.bounds.center()))
+                return !maxWidth || entry.bounds.width() <= *maxWidth;
+        }
+    }
     const QRectF& r = entry.bounds;
     if (r.top() > maxTopEdge || r.height() > maxItemHeight)
         return false;
@@ -63,18 +78,32 @@ void nameByNearestEntry(QList<MenuBarItem>& items, const QList<NamedExtra>& name
     }
 }
 
-void numberDuplicates(QList<MenuBarItem>& items)
+void numberDuplicates(QList<MenuBarItem>& items, const QList<qint64>& processOrder)
 {
     QHash<QString, int> counts;
     for (const MenuBarItem& item : std::as_const(items))
         ++counts[item.label];
+    // Items that share a label are numbered by when their process was first seen (left to right
+    // at first sight), so that a stored "YAD 2" keeps meaning the same icon when the icons dock
+    // again in another order; items of unknown or new processes follow, left to right.
+    QList<qsizetype> order;
+    for (qsizetype i = 0; i < items.size(); ++i)
+        order.append(i);
+    const auto key = [&](qsizetype i) {
+        const qsizetype rank = items[i].pid > 0 ? processOrder.indexOf(items[i].pid) : -1;
+        return rank >= 0 ? rank : std::numeric_limits<qsizetype>::max();
+    };
+    std::stable_sort(order.begin(), order.end(),
+                     [&](qsizetype a, qsizetype b) { return key(a) < key(b); });
     QHash<QString, int> seen;
-    for (MenuBarItem& item : items) {
-        if (counts.value(item.label) < 2)
-            continue;
-        const int number = ++seen[item.label];
+    QHash<qsizetype, int> numbers;
+    for (const qsizetype i : std::as_const(order)) {
+        if (counts.value(items[i].label) >= 2)
+            numbers.insert(i, ++seen[items[i].label]);
+    }
+    for (auto it = numbers.constBegin(); it != numbers.constEnd(); ++it) {
         // Appended, not formatted: a label may itself hold a marker such as "%1".
-        item.label += QLatin1Char(' ') + QString::number(number);
+        items[it.key()].label += QLatin1Char(' ') + QString::number(it.value());
     }
 }
 
@@ -84,23 +113,31 @@ namespace MenuBarScanner {
 
 QList<MenuBarItem> currentItems(const Platform& platform)
 {
-    const std::optional<double> screenHeight = primaryDisplayHeight(platform);
-    if (!screenHeight)
+    const QList<NamedExtra> named = MenuBarNamer::named(platform);
+    return itemsFrom(platform.screens().screens(), platform.windowList().onScreenWindows(), named);
+}
+
+QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
+                             const QList<WindowListEntry>& windows, const QList<NamedExtra>& named,
+                             const QList<qint64>& processOrder)
+{
+    const std::optional<QRectF> primary = primaryFrame(screens);
+    if (!primary)
         return {};
-    std::optional<double> maxWidth;
-    if (const auto frame = primaryFrame(platform))
-        maxWidth = maxWidthFraction * frame->width();
+    const double screenHeight = primary->height();
+    const std::optional<double> maxWidth = maxWidthFraction * primary->width();
 
     QList<MenuBarItem> items;
-    for (const WindowListEntry& entry : platform.windowList().onScreenWindows()) {
-        if (!isMenuBarWindow(entry, maxWidth))
+    for (const WindowListEntry& entry : windows) {
+        if (!isMenuBarWindow(entry, maxWidth, windows))
             continue;
         MenuBarItem item;
         item.id = entry.number;
         item.owner = entry.ownerName.value_or(QStringLiteral("Unknown"));
         const QRectF& r = entry.bounds;
-        item.cocoaRect = QRectF(r.left(), *screenHeight - r.bottom(), r.width(), r.height());
+        item.cocoaRect = QRectF(r.left(), screenHeight - r.bottom(), r.width(), r.height());
         item.label = item.owner;
+        item.pid = entry.ownerPid;
         items.append(item);
     }
     // Items at the same x keep the window list's front-to-back order.
@@ -108,11 +145,10 @@ QList<MenuBarItem> currentItems(const Platform& platform)
         return a.cocoaRect.x() < b.cocoaRect.x();
     });
 
-    const QList<NamedExtra> named = MenuBarNamer::named(platform);
     if (!named.isEmpty() && !items.isEmpty())
         nameByNearestEntry(items, named);
 
-    numberDuplicates(items);
+    numberDuplicates(items, processOrder);
 
     // Without any names, a wide item of the system's control centre at the right end is the
     // clock.
@@ -122,6 +158,17 @@ QList<MenuBarItem> currentItems(const Platform& platform)
             last.label = QStringLiteral("Clock");
     }
     return items;
+}
+
+void rememberProcesses(QList<qint64>& processOrder, const QList<MenuBarItem>& items,
+                       qsizetype limit)
+{
+    for (const MenuBarItem& item : items) {
+        if (item.pid > 0 && !processOrder.contains(item.pid))
+            processOrder.append(item.pid);
+    }
+    if (processOrder.size() > limit)
+        processOrder.remove(0, processOrder.size() - limit);
 }
 
 } // namespace MenuBarScanner

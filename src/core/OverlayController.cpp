@@ -31,6 +31,13 @@ void OverlayController::setBarTiles(const QList<MaskTile>& tiles)
     rebuildMenuBar();
 }
 
+void OverlayController::setMenuBarHiddenAndTiles(bool hidden, const QList<MaskTile>& tiles)
+{
+    m_menuBarHidden = hidden;
+    m_barTiles = tiles;
+    rebuildMenuBar();
+}
+
 void OverlayController::clearMenuBarWindows()
 {
     if (m_presenter)
@@ -39,8 +46,10 @@ void OverlayController::clearMenuBarWindows()
 
 void OverlayController::rebuildMenuBar()
 {
-    clearMenuBarWindows();
-    if (!m_menuBarHidden || m_barTiles.isEmpty() || !m_presenter)
+    if (!m_menuBarHidden || m_barTiles.isEmpty() || !m_presenter) {
+        clearMenuBarWindows();
         return;
+    }
+    // The presenter takes the old windows down only once the new ones show.
     m_presenter->showMasks(m_barTiles, m_fallbackColor);
 }

@@ -17,7 +17,8 @@ class MaskPresenter {
 public:
     virtual ~MaskPresenter() = default;
     // One click-through window per tile, above everything, in tile order. A tile with a
-    // picture shows it pixel for pixel; one without is filled with `fallbackColor`.
+    // picture shows it pixel for pixel; one without is filled with `fallbackColor`. The
+    // windows shown before are replaced: they go once the new ones show, never earlier.
     virtual void showMasks(const QList<MaskTile>& tiles, const RgbColor& fallbackColor) = 0;
     // Takes every mask window down and forgets it.
     virtual void clearMasks() = 0;
@@ -37,6 +38,8 @@ public:
     void setMenuBarHidden(bool hidden);
     const QList<MaskTile>& barTiles() const { return m_barTiles; }
     void setBarTiles(const QList<MaskTile>& tiles);
+    // Both at once, with one rebuild: the new masks replace the old ones in one step.
+    void setMenuBarHiddenAndTiles(bool hidden, const QList<MaskTile>& tiles);
 
     // The fill of a tile without a picture; opaque black unless changed.
     RgbColor fallbackColor() const { return m_fallbackColor; }

@@ -163,5 +163,7 @@ Platform::Parts withDegradedDefaults(Platform::Parts parts)
         parts.processes = std::make_unique<QtProcessRunner>();
     if (!parts.managerWatch)
         parts.managerWatch = std::make_unique<WindowManagerWatch>();
+    if (!parts.panelScan)
+        parts.panelScan = std::make_unique<InlinePanelScan>(*parts.windowList, *parts.itemNames);
     return parts;
 }

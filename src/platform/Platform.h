@@ -9,6 +9,7 @@
 #include "DisplayModes.h"
 #include "ItemNames.h"
 #include "LoginItems.h"
+#include "PanelScan.h"
 #include "ProcessRunner.h"
 #include "ScreenCapture.h"
 #include "Screens.h"
@@ -37,6 +38,8 @@ public:
         std::unique_ptr<ProcessRunner> processes;
         std::unique_ptr<WindowManagerWatch> managerWatch;
         std::unique_ptr<DesktopSupport> desktopSupport;
+        // Null: a scan over the window list and the item names, run at once.
+        std::unique_ptr<PanelScan> panelScan;
     };
 
     explicit Platform(Parts parts);
@@ -57,6 +60,7 @@ public:
     ProcessRunner& processes() const { return *m_parts.processes; }
     WindowManagerWatch& managerWatch() const { return *m_parts.managerWatch; }
     DesktopSupport& desktopSupport() const { return *m_parts.desktopSupport; }
+    PanelScan& panelScan() const { return *m_parts.panelScan; }
 
     // The platform of the running program, set once by main().
     static Platform& shared();

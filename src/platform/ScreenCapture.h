@@ -16,6 +16,13 @@ public:
     {
         return canCaptureScreen() ? PermissionGap::none : PermissionGap::screenReadRefused;
     }
-    // The display's image in device pixels, row 0 at the top; null on failure.
+    // The display's image in device pixels, row 0 at the top; null on failure. It may hold
+    // only the top rows, where the panels are, and is never shorter than the panels.
     virtual QImage captureDisplay(quint32 displayId) = 0;
+    // Whether the panels are captured as they are even under the program's own windows (the
+    // masks), so these need not come down first.
+    virtual bool capturesBelowOwnWindows() const { return false; }
+    // Gives back the memory kept for the next capture (nothing is captured while no cover is
+    // on).
+    virtual void releaseBuffers() {}
 };

@@ -3,6 +3,7 @@
 
 #include "SliceView.h"
 
+#include <QEvent>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -30,6 +31,8 @@ MaskWindow::MaskWindow(const QRect& geometry, const std::optional<QImage>& image
         layout->setSpacing(0);
         m_view = new SliceView(*image, this);
         layout->addWidget(m_view);
+        // The picture may cover the whole window, which then paints only through it.
+        m_view->installEventFilter(this);
     } else if (fill.alphaF() < 1.0) {
         // The 8-bit alpha() reads 255 for anything above 0.998; the window is opaque only
         // for a fully opaque colour.
@@ -45,9 +48,23 @@ void MaskWindow::orderFrontRegardless()
 
 void MaskWindow::paintEvent(QPaintEvent*)
 {
-    if (m_view)
-        return;
-    QPainter painter(this);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(rect(), m_fill);
+    if (!m_view) {
+        QPainter painter(this);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(rect(), m_fill);
+    }
+    notePainted();
+}
+
+bool MaskWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_view && event->type() == QEvent::Paint)
+        notePainted();
+    return QWidget::eventFilter(watched, event);
+}
+
+void MaskWindow::notePainted()
+{
+    m_painted = true;
+    emit painted();
 }

@@ -22,11 +22,21 @@ public:
 
     SliceView* sliceView() const { return m_view; }
     QColor fill() const { return m_fill; }
+    // Whether the window has painted since it was shown.
+    bool hasPainted() const { return m_painted; }
+
+signals:
+    // After the window's own painting; its children paint in the same pass.
+    void painted();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void notePainted();
+
     SliceView* m_view = nullptr;
     QColor m_fill;
+    bool m_painted = false;
 };

@@ -5,15 +5,21 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
 #include <cmath>
+
+using namespace std::chrono_literals;
 
 MaskWindowPresenter::MaskWindowPresenter()
 {
-    // The model rebuilds twice in a row (hidden flag, then tiles): windows are mapped once
-    // control returns to the event loop, so the ones torn down at once never reach the server.
+    // The model may build twice in a row: windows are mapped once control returns to the event
+    // loop, so the ones replaced at once never reach the server.
     m_orderFront.setSingleShot(true);
     m_orderFront.setInterval(0);
-    QObject::connect(&m_orderFront, &QTimer::timeout, [this] { orderFront(); });
+    QObject::connect(&m_orderFront, &QTimer::timeout, &m_context, [this] { orderFront(); });
+    m_retireAnyway.setSingleShot(true);
+    m_retireAnyway.setInterval(1s);
+    QObject::connect(&m_retireAnyway, &QTimer::timeout, &m_context, [this] { retire(); });
 }
 
 MaskWindowPresenter::~MaskWindowPresenter()
@@ -34,6 +40,14 @@ QRect MaskWindowPresenter::toScreenGeometry(const QRectF& r, const QRect& primar
 
 void MaskWindowPresenter::showMasks(const QList<MaskTile>& tiles, const RgbColor& fallbackColor)
 {
+    // Windows already shown stay until their successors have painted; the others were never
+    // seen and go at once.
+    for (auto& window : m_windows) {
+        if (window->isVisible())
+            m_leaving.push_back(std::move(window));
+    }
+    m_windows.clear();
+
     // The primary screen is the one whose frame origin is (0, 0) in bottom-left coordinates;
     // Qt follows the RandR primary output, as the screen list does.
     const QScreen* primary = QGuiApplication::primaryScreen();
@@ -43,9 +57,13 @@ void MaskWindowPresenter::showMasks(const QList<MaskTile>& tiles, const RgbColor
         std::optional<QRect> geometry = m_placement ? m_placement(tile.rect) : std::nullopt;
         auto window = std::make_unique<MaskWindow>(
             geometry.value_or(toScreenGeometry(tile.rect, primaryGeometry)), tile.image, fill);
+        QObject::connect(window.get(), &MaskWindow::painted, &m_context,
+                         [this] { retireWhenPainted(); });
         m_windows.push_back(std::move(window));
     }
     m_orderFront.start();
+    if (!m_leaving.empty())
+        m_retireAnyway.start();
 }
 
 void MaskWindowPresenter::orderFront()
@@ -56,11 +74,37 @@ void MaskWindowPresenter::orderFront()
     }
 }
 
+void MaskWindowPresenter::retireWhenPainted()
+{
+    const auto allPainted = [this] {
+        return std::all_of(m_windows.begin(), m_windows.end(),
+                           [](const auto& w) { return w->hasPainted(); });
+    };
+    if (m_leaving.empty() || !allPainted())
+        return;
+    // After the paint has been flushed to the server: the old windows' unmapping then reaches
+    // it after the new pictures. Newer tiles may have come meanwhile; they are waited for.
+    QTimer::singleShot(0, &m_context, [this, allPainted] {
+        if (allPainted())
+            retire();
+    });
+}
+
+void MaskWindowPresenter::retire()
+{
+    m_retireAnyway.stop();
+    for (const auto& window : m_leaving)
+        window->hide();
+    m_leaving.clear();
+}
+
 void MaskWindowPresenter::clearMasks()
 {
+    m_orderFront.stop();
     for (const auto& window : m_windows)
         window->hide();
     m_windows.clear();
+    retire();
 }
 
 QList<MaskWindow*> MaskWindowPresenter::menuBarWindows() const

@@ -1,7 +1,8 @@
 // Test tool: prints what the program's own backends see of the panel on the current X display.
 //
 //   quillet_panel_items                 the tray items, left to right
-//   quillet_panel_items --time N [PID]  N snapshots, name lists and full scans, with timings in
+//   quillet_panel_items --time N [PID]  N window lists (X only), name lists and full panel scans
+//                                       (the program's background scan), with timings in
 //                                       ms; with PID, that process is stopped (SIGSTOP) after
 //                                       one warm-up scan and continued at the end
 //
@@ -12,6 +13,7 @@
 #include "platform/x11/PlatformFactory.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QTextStream>
 #include <algorithm>
@@ -30,10 +32,28 @@ double primaryHeight(const Platform& platform)
     return 0;
 }
 
+// One panel scan as the program runs it (on its own thread), waited for here.
+QList<MenuBarItem> scanItems(const Platform& platform)
+{
+    PanelSnapshot snapshot;
+    QEventLoop loop;
+    const QMetaObject::Connection done = QObject::connect(
+        &platform.panelScan(), &PanelScan::scanned, &loop, [&](const PanelSnapshot& s) {
+            snapshot = s;
+            loop.quit();
+        });
+    const bool withNames = platform.windowControl().canControlWindows();
+    platform.panelScan().start(withNames);
+    loop.exec();
+    QObject::disconnect(done);
+    return MenuBarScanner::itemsFrom(platform.screens().screens(), snapshot.windows,
+                                     MenuBarNamer::named(snapshot.names));
+}
+
 void printItems(const Platform& platform)
 {
     const double height = primaryHeight(platform);
-    for (const MenuBarItem& item : MenuBarScanner::currentItems(platform)) {
+    for (const MenuBarItem& item : scanItems(platform)) {
         const QRectF& r = item.cocoaRect;
         out << QStringLiteral("id=0x%1 x=%2 y=%3 w=%4 h=%5 owner=%6 label=%7\n")
                    .arg(item.id, 0, 16)
@@ -84,12 +104,12 @@ int main(int argc, char** argv)
         const pid_t silent = pid_t(args.value(2).toInt());
         if (silent > 0) {
             // The program has scanned before an application stops answering.
-            MenuBarScanner::currentItems(*platform);
+            scanItems(*platform);
             kill(silent, SIGSTOP);
         }
         printTimes("snapshot", timed(runs, [&] { platform->windowList().onScreenWindows(); }));
         printTimes("names", timed(runs, [&] { platform->itemNames().trayElements(); }));
-        printTimes("scan", timed(runs, [&] { MenuBarScanner::currentItems(*platform); }));
+        printTimes("scan", timed(runs, [&] { scanItems(*platform); }));
         if (silent > 0)
             kill(silent, SIGCONT);
     } else {

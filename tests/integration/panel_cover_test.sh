@@ -4,7 +4,12 @@
 # median spacing and nothing of the hidden one shows, while the panel's clock right of them stays
 # an item and still shows; clicks on a masked icon reach the panel;
 # with "entire" the panel strip is uniform; the masks are made again and stay visible after
-# "xfwm4 --replace" with compositing; on two monitors each one gets its own mask.
+# "xfwm4 --replace" with compositing; on two monitors only the one with the panel gets a mask.
+# While an icon is hidden, a new icon left of it, its program quitting and a panel restart
+# leave it hidden (by its label) and the masks starting left of the leftmost item.
+# On Xfce's default panel layout with the accessibility bus on and a tray icon of our own, the
+# other items keep their names and the background beside the items is the panel's own, not the
+# pager's; on a short, tall panel that reserves no space the masks follow the panel window.
 # Usage: panel_cover_test.sh PATH-TO-QUILLET … (the driver comes from QUILLET_COVER_DRIVER)
 set -uo pipefail
 
@@ -44,6 +49,11 @@ crop() { # FILE GEOMETRY OUT
 differing() { # FILE-A GEOMETRY-A FILE-B GEOMETRY-B
   crop "$1" "$2" "$QD_TMP/a.png" && crop "$3" "$4" "$QD_TMP/b.png" &&
     compare -metric AE "$QD_TMP/a.png" "$QD_TMP/b.png" null: 2>&1 | cut -d' ' -f1
+}
+# How much a region changed between two pictures: the root mean square difference, 0 to 1.
+changed() { # FILE-A FILE-B GEOMETRY
+  crop "$1" "$3" "$QD_TMP/a.png" && crop "$2" "$3" "$QD_TMP/b.png" &&
+    compare -metric RMSE "$QD_TMP/a.png" "$QD_TMP/b.png" null: 2>&1 | sed 's/.*(\(.*\))/\1/'
 }
 # Number of pixels of a crop that differ from the first pixel of their row: 0 when every row is
 # a single colour, as bare panel background stretched from a narrow column is.
@@ -98,6 +108,24 @@ qd_check_eq "nothing left of YAD 1 but panel background" 0 \
 qd_check_eq "nothing between YAD 1 and the status item but panel background" 0 \
   "$(off_row "$hidden" "${spacing}x$h+$((new_x1 + w1))+0")"
 
+qd_section "toggling keeps a mask up all the time"
+qd_drive stall >/dev/null
+# An outside X client watches the mask windows while the item is shown and hidden again.
+watch_log=$QD_TMP/mask-watch.log
+"$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 6 >"$watch_log" 2>&1 &
+watch_pid=$!
+sleep 1
+for _ in 1 2 3 4; do
+  qd_drive toggle YAD 2
+  qd_drive settle
+done
+wait "$watch_pid"
+qd_check_eq "no moment without a mask during four toggles (outside observer)" \
+  "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
+qd_log "outside observer: $(tr '\n' ' ' <"$watch_log")"
+qd_log "toggle figures: $(qd_drive timetoggle YAD 2 10) / $(qd_drive stall)"
+qd_drive settle
+
 qd_section "clicks pass through the mask"
 sni_log=$QD_DESKTOP_STATE/log/tray_sni.log
 before=$(grep -c '^activated' "$sni_log" 2>/dev/null)
@@ -109,6 +137,44 @@ qd_check "the pointer is over the panel, not over the mask" \
 xdotool click 1
 activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
 qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
+
+qd_section "icons that come and go while one is hidden, and a panel restart"
+hidden_of() { sed -n "s/.* hidden=\([01]\) label=$1\$/\1/p" <<<"$items"; }
+# The masks cover from 8 pixels left of the leftmost item that moves; with the new icon left of
+# the hidden one, that is the leftmost item.
+leftmost_x() { sed -n 's/.* x=\([0-9]*\) .*/\1/p' <<<"$items" | sort -n | head -n 1; }
+# Settled, with masks up.
+masked() {
+  qd_drive settle >/dev/null
+  items=$(qd_drive items) && masks=$(qd_drive masks) && [ -n "$masks" ]
+}
+
+qd_launch extra_pid "$QD_TMP/yad-extra.log" yad --notification --text="Quillet test tray icon three" \
+  --image=dialog-error
+has_third() { items=$(qd_drive items) && [[ "$items" == *"label=YAD 3"* ]]; }
+qd_check "a new icon becomes an item" qd_wait_for 20 "YAD 3" has_third
+qd_check "with it, the masks are up again" qd_wait_for 20 "the masks" masked
+qd_check_eq "YAD 2 is still hidden" 1 "$(hidden_of "YAD 2")"
+qd_check_eq "the mask starts 8 pixels left of the new leftmost item" \
+  "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+
+qd_stop_process "$extra_pid" TERM 10
+no_third() { items=$(qd_drive items) && [[ "$items" != *"label=YAD 3"* ]]; }
+qd_check "an icon whose program quits is no item" qd_wait_for 20 "YAD 3 gone" no_third
+qd_check "without it, the masks are up again" qd_wait_for 20 "the masks" masked
+qd_check_eq "the mask starts 8 pixels left of the leftmost item again" \
+  "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+
+old_id=$(field id "$(grep 'label=YAD 2$' <<<"$items")")
+xfce4-panel -r >"$QD_TMP/panel-restart.log" 2>&1
+redocked() {
+  items=$(qd_drive items) && local line && line=$(grep 'label=YAD 2$' <<<"$items") &&
+    [ -n "$line" ] && [ "$(field id "$line")" != "$old_id" ]
+}
+qd_check "after a panel restart YAD 2 docks again with a new id" qd_wait_for 30 "YAD 2 re-docked" redocked
+qd_check "the restarted panel's masks are up" qd_wait_for 30 "the masks" masked
+qd_check_eq "YAD 2 is hidden again by its label" 1 "$(hidden_of "YAD 2")"
+qd_check_eq "YAD 1 is not" 0 "$(hidden_of "YAD 1")"
 
 qd_section "the whole panel"
 cover entire
@@ -129,32 +195,96 @@ qd_wait_for 15 "the compositor" composited || qd_log "no compositing manager app
 new_mask() { [[ "$(qd_drive masks | head -n 1)" =~ win=(0x[0-9a-f]+) ]] && [ "${BASH_REMATCH[1]}" != "$old_mask" ]; }
 qd_check "the mask window was made again" qd_wait_for 10 "a new mask window" new_mask
 qd_drive settle
-sleep 1
-shoot replaced
-qd_check_eq "the panel strip is still covered" 0 "$(off_row "$replaced" "${root_w}x$h+0+0")"
+# The new compositor paints the new mask in its own time.
+covered_again() { shoot replaced && [ "$(off_row "$replaced" "${root_w}x$h+0+0")" = 0 ]; }
+qd_check "the panel strip is covered again" qd_wait_for 20 "the covered strip" covered_again
 
 qd_driver_quit
 qd_stop_process "$wm_pid" TERM 10 || true
 qd_stop_desktop
 
-qd_section "two monitors: one mask each"
+qd_section "two monitors, the panel on one: only that one is covered"
 if [ "$(id -u)" != 0 ]; then
   qd_log "skipped: two monitors need the dummy X driver, which runs as root"
 else
   qd_start_desktop --monitors 2
   qd_new_home
   qd_driver_start cover-two "$driver"
-  cover entire
-  qd_check_eq "two mask windows" 2 "$(grep -c '^mask' <<<"$masks")"
   # The second monitor, as xrandr lists it: "1: +NAME W/…xH/…+X+Y NAME".
   second=$(xrandr --listmonitors | sed -n 's/^ *1: [^ ]* \([0-9]*\)\/[0-9]*x\([0-9]*\)\/[0-9]*+\([0-9]*\)+\([0-9]*\).*/\1 \2 \3 \4/p')
   read -r sw _ sx sy <<<"$second"
-  mask2=$(grep '^mask' <<<"$masks" | grep " x=$sx " | head -n 1)
-  qd_check_eq "the second monitor's mask spans its top with the 24-pixel fallback height" \
-    "$sx $sy $sw 24" "$(rect "$mask2")"
-  # The picture under it has no tinted strip any more (a monitor without a top panel has no
-  # bar); that this monitor still gets a mask at all is the next thing to change.
+  shoot two_bare
+  cover entire
+  qd_check_eq "one mask window" 1 "$(grep -c '^mask' <<<"$masks")"
+  qd_check_eq "it is not on the second monitor" "" "$(grep '^mask' <<<"$masks" | grep " x=$sx ")"
+  shoot two
+  # Switching a cover on renders the desktop picture again, which may change its pixels a
+  # little everywhere; a mask or a tinted strip would change the top rows far more than the
+  # rows below them.
+  top=$(changed "$two_bare" "$two" "${sw}x24+$sx+$sy")
+  below=$(changed "$two_bare" "$two" "${sw}x24+$sx+$((sy + 24))")
+  qd_log "second monitor, change of the top rows: $top, of the rows below: $below"
+  qd_check "the second monitor's top strip changed no more than the rows below it" \
+    awk -v t="$top" -v b="$below" 'BEGIN { exit !(t <= 2 * b + 0.01) }'
   qd_driver_quit
 fi
+
+qd_section "Xfce's default panel, accessibility on, a tray icon of our own"
+qd_start_desktop --panel xfce --accessibility on
+qd_new_home
+qd_driver_start cover-xfce "$driver"
+qd_drive trayicon
+xfce_labels() { items=$(qd_drive items) && labels_of "$items"; }
+# Our own icon stands among the others; every item keeps its name.
+has_own() { [[ "$(xfce_labels)" == *"|Quillet|"* ]]; }
+qd_wait_for 20 "our own tray icon among the items" has_own
+# The notification area shows the newest status item first, so ours stands left of the test's.
+qd_check_eq "the items keep their names beside our own" \
+  "YAD 1|YAD 2|Quillet|Quillet test status item|Clock|Action Buttons" "$(xfce_labels)"
+qd_drive stall >/dev/null
+# The picture of the bare panel, taken while its items stand still.
+steady_shot() {
+  local before=$items
+  shoot xfce_bare
+  items=$(qd_drive items) && [ "$items" = "$before" ]
+}
+qd_wait_for 20 "a picture of the panel at rest" steady_shot
+yad1=$(grep 'label=YAD 1$' <<<"$items")
+yad2=$(grep 'label=YAD 2$' <<<"$items")
+x1=$(field x "$yad1") w1=$(field w "$yad1") x2=$(field x "$yad2")
+h=$(qd_xprobe windows --type dock | sed -n '1s/.* h=\([0-9]*\) .*/\1/p')
+# The panel's own background: the middle of the gap between the two YAD icons.
+background=$(convert "$xfce_bare" -format "%[pixel:p{$(((x1 + w1 + x2) / 2)),$((h / 2))}]" info:)
+qd_drive cover items
+qd_drive settle
+qd_drive toggle YAD 1
+cover items
+shoot xfce_hidden
+tile_x=$(field x "$masks")
+qd_check_eq "left of the moved items the mask shows the panel's background, not the pager" \
+  "$background" "$(convert "$xfce_hidden" -format "%[pixel:p{$((tile_x + 1)),$((h / 2))}]" info:)"
+# The items close up at the median gap, so the first one still shown may move left as well as
+# right; the hidden icon's place and what lies left of it are background in any case.
+qd_check_eq "... all along over the hidden icon's place" 0 \
+  "$(off_row "$xfce_hidden" "$((x1 + w1 - tile_x))x$h+$tile_x+0")"
+qd_log "UI thread with the accessibility bus on: $(qd_drive stall); toggles: $(qd_drive timetoggle YAD 2 6)"
+qd_driver_quit
+qd_stop_desktop
+
+qd_section "a short, tall panel that reserves no space"
+qd_start_desktop --panel-length 50 --panel-size 48
+qd_new_home
+xfconf-query -c xfce4-panel -p /panels/panel-1/disable-struts -n -t bool -s true
+qd_driver_start cover-short "$driver"
+qd_wait_for 20 "three tray items and the clock" got_labels
+read -r px py pw ph <<<"$(qd_xprobe windows --type dock | sed -n '1s/.* x=\([0-9]*\) y=\([0-9]*\) w=\([0-9]*\) h=\([0-9]*\) .*/\1 \2 \3 \4/p')"
+qd_check "the panel is shorter than the screen" test "$pw" -lt "$root_w"
+cover entire
+qd_check_eq "one mask over the panel window exactly" "$px $py $pw $ph" "$(rect "$masks")"
+qd_drive toggle YAD 2
+cover items
+qd_check_eq "the items' mask ends where the panel ends, as high as the panel" \
+  "$((px + pw)) $ph" "$(($(field x "$masks") + $(field w "$masks"))) $(field h "$masks")"
+qd_driver_quit
 
 qd_finish

@@ -14,7 +14,8 @@ public:
     void showMasks(const QList<MaskTile>& tiles, const RgbColor& fallbackColor) override
     {
         ++builds;
-        shown += tiles;
+        // New masks replace the ones shown.
+        shown = tiles;
         fill = fallbackColor;
     }
     void clearMasks() override

@@ -29,6 +29,9 @@ FakePlatform::FakePlatform()
     loginItems = install<FakeLoginItems>(parts.loginItems);
     desktopIcons = install<FakeDesktopIcons>(parts.desktopIcons);
     desktopSupport = install<FakeDesktopSupport>(parts.desktopSupport);
+    auto scan = std::make_unique<FakePanelScan>(*windowList, *itemNames);
+    panelScan = scan.get();
+    parts.panelScan = std::move(scan);
     m_platform = std::make_unique<Platform>(std::move(parts));
 }
 

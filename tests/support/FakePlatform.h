@@ -208,6 +208,48 @@ public:
     QList<NamedTrayElement> trayElements() const override { return elements; }
 };
 
+// Scans the fake window list and names. With `deferred` the result waits for finish(), as the
+// real scan's thread makes it wait.
+class FakePanelScan final : public PanelScan {
+public:
+    FakePanelScan(const FakeWindowList& windows, const FakeItemNames& names)
+        : m_windows(windows), m_names(names)
+    {
+    }
+    bool deferred = false;
+    int starts = 0;
+    // Global top-left points.
+    QList<QRectF> emptyStretches;
+
+    void start(bool withNames) override
+    {
+        ++starts;
+        m_pending = true;
+        m_withNames = m_withNames || withNames;
+        if (!deferred)
+            finish();
+    }
+    bool pending() const { return m_pending; }
+    void finish()
+    {
+        if (!m_pending)
+            return;
+        PanelSnapshot snapshot;
+        snapshot.windows = m_windows.onScreenWindows();
+        if (m_withNames)
+            snapshot.names = m_names.trayElements();
+        snapshot.emptyStretches = emptyStretches;
+        m_pending = m_withNames = false;
+        emit scanned(snapshot);
+    }
+
+private:
+    const FakeWindowList& m_windows;
+    const FakeItemNames& m_names;
+    bool m_pending = false;
+    bool m_withNames = false;
+};
+
 class FakeAppearance final : public Appearance {
 public:
     bool dark = false;
@@ -337,6 +379,7 @@ public:
     FakeLoginItems* loginItems;
     FakeDesktopIcons* desktopIcons;
     FakeDesktopSupport* desktopSupport;
+    FakePanelScan* panelScan;
 
 private:
     std::unique_ptr<Platform> m_platform;

@@ -6,6 +6,8 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QPointer>
+#include <QTest>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -118,5 +120,35 @@ TEST(MaskWindowPresenter, onePlacedWindowPerTileAndTeardown)
 
     presenter.clearMasks();
     EXPECT_TRUE(presenter.menuBarWindows().isEmpty());
+    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+}
+
+TEST(MaskWindowPresenter, newMasksReplaceTheOldOnlyOnceTheyHavePainted)
+{
+    MaskWindowPresenter presenter;
+    const RgbColor black{0, 0, 0, 1};
+    presenter.showMasks({{QRectF(0, 600, 200, 24), patterned(200, 24)}}, black);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return presenter.menuBarWindows()[0]->hasPainted(); }));
+    const QPointer<MaskWindow> old = presenter.menuBarWindows()[0];
+
+    presenter.showMasks({{QRectF(0, 600, 180, 24), patterned(180, 24)}}, black);
+    // Until the new window has painted, the old one stays up: the panel never shows between.
+    EXPECT_TRUE(presenter.isReplacing());
+    ASSERT_TRUE(old);
+    EXPECT_TRUE(old->isVisible());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !presenter.isReplacing(); }));
+    EXPECT_FALSE(old);
+    EXPECT_TRUE(presenter.menuBarWindows()[0]->hasPainted());
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), 1);
+
+    // Two sets in a row: the one never shown goes at once, the shown one waits for the last.
+    presenter.showMasks({{QRectF(0, 600, 160, 24), std::nullopt}}, black);
+    presenter.showMasks({{QRectF(0, 600, 150, 24), std::nullopt}}, black);
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), 2);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !presenter.isReplacing(); }));
+    EXPECT_EQ(QApplication::topLevelWidgets().size(), 1);
+    EXPECT_EQ(presenter.menuBarWindows()[0]->width(), 150);
+
+    presenter.clearMasks();
     EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
 }

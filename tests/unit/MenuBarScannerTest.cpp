@@ -63,12 +63,28 @@ TEST_F(ScannerFixture, keepsOnlySmallWindowsAtTheTopOnMenuBarLayers)
     w << window(1, {100, 1, 20, 44});                  // 44 high at y = 1: an item
     w << window(2, {200, 0, 20, 45});                  // 45 high
     w << window(3, {300, 2, 20, 20});                  // top edge at y = 2
-    w << window(4, {0, 0, 1440, 24}, u"panel"_qs, 24); // the panel itself
     w << window(5, {400, 0, 864, 24}, u"wide"_qs, 24); // exactly 0.6 × 1440
-    w << window(6, {500, 0, 864.5, 24});               // just over
+    w << window(6, {1300, 0, 864.5, 24});              // just over
     w << window(7, {600, 0, 20, 20}, u"normal"_qs, 0);
     w << window(8, {700, 0, 20, 20}, u"over"_qs, 26);
     EXPECT_EQ(ids(scan()), (QList<quint32>{1, 5}));
+}
+
+TEST_F(ScannerFixture, panelsAreNeverItemsAndTheirIconsKeepTheirOwnExtents)
+{
+    auto& w = fake.windowList->entries;
+    w << window(4, {0, 0, 1440, 24}, u"panel"_qs, 24); // the full-width panel
+    EXPECT_TRUE(scan().isEmpty());
+
+    // A 48-point panel half the screen wide, its icons 22 points high, centred in it.
+    w.clear();
+    w << window(10, {360, 0, 720, 48}, u"xfce4-panel"_qs, 24);
+    w << window(11, {900, 13, 22, 22});
+    w << window(12, {930, 13, 22, 22});
+    w << window(13, {1200, 13, 22, 22}); // outside the panel: its top edge is below 1
+    const QList<MenuBarItem> items = scan();
+    EXPECT_EQ(ids(items), (QList<quint32>{11, 12}));
+    EXPECT_EQ(items[0].cocoaRect, QRectF(900, 900 - 35, 22, 22));
 }
 
 TEST_F(ScannerFixture, convertsToBottomLeftCoordinatesAndKeepsItemsLeftOfThePrimary)
@@ -189,4 +205,33 @@ TEST_F(ScannerFixture, namerSkipsTheLeftEdgeAndNeedsPermission)
     // Without names the scanner falls back to owners and the clock rule.
     fake.windowList->entries << window(1, {1300, 0, 100, 22}, u"Control Center"_qs);
     EXPECT_EQ(labels(scan()), (QStringList{"Clock"}));
+}
+
+TEST_F(ScannerFixture, iconsOfOneProgramKeepTheirNumbersWhenTheyDockAgain)
+{
+    const QList<ScreenInfo> screens = fake.screens->list;
+    auto yad = [](quint32 id, double x, qint64 pid) {
+        WindowListEntry w = window(id, {x, 0, 22, 22}, u"yad"_qs);
+        w.ownerPid = pid;
+        return w;
+    };
+    // At first sight the icons are numbered left to right, whatever their processes.
+    QList<qint64> order;
+    QList<MenuBarItem> items = MenuBarScanner::itemsFrom(
+        screens, {yad(1, 100, 2000), yad(2, 130, 1000), yad(3, 160, 0)}, {}, order);
+    EXPECT_EQ(labels(items), (QStringList{u"yad 1"_qs, u"yad 2"_qs, u"yad 3"_qs}));
+    MenuBarScanner::rememberProcesses(order, items);
+    EXPECT_EQ(order, (QList<qint64>{2000, 1000}));
+
+    // Docked again in the other order, with new windows: each process keeps its number; an
+    // unknown owner comes after the known ones.
+    items = MenuBarScanner::itemsFrom(
+        screens, {yad(7, 100, 0), yad(8, 130, 1000), yad(9, 160, 2000)}, {}, order);
+    EXPECT_EQ(labels(items), (QStringList{u"yad 3"_qs, u"yad 2"_qs, u"yad 1"_qs}));
+
+    // A process seen for the first time comes after those seen before; the memory is bounded.
+    items = MenuBarScanner::itemsFrom(screens, {yad(10, 50, 3000), yad(11, 100, 1000)}, {}, order);
+    EXPECT_EQ(labels(items), (QStringList{u"yad 2"_qs, u"yad 1"_qs}));
+    MenuBarScanner::rememberProcesses(order, items, 2);
+    EXPECT_EQ(order, (QList<qint64>{1000, 3000}));
 }

@@ -19,7 +19,7 @@ struct OverlayFixture : ::testing::Test {
 
 } // namespace
 
-TEST_F(OverlayFixture, everyAssignmentTearsDownAndRebuilds)
+TEST_F(OverlayFixture, everyAssignmentRebuildsAndNewMasksReplaceTheOld)
 {
     // Tiles while masks are off: the old windows go, none come.
     overlay.setBarTiles(twoTiles);
@@ -30,17 +30,23 @@ TEST_F(OverlayFixture, everyAssignmentTearsDownAndRebuilds)
     EXPECT_EQ(presenter.shown.size(), 2);
     EXPECT_EQ(presenter.shown[1].rect, QRectF(1440, 876, 1920, 24));
 
-    // Equal values rebuild too, from nothing.
+    // Equal values rebuild too; the new masks replace the old ones without a teardown.
     overlay.setMenuBarHidden(true);
     overlay.setBarTiles(twoTiles);
-    EXPECT_EQ(presenter.teardowns, 4);
+    EXPECT_EQ(presenter.teardowns, 1);
     EXPECT_EQ(presenter.builds, 3);
     EXPECT_EQ(presenter.shown.size(), 2);
+
+    // Both at once: one build.
+    overlay.setMenuBarHiddenAndTiles(true, {twoTiles.first()});
+    EXPECT_EQ(presenter.builds, 4);
+    EXPECT_EQ(presenter.shown.size(), 1);
 
     // Hidden with no tiles: no window.
     overlay.setBarTiles({});
     EXPECT_TRUE(presenter.shown.isEmpty());
-    EXPECT_EQ(presenter.builds, 3);
+    EXPECT_EQ(presenter.teardowns, 2);
+    EXPECT_EQ(presenter.builds, 4);
 
     overlay.setBarTiles(twoTiles);
     overlay.clearMenuBarWindows();

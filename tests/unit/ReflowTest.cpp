@@ -247,3 +247,34 @@ TEST(BarReflow, nothingWithoutItemsOrPixels)
     EXPECT_FALSE(BarReflow::reflow(full, testScreen({500, 0, 200, 100}), items, {}, 24));
     EXPECT_FALSE(BarReflow::reflow(full, testScreen(), items, {}, 0.9));
 }
+
+TEST(BarReflow, aShortPanelAndAKnownBackgroundColumn)
+{
+    // The panel ends 40 points before the screen's right edge; a stretch at x = 20 shows its
+    // background while the 40 points left of the items hold something else (a pager).
+    const QList<MenuBarItem> items{item(1, 100, 10), item(2, 120, 10)};
+    QImage full = capture(items, 2);
+    QPainter(&full).fillRect(2 * 55, 0, 2 * 40, 48, Qt::magenta);
+    BarReflow::Bar bar;
+    bar.heightPt = 24;
+    bar.rightPt = 160;
+    bar.backgroundX = 20;
+
+    const auto piece = BarReflow::reflow(full, testScreen(), items, {1}, bar);
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->rect, QRectF(92, 76, 68, 24));
+    EXPECT_EQ(piece->image.size(), QSize(136, 48));
+    EXPECT_EQ(columnsOf(piece->image, Qt::magenta), std::make_pair(-1, -1));
+    EXPECT_EQ(piece->image.pixelColor(0, 5).rgb(), panelColor.rgb());
+    // The visible item still ends where the rightmost item ended.
+    EXPECT_EQ(columnsOf(piece->image, itemColor(2)), std::make_pair(2 * 28, 2 * 38 - 1));
+
+    const auto column = BarReflow::emptyColumn(full, testScreen(), items, bar);
+    ASSERT_TRUE(column);
+    EXPECT_EQ(column->size(), QSize(4, 48));
+    EXPECT_EQ(column->pixelColor(0, 0).rgb(), panelColor.rgb());
+    // Without the known column both take the pager's colour.
+    bar.backgroundX.reset();
+    EXPECT_EQ(BarReflow::reflow(full, testScreen(), items, {1}, bar)->image.pixelColor(0, 5).rgb(),
+              QColor(Qt::magenta).rgb());
+}

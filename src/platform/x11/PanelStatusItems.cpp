@@ -29,6 +29,7 @@
 #include "PanelPluginChoice.h"
 #include "StatusItemOrder.h"
 
+#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -124,11 +125,19 @@ QVariantMap variantMap(const QVariant& value)
     return result;
 }
 
-// The AT-SPI bus, connected again whenever its address changes.
+// The AT-SPI bus. Its address is asked for once and again only when the connection to it was
+// lost (the bus restarted). Scans run one at a time, so the cache needs no lock.
 QDBusConnection accessibilityBus(const Caller& caller)
 {
     static const QString name = QStringLiteral("quillet-accessibility");
     static QString connectedAddress;
+    if (!connectedAddress.isEmpty()) {
+        QDBusConnection bus(name);
+        if (bus.isConnected())
+            return bus;
+        QDBusConnection::disconnectFromBus(name);
+        connectedAddress.clear();
+    }
     const QVariantList reply =
         caller.call(QDBusConnection::sessionBus(), QStringLiteral("org.a11y.Bus"),
                     QStringLiteral("/org/a11y/bus"), QStringLiteral("org.a11y.Bus"),
@@ -136,10 +145,7 @@ QDBusConnection accessibilityBus(const Caller& caller)
     const QString address = reply.value(0).toString();
     if (address.isEmpty())
         return QDBusConnection(QString());
-    if (address != connectedAddress) {
-        QDBusConnection::disconnectFromBus(name);
-        connectedAddress = address;
-    }
+    connectedAddress = address;
     return QDBusConnection::connectToBus(address, name);
 }
 
@@ -338,8 +344,13 @@ QList<RegisteredItem> registeredItems(const Caller& caller, bool withTexts)
                         askBus(caller, QStringLiteral("GetConnectionUnixProcessID"), service),
                         QString(), notAsked()});
     }
+    QList<qint64> pids;
     for (Pending& p : pending) {
         p.ownerName = Caller::finish(p.owner).value(0).toString();
+        pids.append(Caller::finish(p.pid).value(0).toLongLong());
+        // Our own item is never asked: what it publishes is known here.
+        if (pids.last() == QCoreApplication::applicationPid())
+            continue;
         if (withTexts)
             p.properties = caller.start(session, p.service, p.path, propertiesInterface,
                                         QStringLiteral("GetAll"), {itemInterface});
@@ -351,11 +362,17 @@ QList<RegisteredItem> registeredItems(const Caller& caller, bool withTexts)
 
     QList<RegisteredItem> items;
     QHash<QString, QString> ids;
-    for (const Pending& p : std::as_const(pending)) {
+    for (qsizetype i = 0; i < pending.size(); ++i) {
+        const Pending& p = pending[i];
         RegisteredItem item;
-        item.pid = Caller::finish(p.pid).value(0).toLongLong();
+        item.pid = pids[i];
         item.id = idByOwner.value(p.ownerName);
-        if (withTexts) {
+        if (item.pid == QCoreApplication::applicationPid()) {
+            // Qt's item publishes the application's name as its Id and title.
+            item.id = QCoreApplication::applicationName();
+            if (withTexts)
+                item.title = item.id;
+        } else if (withTexts) {
             const QVariantMap properties = variantMap(Caller::finish(p.properties).value(0));
             if (properties.contains(QStringLiteral("Id")))
                 item.id = unwrap(properties.value(QStringLiteral("Id"))).toString();
@@ -430,15 +447,29 @@ QList<AccessibleRef> panelApplications(const Caller& caller, const QDBusConnecti
         childrenOf(caller, bus,
                    {QStringLiteral("org.a11y.atspi.Registry"),
                     QStringLiteral("/org/a11y/atspi/accessible/root")});
-    QList<QDBusPendingCall> names;
+    // The bus tells each application's process; our own is never asked anything, as it may be
+    // busy and must not wait on itself.
+    QList<QDBusPendingCall> pids;
     for (const AccessibleRef& app : apps)
-        names.append(caller.start(bus, app.bus, app.path, propertiesInterface,
+        pids.append(caller.start(bus, QStringLiteral("org.freedesktop.DBus"),
+                                 QStringLiteral("/org/freedesktop/DBus"),
+                                 QStringLiteral("org.freedesktop.DBus"),
+                                 QStringLiteral("GetConnectionUnixProcessID"), {app.bus}));
+    QList<AccessibleRef> others;
+    QList<QDBusPendingCall> names;
+    for (qsizetype i = 0; i < apps.size(); ++i) {
+        const QVariantList pid = Caller::finish(pids[i]);
+        if (pid.isEmpty() || pid.first().toLongLong() == QCoreApplication::applicationPid())
+            continue;
+        others.append(apps[i]);
+        names.append(caller.start(bus, apps[i].bus, apps[i].path, propertiesInterface,
                                   QStringLiteral("Get"),
                                   {accessibleInterface, QStringLiteral("Name")}));
+    }
     QList<AccessibleRef> panels;
-    for (qsizetype i = 0; i < apps.size(); ++i) {
+    for (qsizetype i = 0; i < others.size(); ++i) {
         if (unwrap(Caller::finish(names[i]).value(0)).toString() == QLatin1String("xfce4-panel"))
-            panels.append(apps[i]);
+            panels.append(others[i]);
     }
     return panels;
 }
@@ -546,16 +577,17 @@ QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
     return icons;
 }
 
-QList<StatusIcon> panelExtras(const QRect& trayArea, std::chrono::milliseconds perCall,
-                              const QDeadlineTimer& deadline)
+PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall,
+                        const QDeadlineTimer& deadline)
 {
-    QList<StatusIcon> extras;
+    PanelLayout layout;
+    QList<StatusIcon>& extras = layout.extras;
     if (trayArea.isEmpty())
-        return extras;
+        return layout;
     const Caller caller{int(perCall.count()), deadline};
     const QDBusConnection bus = accessibilityBus(caller);
     if (!bus.isConnected())
-        return extras;
+        return layout;
     for (const AccessibleRef& app : panelApplications(caller, bus)) {
         const std::optional<PanelFrame> panel = panelAt(caller, bus, app, trayArea.center());
         if (!panel)
@@ -589,10 +621,15 @@ QList<StatusIcon> panelExtras(const QRect& trayArea, std::chrono::milliseconds p
         for (qsizetype i : chosen)
             extras.append(
                 StatusIcon{syntheticId(plugins[i]), boxes[i].rect, panelPid, names.value(i), {}});
+        // A plugin without widgets (a separator, an expanding gap) shows the panel's background.
+        for (const PanelPluginBox& box : std::as_const(boxes)) {
+            if (box.showing && !box.hasContent && box.rect.intersects(panel->rect))
+                layout.emptyStretches.append(box.rect & panel->rect);
+        }
         // Only one notification area is searched for.
         break;
     }
-    return extras;
+    return layout;
 }
 
 } // namespace PanelStatusItems

@@ -24,14 +24,23 @@ struct StatusIcon {
 
 namespace PanelStatusItems {
 // `accessibleRoots` are "bus:path" pairs published by the tray host (_XEMBED_AT_SPI_PATH).
-// The items' titles and tooltips are asked for only `withTexts`. Every D-Bus call waits at most
-// `perCall`; the whole search gives up at `deadline`.
+// The items' titles and tooltips are asked for only `withTexts`; our own item is never asked. Every
+// D-Bus call waits at most `perCall`; the whole search gives up at `deadline`.
 QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
                        std::chrono::milliseconds perCall, const QDeadlineTimer& deadline);
 
-// The panel's own plugins right of the notification area `trayArea` (root coordinates) on the
-// panel that holds it, left to right: the clock and whatever else stands there. Each has the
-// panel's process and, for its title, the plugin's name where the panel's settings give one.
-QList<StatusIcon> panelExtras(const QRect& trayArea, std::chrono::milliseconds perCall,
-                              const QDeadlineTimer& deadline);
+struct PanelLayout {
+    // The panel's own plugins right of the notification area, left to right: the clock and
+    // whatever else stands there. Each has the panel's process and, for its title, the
+    // plugin's name where the panel's settings give one.
+    QList<StatusIcon> extras;
+    // Plugins that show nothing but the panel's background (separators, expanding gaps), root
+    // coordinates.
+    QList<QRect> emptyStretches;
+};
+
+// The panel that holds the notification area `trayArea` (root coordinates), as its
+// accessibility tree shows it. Our own process is never asked.
+PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall,
+                        const QDeadlineTimer& deadline);
 } // namespace PanelStatusItems

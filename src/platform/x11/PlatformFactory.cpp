@@ -41,6 +41,7 @@ std::unique_ptr<Platform> createPlatform()
         parts.windowControl = std::make_unique<X11WindowControl>();
         parts.windowList = std::make_unique<X11WindowList>();
         parts.itemNames = std::make_unique<X11ItemNames>();
+        parts.panelScan = std::make_unique<X11PanelScan>();
         parts.processes = std::make_unique<QtProcessRunner>();
         parts.appearance = std::make_unique<X11Appearance>();
         // The desktop program may start late, die or restart: the session follows it and

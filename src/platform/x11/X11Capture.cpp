@@ -6,6 +6,7 @@
 #include "X11Probes.h"
 #include "X11RandR.h"
 #include "X11Replies.h"
+#include "X11WindowFacts.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,6 +20,9 @@
 namespace {
 
 using X11::Reply;
+
+// The rows captured below the top edge when no panel reaches further.
+constexpr int minStripRows = 128;
 
 // The root window's pixels are 32 bits, little-endian, red in the third byte: the layout of
 // QImage::Format_RGB32. Every X server for a desktop today uses it at depth 24 or 32.
@@ -104,10 +108,42 @@ QRect X11Capture::monitorRect(quint32 output)
 
 QImage X11Capture::captureDisplay(quint32 displayId)
 {
-    const QRect rect = monitorRect(displayId);
-    if (rect.isEmpty())
+    const QRect monitor = monitorRect(displayId);
+    if (monitor.isEmpty() || !m_connection)
         return {};
-    return captureRootRect(rect);
+    const QList<std::pair<xcb_window_t, QRect>> panels = topPanels(monitor);
+    // Only the panel strip is ever read.
+    int rows = minStripRows;
+    for (const auto& panel : panels)
+        rows = std::max(rows, panel.second.bottom() + 1 - monitor.top());
+    const QRect stripRect(monitor.topLeft(),
+                          QSize(monitor.width(), std::min(rows, monitor.height())));
+
+    // Read from the root window: whatever lies over the panels (our masks) is in it, so the
+    // masks come down before a capture.
+    return captureRootRect(stripRect);
+}
+
+QList<std::pair<xcb_window_t, QRect>> X11Capture::topPanels(const QRect& monitor) const
+{
+    QList<std::pair<xcb_window_t, QRect>> panels;
+    // The scans' own connection: waiting on it ends as soon as the reply is there.
+    xcb_connection_t* c = X11::scanConnection();
+    const auto deadline = QDeadlineTimer(std::chrono::milliseconds(250));
+    const Reply<xcb_get_property_reply_t> list = X11::reply<xcb_get_property_reply_t>(
+        c, X11::requestProperty(c, X11::rootWindow(), X11::atom("_NET_CLIENT_LIST")), deadline);
+    QList<xcb_window_t> windows;
+    for (const quint32 w : X11::cardinals(list.get()))
+        windows.append(w);
+    for (const X11::WindowFacts& f : X11::windowFacts(c, X11::rootWindow(), windows, deadline)) {
+        if (!f.valid || !f.viewable ||
+            !f.windowTypes.contains(X11::atom("_NET_WM_WINDOW_TYPE_DOCK")))
+            continue;
+        if (f.rootRect.top() == monitor.top() && f.rootRect.intersects(monitor) &&
+            f.rootRect.width() > f.rootRect.height())
+            panels.append({f.window, f.rootRect});
+    }
+    return panels;
 }
 
 QImage X11Capture::captureRootRect(const QRect& requested)
@@ -206,6 +242,12 @@ bool X11Capture::ensureSegment(std::size_t bytes)
         return false;
     }
     return true;
+}
+
+void X11Capture::releaseBuffers()
+{
+    m_buffers.clear();
+    releaseSegment();
 }
 
 void X11Capture::releaseSegment()

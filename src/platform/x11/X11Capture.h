@@ -9,6 +9,7 @@
 #include <QRect>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <xcb/xcb.h>
 
 class X11Capture final : public ScreenCapture {
@@ -21,7 +22,9 @@ public:
     bool canCaptureScreen() const override;
     // X11 has no permission prompt: access is whatever the server allows now.
     bool requestCaptureAccess() override;
+    // The top strip of the monitor down to its lowest top panel (at least 128 rows).
     QImage captureDisplay(quint32 displayId) override;
+    void releaseBuffers() override;
 
     // A rectangle of the root window (device pixels) as an opaque RGB32 image, row 0 at the
     // top; null when the server refuses or the pixel layout is not 32-bit true colour.
@@ -32,6 +35,8 @@ public:
     bool usesSharedMemory() const { return m_shmUsable; }
 
 private:
+    // Dock windows whose top edge is the monitor's, root coordinates.
+    QList<std::pair<xcb_window_t, QRect>> topPanels(const QRect& monitor) const;
     QImage filled(const std::uint8_t* data, std::size_t length, QSize size);
     bool ensureSegment(std::size_t bytes);
     void releaseSegment();

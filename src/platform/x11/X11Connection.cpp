@@ -7,7 +7,11 @@
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QScreen>
+#include <QThread>
+#include <atomic>
+#include <cstdlib>
 
 namespace X11 {
 
@@ -31,6 +35,9 @@ xcb_window_t rootWindow()
 
 xcb_atom_t atom(const char* name)
 {
+    // Asked for from the panel scan's thread too.
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
     static QHash<QByteArray, xcb_atom_t> cache;
     const QByteArray key(name);
     if (const auto found = cache.constFind(key); found != cache.constEnd())
@@ -58,10 +65,10 @@ int desktopScaleFrom(const QByteArray& gdkScale, const QByteArray& settingsBlob)
 
 namespace {
 
-int& cachedScale()
+std::atomic<int>& cachedScale()
 {
-    // 0 until read.
-    static int scale = 0;
+    // 0 until read; the panel scan's thread reads it too.
+    static std::atomic<int> scale = 0;
     return scale;
 }
 
@@ -71,8 +78,16 @@ struct Monitor {
     qreal qtRatio = 1;
 };
 
+QMutex monitorsMutex;
+QList<Monitor> lastMonitors;
+
+// Qt's screens may be read on the UI thread only; other threads get what it saw last.
 QList<Monitor> monitors()
 {
+    if (QThread::currentThread() != QCoreApplication::instance()->thread()) {
+        const QMutexLocker lock(&monitorsMutex);
+        return lastMonitors;
+    }
     QList<Monitor> result;
     for (const QScreen* screen : QGuiApplication::screens()) {
         const QRect g = screen->geometry();
@@ -81,6 +96,8 @@ QList<Monitor> monitors()
         const QSizeF native(qRound(g.width() * ratio), qRound(g.height() * ratio));
         result.append({QRectF(g.topLeft(), native), QRectF(g), ratio});
     }
+    const QMutexLocker lock(&monitorsMutex);
+    lastMonitors = result;
     return result;
 }
 
@@ -90,6 +107,12 @@ QRectF scaledAbout(const QRectF& r, const QPointF& origin, qreal factor)
 }
 
 } // namespace
+
+void noteMonitors()
+{
+    monitors();
+    desktopScale();
+}
 
 void refreshDesktopScale()
 {

@@ -27,6 +27,9 @@ int desktopScaleFrom(const QByteArray& gdkScale, const QByteArray& settingsBlob)
 // root pixels and distances from it are divided by the desktop's scaling factor, the way Qt
 // lays out its screens, so the monitor holding a rectangle's centre (or a point) is the one
 // whose corner counts. With a factor of 1 both are the same.
+// Other threads convert with the monitors and factor the UI thread saw last; this notes them
+// (UI thread).
+void noteMonitors();
 QRectF rootToPoints(const QRectF& rootRect);
 QPointF pointsToRoot(const QPointF& point);
 // A length in points at a point, in root pixels.

@@ -3,6 +3,7 @@
 
 #include "X11Connection.h"
 
+#include <QMutex>
 #include <algorithm>
 #include <poll.h>
 #include <xcb/xcbext.h>
@@ -11,6 +12,9 @@ namespace X11 {
 
 xcb_connection_t* scanConnection()
 {
+    // The panel scan's thread and the UI thread both use it; xcb itself is thread-safe.
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
     static xcb_connection_t* own = nullptr;
     if (own && xcb_connection_has_error(own)) {
         xcb_disconnect(own);

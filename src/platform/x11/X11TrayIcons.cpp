@@ -36,7 +36,14 @@ TrayIcon drawnByThePanel(const StatusIcon& s)
 
 QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest)
 {
-    QList<TrayIcon> icons;
+    return scan(c, true, withTexts, perRequest).icons;
+}
+
+TrayScan scan(xcb_connection_t* c, bool drawnByPanel, bool withTexts,
+              std::chrono::milliseconds perRequest)
+{
+    TrayScan result;
+    QList<TrayIcon>& icons = result.icons;
     QList<QByteArray> accessibleRoots;
     // The notification area: its plug, else the span of its icons.
     QRect trayArea;
@@ -87,6 +94,8 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
         }
     }
 
+    if (!drawnByPanel)
+        return result;
     const QDeadlineTimer statusDeadline(4 * perRequest);
     for (const StatusIcon& s :
          PanelStatusItems::find(accessibleRoots, withTexts, perRequest, statusDeadline)) {
@@ -98,10 +107,12 @@ QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseco
 
     if (trayArea.isEmpty())
         trayArea = iconSpan;
-    for (const StatusIcon& s :
-         PanelStatusItems::panelExtras(trayArea, perRequest, QDeadlineTimer(4 * perRequest)))
+    const PanelStatusItems::PanelLayout layout =
+        PanelStatusItems::panelLayout(trayArea, perRequest, QDeadlineTimer(4 * perRequest));
+    for (const StatusIcon& s : layout.extras)
         icons.append(drawnByThePanel(s));
-    return icons;
+    result.emptyStretches = layout.emptyStretches;
+    return result;
 }
 
 } // namespace X11TrayIcons

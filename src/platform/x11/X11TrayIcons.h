@@ -23,8 +23,18 @@ struct TrayIcon {
     QString title;
 };
 
+struct TrayScan {
+    QList<TrayIcon> icons;
+    // Where the panel holding the tray shows only its background, root coordinates.
+    QList<QRect> emptyStretches;
+};
+
 namespace X11TrayIcons {
 // XEmbed icons in the tree's order, then status item icons left to right; status items' titles
 // and tooltips only `withTexts`. Each X batch and each D-Bus call waits at most `perRequest`.
 QList<TrayIcon> find(xcb_connection_t* c, bool withTexts, std::chrono::milliseconds perRequest);
+// The same with the panel's empty stretches; without `drawnByPanel` only the XEmbed icon
+// windows, which the X server alone tells (no other process is asked).
+TrayScan scan(xcb_connection_t* c, bool drawnByPanel, bool withTexts,
+              std::chrono::milliseconds perRequest);
 } // namespace X11TrayIcons

@@ -1,5 +1,6 @@
 // Snapshot of the viewable windows. Bounds are converted from root coordinates to global
-// top-left ones by subtracting the primary monitor's top-left corner.
+// top-left ones by subtracting the primary monitor's top-left corner. The panel scan runs the
+// same snapshot, with the items the panel draws itself, on a thread of its own.
 #include "X11WindowList.h"
 
 #include "X11Connection.h"
@@ -59,7 +60,12 @@ QRectF frameOf(const X11::WindowFacts& f)
 
 QList<WindowListEntry> X11WindowList::onScreenWindows() const
 {
-    QList<WindowListEntry> result;
+    return snapshot(false, false).windows;
+}
+
+PanelSnapshot X11WindowList::snapshot(bool drawnByPanel, bool withTexts)
+{
+    PanelSnapshot result;
     if (!X11::connection())
         return result;
     xcb_connection_t* c = X11::scanConnection();
@@ -68,8 +74,9 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
     const xcb_window_t root = X11::rootWindow();
     const QPointF origin = X11::primaryMonitorOrigin(c, root, QDeadlineTimer(requestLimit));
 
-    // Tray icons are drawn above their panel: they come first.
-    for (const TrayIcon& icon : X11TrayIcons::find(c, false, requestLimit)) {
+    // Tray icons are drawn above their panel: they come first. Each keeps its own extents.
+    const TrayScan tray = X11TrayIcons::scan(c, drawnByPanel, withTexts, requestLimit);
+    for (const TrayIcon& icon : tray.icons) {
         WindowListEntry e;
         e.layer = WindowLayer::trayIcon;
         e.number = icon.number;
@@ -77,8 +84,18 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
         e.ownerName = icon.ownerName;
         e.windowName = icon.windowName;
         e.ownerPid = icon.pid;
-        result.append(e);
+        result.windows.append(e);
+        if (withTexts) {
+            NamedTrayElement element;
+            element.x = e.bounds.x();
+            element.description = icon.description;
+            element.title = icon.title;
+            element.appName = icon.ownerName.value_or(QString());
+            result.names.append(element);
+        }
     }
+    for (const QRect& stretch : tray.emptyStretches)
+        result.emptyStretches.append(X11::rootToPoints(QRectF(stretch)).translated(-origin));
 
     QList<xcb_window_t> managed = managedWindowsBottomToTop(c, root);
     std::reverse(managed.begin(), managed.end());
@@ -93,21 +110,65 @@ QList<WindowListEntry> X11WindowList::onScreenWindows() const
         e.ownerName = X11::ownerName(f.pid, f.wmClass);
         e.windowName = f.name;
         e.ownerPid = f.pid;
-        result.append(e);
-    }
-
-    // A tray icon is centred in a cell as high as its panel, the way a status item's window spans
-    // the menu bar: it is reported with the panel's top edge and height (x and width its own).
-    for (WindowListEntry& icon : result) {
-        if (icon.layer != WindowLayer::trayIcon)
-            continue;
-        for (const WindowListEntry& panel : std::as_const(result)) {
-            if (panel.layer == WindowLayer::panel && panel.bounds.contains(icon.bounds.center())) {
-                icon.bounds.setTop(panel.bounds.top());
-                icon.bounds.setHeight(panel.bounds.height());
-                break;
-            }
-        }
+        result.windows.append(e);
     }
     return result;
+}
+
+X11PanelScan::X11PanelScan()
+{
+    // One scan at a time: the scan's caches (the accessibility bus, item ids) are its own.
+    m_pool.setMaxThreadCount(1);
+    connect(&m_watch, &X11TrayWatch::changed, this, &PanelScan::panelChanged);
+}
+
+X11PanelScan::~X11PanelScan()
+{
+    // A running scan ends within its deadlines; its result is not delivered.
+    m_alive->store(false);
+    m_pool.waitForDone();
+}
+
+void X11PanelScan::start(bool withNames)
+{
+    X11::noteMonitors();
+    if (m_running) {
+        // Folded into one more scan once the running one ends: its result may be older than
+        // this request.
+        m_again = true;
+        m_againWithNames = m_againWithNames || withNames;
+        return;
+    }
+    m_running = true;
+    const std::shared_ptr<std::atomic<bool>> alive = m_alive;
+    m_pool.start([this, alive, withNames] {
+        PanelSnapshot snapshot = snapshotForScan(withNames);
+        if (!alive->load())
+            return;
+        QMetaObject::invokeMethod(
+            this,
+            [this, snapshot = std::move(snapshot)] {
+                m_running = false;
+                if (m_again) {
+                    m_again = false;
+                    start(std::exchange(m_againWithNames, false));
+                    return;
+                }
+                // The icon windows and the panels found are watched for leaving or changing.
+                QList<quint32> watched;
+                for (const WindowListEntry& e : snapshot.windows) {
+                    if ((e.layer == WindowLayer::trayIcon && !(e.number & 0x80000000u)) ||
+                        e.layer == WindowLayer::panel)
+                        watched.append(e.number);
+                }
+                m_watch.watchWindows(watched);
+                emit scanned(snapshot);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+PanelSnapshot X11PanelScan::snapshotForScan(bool withNames)
+{
+    return X11WindowList::snapshot(true, withNames);
 }

@@ -1,10 +1,19 @@
 // Drives the panel cover of the model against the real desktop, with the real mask windows,
 // for the panel cover test. Commands, through a CommandFile:
-//   items                 the tray items: "item id=<id> x= y= w= h= label=<label>" (root pixels)
+//   items                 the tray items: "item id=<id> x= y= w= h= hidden=0|1 label=<label>"
+//                         (root pixels)
 //   cover keep|entire|items
 //   toggle LABEL          hide or show the item with this label
-//   settle                wait until no recapture is pending and every mask window is exposed
+//   settle                wait until no recapture or panel scan is pending and every mask
+//                         window is exposed and has replaced the ones before it
 //   masks                 "mask win=0x<id> x= y= w= h= picture=0|1" per mask window
+//   trayicon              show a tray icon of our own (a StatusNotifierItem under a watcher)
+//   stall                 "stall max=<ms> ticks=<n>": the longest the event loop was held up
+//                         since the last stall command
+//   timetoggle LABEL N    toggles the item N times, each time until the new masks are painted:
+//                         "toggle median=<ms> max=<ms>"
+//   timecover MODE        switches the cover to MODE and waits until nothing is pending and the
+//                         masks are painted: "cover ms=<ms> masks=<n>"
 //   quit
 #include "AppModel.h"
 #include "CommandFile.h"
@@ -19,11 +28,13 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QScreen>
+#include <QSystemTrayIcon>
 #include <QTimer>
 #include <QWindow>
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -49,14 +60,25 @@ QRectF primaryTopLeft(const QRectF& r, const QRect& primary)
 
 class Driver final : public QObject {
 public:
-    Driver(AppModel& model, MaskWindowPresenter& masks, const QString& commandPath)
-        : m_model(model), m_masks(masks),
+    Driver(AppModel& model, const Platform& platform, MaskWindowPresenter& masks,
+           const QString& commandPath)
+        : m_model(model), m_platform(platform), m_masks(masks),
           m_commands(commandPath, [this](const QString& command, const QString& argument) {
               run(command, argument);
           })
     {
         m_settle.setInterval(20);
         connect(&m_settle, &QTimer::timeout, this, &Driver::checkSettled);
+        // A tick every 2 ms: a longer gap between two means the UI thread was held up.
+        m_tick.setInterval(2);
+        m_tick.setTimerType(Qt::PreciseTimer);
+        connect(&m_tick, &QTimer::timeout, this, [this] {
+            m_longestStall = std::max(m_longestStall, m_sinceTick.nsecsElapsed() / 1e6);
+            m_sinceTick.start();
+            ++m_ticks;
+        });
+        m_sinceTick.start();
+        m_tick.start();
     }
 
 private:
@@ -65,10 +87,11 @@ private:
         if (command == QLatin1String("items")) {
             const QRect primary = QGuiApplication::primaryScreen()->geometry();
             for (const MenuBarItem& item : m_model.menuBarItems()) {
-                m_commands.say(
-                    QStringLiteral("item id=%1 %2 label=%3")
-                        .arg(item.id)
-                        .arg(rootRect(primaryTopLeft(item.cocoaRect, primary)), item.label));
+                m_commands.say(QStringLiteral("item id=%1 %2 hidden=%3 label=%4")
+                                   .arg(item.id)
+                                   .arg(rootRect(primaryTopLeft(item.cocoaRect, primary)))
+                                   .arg(m_model.selectedItemIDs().contains(item.id) ? 1 : 0)
+                                   .arg(item.label));
             }
         } else if (command == QLatin1String("cover")) {
             if (const auto cover = menuBarCoverFromRaw(argument))
@@ -96,6 +119,23 @@ private:
                                    .arg(rootRect(window->geometry()))
                                    .arg(window->sliceView() ? 1 : 0));
             }
+        } else if (command == QLatin1String("trayicon")) {
+            if (!m_trayIcon) {
+                m_trayIcon =
+                    new QSystemTrayIcon(QIcon::fromTheme(QStringLiteral("dialog-question")), this);
+                m_trayIcon->setToolTip(QStringLiteral("Quillet"));
+                m_trayIcon->show();
+            }
+        } else if (command == QLatin1String("stall")) {
+            m_commands.say(QStringLiteral("stall max=%1 ticks=%2")
+                               .arg(m_longestStall, 0, 'f', 1)
+                               .arg(m_ticks));
+            m_longestStall = 0;
+            m_ticks = 0;
+        } else if (command == QLatin1String("timetoggle")) {
+            timeToggles(argument);
+        } else if (command == QLatin1String("timecover")) {
+            timeCover(argument);
         } else if (command == QLatin1String("quit")) {
             QCoreApplication::quit();
         } else {
@@ -103,9 +143,80 @@ private:
         }
     }
 
+    // Toggles an item again and again, each time until its new masks have painted and the old
+    // ones are gone.
+    void timeToggles(const QString& argument)
+    {
+        const qsizetype split = argument.lastIndexOf(QLatin1Char(' '));
+        const QString label = argument.left(split);
+        const int runs = std::max(1, argument.mid(split + 1).toInt());
+        QList<double> ms;
+        for (int i = 0; i < runs; ++i) {
+            quint32 id = 0;
+            for (const MenuBarItem& item : m_model.menuBarItems()) {
+                if (item.label == label)
+                    id = item.id;
+            }
+            if (!id) {
+                m_commands.say(QStringLiteral("error no item ") + label);
+                return;
+            }
+            QElapsedTimer clock;
+            clock.start();
+            m_model.toggleItem(id);
+            while (!masksPainted() && clock.elapsed() < 5000)
+                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+            // Until the X server has handled everything that was sent.
+            if (auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>()) {
+                xcb_connection_t* c = x11->connection();
+                std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+            }
+            ms << clock.nsecsElapsed() / 1e6;
+        }
+        std::sort(ms.begin(), ms.end());
+        m_commands.say(QStringLiteral("toggle runs=%1 median=%2 max=%3")
+                           .arg(runs)
+                           .arg(ms.at(ms.size() / 2), 0, 'f', 2)
+                           .arg(ms.last(), 0, 'f', 2));
+    }
+
+    void timeCover(const QString& argument)
+    {
+        const auto cover = menuBarCoverFromRaw(argument);
+        if (!cover) {
+            m_commands.say(QStringLiteral("error unknown cover ") + argument);
+            return;
+        }
+        QElapsedTimer clock;
+        clock.start();
+        m_model.setMenuBarCover(*cover);
+        const auto done = [this, &cover] {
+            return !m_model.hasPendingBarRecapture() && !m_platform.panelScan().isScanning() &&
+                   masksPainted() &&
+                   (*cover == MenuBarCover::keep || !m_masks.menuBarWindows().isEmpty());
+        };
+        while (!done() && clock.elapsed() < 10000)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+        m_commands.say(QStringLiteral("cover ms=%1 masks=%2")
+                           .arg(clock.nsecsElapsed() / 1e6, 0, 'f', 1)
+                           .arg(m_masks.menuBarWindows().size()));
+    }
+
+    bool masksPainted() const
+    {
+        if (m_masks.isReplacing())
+            return false;
+        for (MaskWindow* window : m_masks.menuBarWindows()) {
+            if (!window->hasPainted())
+                return false;
+        }
+        return true;
+    }
+
     void checkSettled()
     {
-        bool settled = !m_model.hasPendingBarRecapture();
+        bool settled = !m_model.hasPendingBarRecapture() && !m_platform.panelScan().isScanning() &&
+                       !m_masks.isReplacing();
         for (MaskWindow* window : m_masks.menuBarWindows()) {
             const QWindow* handle = window->windowHandle();
             settled = settled && handle && handle->isExposed();
@@ -120,8 +231,14 @@ private:
     }
 
     AppModel& m_model;
+    const Platform& m_platform;
     MaskWindowPresenter& m_masks;
     CommandFile m_commands;
+    QSystemTrayIcon* m_trayIcon = nullptr;
+    QTimer m_tick;
+    QElapsedTimer m_sinceTick;
+    double m_longestStall = 0;
+    int m_ticks = 0;
     QTimer m_settle;
     QElapsedTimer m_settleClock;
 };
@@ -132,6 +249,8 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication app(argc, argv);
+    // Our tray icon publishes the application's name, as the program's own does.
+    QApplication::setApplicationName(QStringLiteral("Quillet"));
     if (argc < 2) {
         std::fprintf(stderr, "usage: quillet_cover_driver COMMAND-FILE\n");
         return 2;
@@ -143,7 +262,7 @@ int main(int argc, char** argv)
         {*platform, DefaultsStore::standard(), scheduler, {QStringLiteral(QUILLET_BUILD_SHARE)}});
     MaskWindowPresenter masks;
     model.overlays().setPresenter(&masks);
-    Driver driver(model, masks, QString::fromLocal8Bit(argv[1]));
+    Driver driver(model, *platform, masks, QString::fromLocal8Bit(argv[1]));
     const int status = app.exec();
     model.overlays().clearMenuBarWindows();
     model.overlays().setPresenter(nullptr);

@@ -1,0 +1,135 @@
+#!/usr/bin/python3
+# Watches, as an outside X client, the override-redirect windows at the top edge of the screen
+# (the panel masks) for SECONDS and reports how often none was mapped after the first one was,
+# and the longest such moment in milliseconds (until a mask was mapped again, or the end):
+#   "uncovered=<times> longest_ms=<ms> maps=<n> unmaps=<n>"
+# The X server reports maps and unmaps in the order it handled them, so a mask that replaces
+# another one without a gap never leaves the set empty.
+#
+#   mask_watch.py SECONDS
+import ctypes
+import ctypes.util
+import sys
+import time
+
+xlib = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
+Window = ctypes.c_ulong
+
+
+class XWindowAttributes(ctypes.Structure):
+    _fields_ = [
+        ("x", ctypes.c_int), ("y", ctypes.c_int),
+        ("width", ctypes.c_int), ("height", ctypes.c_int),
+        ("border_width", ctypes.c_int), ("depth", ctypes.c_int),
+        ("visual", ctypes.c_void_p), ("root", Window),
+        ("c_class", ctypes.c_int), ("bit_gravity", ctypes.c_int),
+        ("win_gravity", ctypes.c_int), ("backing_store", ctypes.c_int),
+        ("backing_planes", ctypes.c_ulong), ("backing_pixel", ctypes.c_ulong),
+        ("save_under", ctypes.c_int), ("colormap", ctypes.c_ulong),
+        ("map_installed", ctypes.c_int), ("map_state", ctypes.c_int),
+        ("all_event_masks", ctypes.c_long), ("your_event_mask", ctypes.c_long),
+        ("do_not_propagate_mask", ctypes.c_long), ("override_redirect", ctypes.c_int),
+        ("screen", ctypes.c_void_p),
+    ]
+
+
+# The common head of MapNotify, UnmapNotify and DestroyNotify events.
+class XStructureEvent(ctypes.Structure):
+    _fields_ = [
+        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+        ("display", ctypes.c_void_p), ("event", Window), ("window", Window),
+    ]
+
+
+class XEvent(ctypes.Union):
+    _fields_ = [("head", XStructureEvent), ("pad", ctypes.c_long * 24)]
+
+
+DESTROY_NOTIFY, UNMAP_NOTIFY, MAP_NOTIFY = 17, 18, 19
+SUBSTRUCTURE_NOTIFY_MASK = 1 << 19
+IS_VIEWABLE = 2
+
+xlib.XOpenDisplay.restype = ctypes.c_void_p
+xlib.XOpenDisplay.argtypes = [ctypes.c_char_p]
+xlib.XDefaultRootWindow.restype = Window
+xlib.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+xlib.XSelectInput.argtypes = [ctypes.c_void_p, Window, ctypes.c_long]
+xlib.XPending.argtypes = [ctypes.c_void_p]
+xlib.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.POINTER(XEvent)]
+xlib.XGetWindowAttributes.argtypes = [ctypes.c_void_p, Window, ctypes.POINTER(XWindowAttributes)]
+xlib.XQueryTree.argtypes = [ctypes.c_void_p, Window, ctypes.POINTER(Window), ctypes.POINTER(Window),
+                            ctypes.POINTER(ctypes.POINTER(Window)), ctypes.POINTER(ctypes.c_uint)]
+xlib.XFree.argtypes = [ctypes.c_void_p]
+xlib.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
+xlib.XSetErrorHandler.argtypes = [ctypes.c_void_p]
+
+# Windows may vanish between an event and a question about them.
+ERROR_HANDLER = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda d, e: 0)
+
+
+def is_mask(display, window):
+    attrs = XWindowAttributes()
+    if not xlib.XGetWindowAttributes(display, window, ctypes.byref(attrs)):
+        return False
+    return bool(attrs.override_redirect) and attrs.y == 0 and attrs.height <= 128
+
+
+def main():
+    seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 5.0
+    display = xlib.XOpenDisplay(None)
+    if not display:
+        print("no display", file=sys.stderr)
+        return 1
+    xlib.XSetErrorHandler(ERROR_HANDLER)
+    root = xlib.XDefaultRootWindow(display)
+    xlib.XSelectInput(display, root, SUBSTRUCTURE_NOTIFY_MASK)
+    xlib.XSync(display, 0)
+
+    mapped = set()
+    root_ret, parent = Window(), Window()
+    children = ctypes.POINTER(Window)()
+    count = ctypes.c_uint()
+    if xlib.XQueryTree(display, root, ctypes.byref(root_ret), ctypes.byref(parent),
+                       ctypes.byref(children), ctypes.byref(count)):
+        for i in range(count.value):
+            attrs = XWindowAttributes()
+            w = children[i]
+            if (xlib.XGetWindowAttributes(display, w, ctypes.byref(attrs))
+                    and attrs.map_state == IS_VIEWABLE and is_mask(display, w)):
+                mapped.add(w)
+        xlib.XFree(children)
+
+    seen_any = bool(mapped)
+    uncovered = maps = unmaps = 0
+    longest = 0.0
+    bare_since = None
+    deadline = time.monotonic() + seconds
+    event = XEvent()
+    while time.monotonic() < deadline:
+        if not xlib.XPending(display):
+            time.sleep(0.001)
+            continue
+        xlib.XNextEvent(display, ctypes.byref(event))
+        kind, window = event.head.type, event.head.window
+        if kind == MAP_NOTIFY and is_mask(display, window):
+            mapped.add(window)
+            seen_any = True
+            maps += 1
+            if bare_since is not None:
+                longest = max(longest, time.monotonic() - bare_since)
+                bare_since = None
+        elif kind in (UNMAP_NOTIFY, DESTROY_NOTIFY) and window in mapped:
+            mapped.discard(window)
+            unmaps += 1
+            if seen_any and not mapped:
+                uncovered += 1
+                bare_since = time.monotonic()
+                print(f"uncovered at {bare_since:.3f}: 0x{window:x} went", file=sys.stderr)
+    if bare_since is not None:
+        longest = max(longest, time.monotonic() - bare_since)
+    print(f"uncovered={uncovered} longest_ms={longest * 1000:.0f} maps={maps} unmaps={unmaps}")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
