@@ -211,7 +211,7 @@ crash_run() { # ROW MOMENT
   if [ "$moment" = switchoff ]; then
     # The monitor comes back in its own preferred mode, right of the first one.
     xrandr --output "$last_output" --mode 1920x1080 --right-of "$first_output"
-    qd_wait_for 5 "the monitor on" eval 'qd_geometry "$last_output" | grep -q .
+    qd_wait_for 5 "the monitor on" eval 'qd_geometry "$last_output" | grep -q .'
   fi
   [ "$LEFT_TABLE" = 1 ] && left_rows+=("$(left_after_kill "$row" "$moment" "$baseline" "$before")")
 
