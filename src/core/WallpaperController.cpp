@@ -5,6 +5,7 @@
 #include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "ProblemLog.h"
+#include "platform/Geometry.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
 
@@ -505,21 +506,17 @@ std::optional<double> WallpaperController::topPanelHeight(const WindowList& wind
 {
     // Window bounds are in global top-left coordinates, screen frames bottom-left: the primary
     // monitor (frame origin at 0, 0) converts between them.
-    double primaryHeight = screen.frame.height();
-    for (const ScreenInfo& s : screens) {
-        if (s.frame.topLeft() == QPointF(0, 0)) {
-            primaryHeight = s.frame.height();
-            break;
-        }
-    }
-    const double top = primaryHeight - (screen.frame.y() + screen.frame.height());
-    const double left = screen.frame.x();
-    const double right = left + screen.frame.width();
+    const auto primary = Geometry::primaryScreen(screens);
+    const QRectF frame =
+        Geometry::flipped(screen.frame, primary ? primary->frame.height() : screen.frame.height());
+    const double top = frame.y();
+    const double left = frame.x();
+    const double right = frame.right();
     for (const WindowListEntry& entry : windows.onScreenWindows()) {
         const QRectF& b = entry.bounds;
         // A vertical panel that starts at the top (wider than high only for horizontal panels)
         // is not the bar.
-        if (entry.layer != 24 || b.height() <= 0 || b.width() <= b.height())
+        if (entry.layer != WindowLayer::panel || b.height() <= 0 || b.width() <= b.height())
             continue;
         const double overlap = std::min(right, b.right()) - std::max(left, b.left());
         if (std::abs(b.y() - top) <= 1.0 && overlap > 0)
@@ -534,7 +531,8 @@ double WallpaperController::menuBarHeight(const WindowList& windows)
     // (wider than high only for horizontal panels) is not the bar.
     for (const WindowListEntry& entry : windows.onScreenWindows()) {
         const QRectF& b = entry.bounds;
-        if (entry.layer == 24 && b.y() <= 1.0 && b.height() > 0 && b.width() > b.height())
+        if (entry.layer == WindowLayer::panel && b.y() <= 1.0 && b.height() > 0 &&
+            b.width() > b.height())
             return b.height();
     }
     return 24.0;

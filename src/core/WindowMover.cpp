@@ -1,6 +1,7 @@
 // Window enumeration and placement through the platform's window control.
 #include "WindowMover.h"
 
+#include "platform/Geometry.h"
 #include "platform/Platform.h"
 
 #include <QCoreApplication>
@@ -91,25 +92,17 @@ std::optional<QRectF> frame(const Platform& platform, quint64 element)
 double primaryHeight(const Platform& platform)
 {
     const QList<ScreenInfo> screens = platform.screens().screens();
-    for (const ScreenInfo& screen : screens) {
-        if (screen.frame.topLeft() == QPointF(0, 0))
-            return screen.frame.height();
-    }
+    if (const auto primary = Geometry::primaryScreen(screens))
+        return primary->frame.height();
     if (const auto main = mainScreen(platform, screens))
         return main->frame.height();
     return 0;
 }
 
-QRectF flipped(const QRectF& rect, double primaryHeight)
-{
-    return QRectF(rect.x(), primaryHeight - (rect.y() + rect.height()), rect.width(),
-                  rect.height());
-}
-
-std::optional<ScreenInfo> screenForAXFrame(const Platform& platform, const QRectF& frame)
+std::optional<ScreenInfo> screenForWindowFrame(const Platform& platform, const QRectF& frame)
 {
     const QList<ScreenInfo> screens = platform.screens().screens();
-    const QPointF centre = flipped(frame, primaryHeight(platform)).center();
+    const QPointF centre = Geometry::flipped(frame, primaryHeight(platform)).center();
     for (const ScreenInfo& screen : screens) {
         // Minimum edges inside, maximum edges outside.
         const QRectF& f = screen.frame;
@@ -184,11 +177,11 @@ void arrange(const Platform& platform, quint64 element, WindowArrangement arrang
     const auto current = frame(platform, element);
     if (!current)
         return;
-    const auto screen = screenForAXFrame(platform, *current);
+    const auto screen = screenForWindowFrame(platform, *current);
     if (!screen)
         return;
     const QRectF target = targetFrame(arrangement, screen->visibleFrame, current->size());
-    setFrame(platform, flipped(target, primaryHeight(platform)), element);
+    setFrame(platform, Geometry::flipped(target, primaryHeight(platform)), element);
 }
 
 void resize(const Platform& platform, quint64 element, QSizeF size)
@@ -196,11 +189,11 @@ void resize(const Platform& platform, quint64 element, QSizeF size)
     const auto current = frame(platform, element);
     if (!current)
         return;
-    const auto screen = screenForAXFrame(platform, *current);
+    const auto screen = screenForWindowFrame(platform, *current);
     if (!screen)
         return;
     const QRectF target = centredFrame(size, screen->visibleFrame);
-    setFrame(platform, flipped(target, primaryHeight(platform)), element);
+    setFrame(platform, Geometry::flipped(target, primaryHeight(platform)), element);
 }
 
 void minimize(const Platform& platform, quint64 element)

@@ -29,11 +29,9 @@ void minimize(const Platform& platform, quint64 element);
 std::optional<QRectF> frame(const Platform& platform, quint64 element);
 // Height of the screen whose frame origin is (0, 0), else of the main screen, else 0.
 double primaryHeight(const Platform& platform);
-// Converts between top-left and bottom-left coordinates; the same formula serves both ways.
-QRectF flipped(const QRectF& rect, double primaryHeight);
 // The screen that holds the centre of a frame given in top-left coordinates, else the main
 // screen, else the first; absent only when there are no screens.
-std::optional<ScreenInfo> screenForAXFrame(const Platform& platform, const QRectF& frame);
+std::optional<ScreenInfo> screenForWindowFrame(const Platform& platform, const QRectF& frame);
 // The region of `visible` (bottom-left coordinates) for a window of size `current`.
 QRectF targetFrame(WindowArrangement arrangement, const QRectF& visible, QSizeF current);
 // `requested` clamped to `visible` per dimension and centred in it (bottom-left coordinates).

@@ -2,6 +2,7 @@
 #include "Platform.h"
 
 #include "AutostartLoginItems.h"
+#include "Geometry.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -28,11 +29,8 @@ public:
         const QScreen* primary = QGuiApplication::primaryScreen();
         if (!primary)
             return result;
-        const QRect p = primary->geometry();
-        auto toBottomLeft = [&](QRect r) {
-            return QRectF(r.x() - p.x(), p.height() - (r.y() - p.y() + r.height()), r.width(),
-                          r.height());
-        };
+        const QRectF p = primary->geometry();
+        auto toBottomLeft = [&](QRect r) { return Geometry::toBottomLeft(r, p); };
         for (const QScreen* screen : QGuiApplication::screens()) {
             ScreenInfo info;
             info.name = screen->name();
@@ -65,7 +63,10 @@ public:
     QImage snapshotDesktopPicture(const ScreenInfo&) override { return {}; }
     bool rememberDesktop(const ScreenInfo&) override { return false; }
     bool holdsRecord(const ScreenInfo&) const override { return false; }
-    PictureRestore restoreDesktop(const ScreenInfo&) override { return PictureRestore::nothingHeld; }
+    PictureRestore restoreDesktop(const ScreenInfo&) override
+    {
+        return PictureRestore::nothingHeld;
+    }
     bool otherDesktopRecordPending() const override { return false; }
     bool setDesktopPicture(const ScreenInfo&, const QString&) override { return false; }
 };

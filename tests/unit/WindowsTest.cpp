@@ -6,6 +6,7 @@
 #include "FakePlatform.h"
 #include "TestDirs.h"
 #include "WindowMover.h"
+#include "platform/Geometry.h"
 #include "ui/MainWindow.h"
 
 #include <QCoreApplication>
@@ -83,12 +84,12 @@ TEST(WindowGeometry, regionsOfTheVisibleFrame)
 
 TEST(WindowGeometry, conversionAndTheScreenOfAWindow)
 {
-    EXPECT_EQ(WindowMover::flipped({100, 50, 800, 600}, 1080), QRectF(100, 430, 800, 600));
-    EXPECT_EQ(WindowMover::flipped({0, 462.5, 720, 437.5}, 900), QRectF(0, 0, 720, 437.5));
+    EXPECT_EQ(Geometry::flipped({100, 50, 800, 600}, 1080), QRectF(100, 430, 800, 600));
+    EXPECT_EQ(Geometry::flipped({0, 462.5, 720, 437.5}, 900), QRectF(0, 0, 720, 437.5));
 
     FakePlatform fake;
     EXPECT_EQ(WindowMover::primaryHeight(fake), 0);
-    EXPECT_FALSE(WindowMover::screenForAXFrame(fake, {0, 0, 10, 10}));
+    EXPECT_FALSE(WindowMover::screenForWindowFrame(fake, {0, 0, 10, 10}));
 
     // The screen at the origin decides, wherever it is in the list.
     fake.screens->list = {screen(2, {1440, 0, 1920, 1080}, {1440, 0, 1920, 1080}),
@@ -97,14 +98,14 @@ TEST(WindowGeometry, conversionAndTheScreenOfAWindow)
     EXPECT_EQ(WindowMover::primaryHeight(fake), 900);
 
     // A window straddling both screens belongs to the one that holds its centre.
-    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {1000, 100, 1000, 400})->displayId, 2u);
-    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {900, 100, 1000, 400})->displayId, 1u);
+    EXPECT_EQ(WindowMover::screenForWindowFrame(fake, {1000, 100, 1000, 400})->displayId, 2u);
+    EXPECT_EQ(WindowMover::screenForWindowFrame(fake, {900, 100, 1000, 400})->displayId, 1u);
     // The maximum edge is outside: a centre on x = 1440 is on the right screen.
-    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {1340, 100, 200, 200})->displayId, 2u);
+    EXPECT_EQ(WindowMover::screenForWindowFrame(fake, {1340, 100, 200, 200})->displayId, 2u);
     // A centre on no screen: the main screen, not the first.
-    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
+    EXPECT_EQ(WindowMover::screenForWindowFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
     fake.displayModes->main = 99;
-    EXPECT_EQ(WindowMover::screenForAXFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
+    EXPECT_EQ(WindowMover::screenForWindowFrame(fake, {-5000, -5000, 100, 100})->displayId, 2u);
 
     // Without a screen at the origin the main screen's height counts.
     fake.screens->list = {screen(3, {10, 0, 800, 600}, {10, 0, 800, 600}),

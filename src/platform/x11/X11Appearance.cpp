@@ -112,10 +112,7 @@ void X11Appearance::watchSettingsOwner()
     xcb_connection_t* c = X11::connection();
     if (!c)
         return;
-    xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
-        c, xcb_get_selection_owner(c, X11::atom("_XSETTINGS_S0")), nullptr);
-    const xcb_window_t window = owner ? owner->owner : xcb_window_t(XCB_WINDOW_NONE);
-    std::free(owner);
+    const xcb_window_t window = XSettings::ownerWindow();
     if (window == m_settingsOwner)
         return;
     m_settingsOwner = window;

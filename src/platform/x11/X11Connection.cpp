@@ -1,13 +1,13 @@
 // Access to Qt's X connection and a small atom cache.
 #include "X11Connection.h"
 
+#include "X11Replies.h"
 #include "XSettings.h"
 
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
 #include <QScreen>
-#include <cstdlib>
 
 namespace X11 {
 
@@ -38,10 +38,9 @@ xcb_atom_t atom(const char* name)
     xcb_connection_t* c = connection();
     if (!c)
         return XCB_ATOM_NONE;
-    xcb_intern_atom_reply_t* reply =
-        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, key.size(), key.constData()), nullptr);
+    const Reply<xcb_intern_atom_reply_t> reply(
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, key.size(), key.constData()), nullptr));
     const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-    std::free(reply);
     cache.insert(key, result);
     return result;
 }

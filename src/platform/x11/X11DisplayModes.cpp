@@ -114,8 +114,7 @@ bool setScreenSize(xcb_connection_t* c, QSize size)
         c, X11::rootWindow(), quint16(size.width()), quint16(size.height()),
         mm(size.width(), screen->width_in_pixels, screen->width_in_millimeters),
         mm(size.height(), screen->height_in_pixels, screen->height_in_millimeters));
-    xcb_generic_error_t* error = xcb_request_check(c, cookie);
-    std::free(error);
+    const X11::Reply<xcb_generic_error_t> error(xcb_request_check(c, cookie));
     return error == nullptr;
 }
 

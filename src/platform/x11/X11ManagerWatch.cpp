@@ -2,9 +2,9 @@
 #include "X11ManagerWatch.h"
 
 #include "X11Connection.h"
+#include "X11Replies.h"
 
 #include <QCoreApplication>
-#include <cstdlib>
 #include <xcb/xfixes.h>
 
 X11ManagerWatch::X11ManagerWatch()
@@ -22,12 +22,11 @@ X11ManagerWatch::X11ManagerWatch()
     if (!xfixes || !xfixes->present)
         return;
     // XFixes answers nothing before the client has announced its version.
-    xcb_xfixes_query_version_reply_t* version = xcb_xfixes_query_version_reply(
+    const X11::Reply<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
         c, xcb_xfixes_query_version(c, XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
-        nullptr);
+        nullptr));
     if (!version)
         return;
-    std::free(version);
     m_xfixesEventBase = xfixes->first_event;
 
     // The program's screen is the connection's first one (see X11::rootWindow).

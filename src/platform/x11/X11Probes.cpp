@@ -2,8 +2,7 @@
 #include "X11Probes.h"
 
 #include "X11Connection.h"
-
-#include <cstdlib>
+#include "X11Replies.h"
 
 namespace X11 {
 
@@ -11,13 +10,12 @@ namespace {
 xcb_window_t supportingCheckWindow(xcb_connection_t* c, xcb_window_t window)
 {
     const xcb_atom_t check = atom("_NET_SUPPORTING_WM_CHECK");
-    xcb_get_property_reply_t* reply = xcb_get_property_reply(
-        c, xcb_get_property(c, 0, window, check, XCB_ATOM_WINDOW, 0, 1), nullptr);
-    xcb_window_t result = XCB_WINDOW_NONE;
-    if (reply && reply->type == XCB_ATOM_WINDOW && xcb_get_property_value_length(reply) >= 4)
-        result = *static_cast<xcb_window_t*>(xcb_get_property_value(reply));
-    std::free(reply);
-    return result;
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, check, XCB_ATOM_WINDOW, 0, 1), nullptr));
+    if (!reply || reply->type != XCB_ATOM_WINDOW)
+        return XCB_WINDOW_NONE;
+    const QList<quint32> ids = cardinals(reply.get());
+    return ids.isEmpty() ? xcb_window_t(XCB_WINDOW_NONE) : ids.constFirst();
 }
 } // namespace
 
@@ -26,11 +24,9 @@ bool canReadRootWindow()
     xcb_connection_t* c = connection();
     if (!c)
         return false;
-    xcb_get_image_reply_t* reply = xcb_get_image_reply(
-        c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, rootWindow(), 0, 0, 1, 1, ~0u), nullptr);
-    const bool ok = reply != nullptr;
-    std::free(reply);
-    return ok;
+    const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+        c, xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, rootWindow(), 0, 0, 1, 1, ~0u), nullptr));
+    return reply != nullptr;
 }
 
 bool hasEwmhWindowManager()

@@ -33,7 +33,7 @@ void* replyBefore(xcb_connection_t* c, unsigned int sequence, const QDeadlineTim
         void* result = nullptr;
         xcb_generic_error_t* error = nullptr;
         if (xcb_poll_for_reply(c, sequence, &result, &error)) {
-            std::free(error);
+            Reply<xcb_generic_error_t> ignored(error);
             return result;
         }
         if (xcb_connection_has_error(c) || deadline.hasExpired()) {
@@ -45,6 +45,18 @@ void* replyBefore(xcb_connection_t* c, unsigned int sequence, const QDeadlineTim
         pollfd p{xcb_get_file_descriptor(c), POLLIN, 0};
         poll(&p, 1, int(std::clamp<qint64>(slice, 0, 1000)));
     }
+}
+
+void* ReplyBatch::await(unsigned int sequence, const QDeadlineTimer& deadline)
+{
+    if (m_timedOut) {
+        xcb_discard_reply(m_c, sequence);
+        return nullptr;
+    }
+    void* result = replyBefore(m_c, sequence, deadline);
+    if (!result && deadline.hasExpired() && !xcb_connection_has_error(m_c))
+        m_timedOut = true;
+    return result;
 }
 
 QList<quint32> cardinals(const xcb_get_property_reply_t* reply)

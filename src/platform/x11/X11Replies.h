@@ -32,6 +32,26 @@ Reply<T> reply(xcb_connection_t* c, Cookie cookie, const QDeadlineTimer& deadlin
     return Reply<T>(static_cast<T*>(replyBefore(c, cookie.sequence, deadline)));
 }
 
+// Collects the replies of one operation until the first one misses its deadline; from then on
+// every reply is discarded at once, so a stalled server costs the operation one deadline only.
+class ReplyBatch final {
+public:
+    explicit ReplyBatch(xcb_connection_t* c) : m_c(c) {}
+
+    template <typename T, typename Cookie>
+    Reply<T> take(Cookie cookie, const QDeadlineTimer& deadline)
+    {
+        return Reply<T>(static_cast<T*>(await(cookie.sequence, deadline)));
+    }
+    bool timedOut() const { return m_timedOut; }
+
+private:
+    void* await(unsigned int sequence, const QDeadlineTimer& deadline);
+
+    xcb_connection_t* m_c;
+    bool m_timedOut = false;
+};
+
 // Property values of a GetProperty reply.
 QList<quint32> cardinals(const xcb_get_property_reply_t* reply);
 QByteArray bytes(const xcb_get_property_reply_t* reply);

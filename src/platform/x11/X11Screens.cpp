@@ -5,6 +5,7 @@
 #include "X11RandR.h"
 #include "X11Replies.h"
 #include "X11Struts.h"
+#include "platform/Geometry.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -228,14 +229,11 @@ QList<ScreenInfo> X11Screens::screens() const
     };
     const QRectF primaryPoints =
         toPoints(primary->rootRect, primary->rootRect, primary->info.backingScale);
-    auto toBottomLeft = [&](const QRectF& r) {
-        const QPointF p = primaryPoints.topLeft();
-        return QRectF(r.x() - p.x(), primaryPoints.height() - (r.y() - p.y() + r.height()),
-                      r.width(), r.height());
-    };
     for (RawScreen& s : raw) {
-        s.info.frame = toBottomLeft(toPoints(s.rootRect, s.rootRect, scale));
-        s.info.visibleFrame = toBottomLeft(toPoints(s.visibleRootRect, s.rootRect, scale));
+        s.info.frame =
+            Geometry::toBottomLeft(toPoints(s.rootRect, s.rootRect, scale), primaryPoints);
+        s.info.visibleFrame =
+            Geometry::toBottomLeft(toPoints(s.visibleRootRect, s.rootRect, scale), primaryPoints);
         result.append(s.info);
     }
     return result;

@@ -16,11 +16,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <poll.h>
 #include <thread>
 #include <xcb/randr.h>
 #include <xcb/xcb_ewmh.h>
-#include <xcb/xcbext.h>
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
@@ -35,51 +33,6 @@ constexpr auto windowManagerTimeout = 500ms;
 constexpr uint32_t iconicState = 3;
 
 using X11::Reply;
-
-// Collects replies until the first one misses its deadline; from then on every reply is
-// discarded at once.
-class ReplyWaiter final {
-public:
-    explicit ReplyWaiter(xcb_connection_t* c) : m_c(c) {}
-
-    template <typename T> Reply<T> take(unsigned int sequence, Clock::time_point deadline)
-    {
-        return Reply<T>(static_cast<T*>(await(sequence, deadline)));
-    }
-    bool timedOut() const { return m_timedOut; }
-
-private:
-    void* await(unsigned int sequence, Clock::time_point deadline)
-    {
-        if (m_timedOut) {
-            xcb_discard_reply(m_c, sequence);
-            return nullptr;
-        }
-        xcb_flush(m_c);
-        const int fd = xcb_get_file_descriptor(m_c);
-        for (;;) {
-            void* reply = nullptr;
-            xcb_generic_error_t* error = nullptr;
-            if (xcb_poll_for_reply(m_c, sequence, &reply, &error)) {
-                std::free(error);
-                return reply;
-            }
-            if (xcb_connection_has_error(m_c))
-                return nullptr;
-            if (Clock::now() >= deadline) {
-                m_timedOut = true;
-                xcb_discard_reply(m_c, sequence);
-                return nullptr;
-            }
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-            pollfd p{fd, POLLIN, 0};
-            ::poll(&p, 1, int(std::max<qint64>(1, left.count())));
-        }
-    }
-
-    xcb_connection_t* m_c;
-    bool m_timedOut = false;
-};
 
 xcb_get_property_cookie_t requestProperty(xcb_connection_t* c, xcb_window_t window, xcb_atom_t name,
                                           xcb_atom_t type, uint32_t longLength)
@@ -102,22 +55,20 @@ struct X11WindowControl::State {
 
     QList<quint32> atomProperty(xcb_window_t window, xcb_atom_t name) const
     {
-        ReplyWaiter waiter(c);
+        X11::ReplyBatch waiter(c);
         const auto cookie = requestProperty(c, window, name, XCB_ATOM_ATOM, 64);
         return X11::cardinals(
-            waiter.take<xcb_get_property_reply_t>(cookie.sequence, Clock::now() + replyTimeout)
-                .get());
+            waiter.take<xcb_get_property_reply_t>(cookie, QDeadlineTimer(replyTimeout)).get());
     }
 
     // Left, right, top, bottom decoration widths; zero when the window manager gives none.
     std::array<int, 4> frameExtents(xcb_window_t window) const
     {
-        ReplyWaiter waiter(c);
+        X11::ReplyBatch waiter(c);
         const auto cookie =
             requestProperty(c, window, ewmh._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL, 4);
         const QList<quint32> v = X11::cardinals(
-            waiter.take<xcb_get_property_reply_t>(cookie.sequence, Clock::now() + replyTimeout)
-                .get());
+            waiter.take<xcb_get_property_reply_t>(cookie, QDeadlineTimer(replyTimeout)).get());
         if (v.size() < 4)
             return {0, 0, 0, 0};
         return {int(v[0]), int(v[1]), int(v[2]), int(v[3])};
@@ -125,15 +76,15 @@ struct X11WindowControl::State {
 
     // Root position of the primary monitor's top-left corner: the origin of global top-left
     // coordinates.
-    QPoint primaryOrigin(ReplyWaiter& waiter, xcb_randr_get_monitors_cookie_t cookie) const
+    QPoint primaryOrigin(X11::ReplyBatch& waiter, xcb_randr_get_monitors_cookie_t cookie) const
     {
-        const auto reply = waiter.take<xcb_randr_get_monitors_reply_t>(cookie.sequence,
-                                                                       Clock::now() + replyTimeout);
+        const auto reply =
+            waiter.take<xcb_randr_get_monitors_reply_t>(cookie, QDeadlineTimer(replyTimeout));
         return reply ? X11::primaryMonitorOrigin(reply.get()) : QPoint();
     }
     QPoint primaryOrigin() const
     {
-        ReplyWaiter waiter(c);
+        X11::ReplyBatch waiter(c);
         return primaryOrigin(waiter, xcb_randr_get_monitors(c, root, 1));
     }
 
@@ -269,21 +220,21 @@ QList<ClientWindow> X11WindowControl::windows() const
     if (!s.ready)
         return result;
     xcb_connection_t* c = s.c;
-    ReplyWaiter waiter(c);
+    X11::ReplyBatch waiter(c);
     const auto listCookie =
         requestProperty(c, s.root, s.ewmh._NET_CLIENT_LIST, XCB_ATOM_WINDOW, 16384);
     const auto stackingCookie =
         requestProperty(c, s.root, s.ewmh._NET_CLIENT_LIST_STACKING, XCB_ATOM_WINDOW, 16384);
     const auto desktopCookie =
         requestProperty(c, s.root, s.ewmh._NET_CURRENT_DESKTOP, XCB_ATOM_CARDINAL, 1);
-    const auto listDeadline = Clock::now() + replyTimeout;
-    const QList<quint32> clients = X11::cardinals(
-        waiter.take<xcb_get_property_reply_t>(listCookie.sequence, listDeadline).get());
+    const auto listDeadline = QDeadlineTimer(replyTimeout);
+    const QList<quint32> clients =
+        X11::cardinals(waiter.take<xcb_get_property_reply_t>(listCookie, listDeadline).get());
     // Bottom to top.
-    const QList<quint32> stacking = X11::cardinals(
-        waiter.take<xcb_get_property_reply_t>(stackingCookie.sequence, listDeadline).get());
-    const QList<quint32> currentDesktop = X11::cardinals(
-        waiter.take<xcb_get_property_reply_t>(desktopCookie.sequence, listDeadline).get());
+    const QList<quint32> stacking =
+        X11::cardinals(waiter.take<xcb_get_property_reply_t>(stackingCookie, listDeadline).get());
+    const QList<quint32> currentDesktop =
+        X11::cardinals(waiter.take<xcb_get_property_reply_t>(desktopCookie, listDeadline).get());
 
     enum Request {
         typeReq,
@@ -325,10 +276,10 @@ QList<ClientWindow> X11WindowControl::windows() const
     }
 
     for (const Pending& p : pending) {
-        const auto deadline = Clock::now() + replyTimeout;
+        const auto deadline = QDeadlineTimer(replyTimeout);
         std::array<Reply<xcb_get_property_reply_t>, requestCount> r;
         for (int i = 0; i < requestCount; ++i)
-            r[i] = waiter.take<xcb_get_property_reply_t>(p.cookies[i].sequence, deadline);
+            r[i] = waiter.take<xcb_get_property_reply_t>(p.cookies[i], deadline);
         if (waiter.timedOut())
             continue; // the remaining replies are discarded as they are taken
         // A window that went away between the list and the properties answers with errors.
@@ -384,18 +335,17 @@ std::optional<QRectF> X11WindowControl::frame(quint64 handle) const
         return std::nullopt;
     xcb_connection_t* c = s.c;
     const auto window = xcb_window_t(handle);
-    ReplyWaiter waiter(c);
+    X11::ReplyBatch waiter(c);
     const auto geometryCookie = xcb_get_geometry(c, window);
     const auto positionCookie = xcb_translate_coordinates(c, window, s.root, 0, 0);
     const auto extentsCookie =
         requestProperty(c, window, s.ewmh._NET_FRAME_EXTENTS, XCB_ATOM_CARDINAL, 4);
     const auto monitorsCookie = xcb_randr_get_monitors(c, s.root, 1);
-    const auto deadline = Clock::now() + replyTimeout;
-    const auto geometry = waiter.take<xcb_get_geometry_reply_t>(geometryCookie.sequence, deadline);
-    const auto position =
-        waiter.take<xcb_translate_coordinates_reply_t>(positionCookie.sequence, deadline);
-    const QList<quint32> extents = X11::cardinals(
-        waiter.take<xcb_get_property_reply_t>(extentsCookie.sequence, deadline).get());
+    const auto deadline = QDeadlineTimer(replyTimeout);
+    const auto geometry = waiter.take<xcb_get_geometry_reply_t>(geometryCookie, deadline);
+    const auto position = waiter.take<xcb_translate_coordinates_reply_t>(positionCookie, deadline);
+    const QList<quint32> extents =
+        X11::cardinals(waiter.take<xcb_get_property_reply_t>(extentsCookie, deadline).get());
     const QPoint origin = s.primaryOrigin(waiter, monitorsCookie);
     if (!geometry || !position)
         return std::nullopt;

@@ -2,9 +2,9 @@
 #include "X11WindowState.h"
 
 #include "X11Connection.h"
+#include "X11Replies.h"
 
 #include <QWindow>
-#include <cstdlib>
 #include <vector>
 
 namespace X11 {
@@ -21,17 +21,12 @@ void setSkipTaskbar(QWindow* window, bool skip)
 
     if (!window->isVisible()) {
         // Unmapped: the window manager reads the property when the window is mapped.
-        xcb_get_property_reply_t* reply = xcb_get_property_reply(
-            c, xcb_get_property(c, 0, id, state, XCB_ATOM_ATOM, 0, 64), nullptr);
+        const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            c, xcb_get_property(c, 0, id, state, XCB_ATOM_ATOM, 0, 64), nullptr));
         std::vector<xcb_atom_t> atoms;
-        if (reply) {
-            const auto* values = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply));
-            const int count = xcb_get_property_value_length(reply) / 4;
-            for (int i = 0; i < count; ++i) {
-                if (values[i] != skipTaskbar && values[i] != skipPager)
-                    atoms.push_back(values[i]);
-            }
-            std::free(reply);
+        for (const quint32 atom : cardinals(reply.get())) {
+            if (atom != skipTaskbar && atom != skipPager)
+                atoms.push_back(atom);
         }
         if (skip) {
             atoms.push_back(skipTaskbar);

@@ -3,8 +3,7 @@
 #include "XSettings.h"
 
 #include "X11Connection.h"
-
-#include <cstdlib>
+#include "X11Replies.h"
 
 namespace {
 
@@ -150,21 +149,23 @@ QByteArray currentBlob()
     xcb_connection_t* c = X11::connection();
     if (!c)
         return {};
-    xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
-        c, xcb_get_selection_owner(c, X11::atom("_XSETTINGS_S0")), nullptr);
-    const xcb_window_t window = owner ? owner->owner : xcb_window_t(XCB_WINDOW_NONE);
-    std::free(owner);
+    const xcb_window_t window = ownerWindow();
     if (window == XCB_WINDOW_NONE)
         return {};
     const xcb_atom_t settings = X11::atom("_XSETTINGS_SETTINGS");
-    xcb_get_property_reply_t* reply = xcb_get_property_reply(
-        c, xcb_get_property(c, 0, window, settings, settings, 0, 1 << 20), nullptr);
-    QByteArray blob;
-    if (reply && reply->format == 8)
-        blob = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)),
-                          xcb_get_property_value_length(reply));
-    std::free(reply);
-    return blob;
+    const X11::Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, window, settings, settings, 0, 1 << 20), nullptr));
+    return X11::bytes(reply.get());
+}
+
+xcb_window_t ownerWindow()
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return XCB_WINDOW_NONE;
+    const X11::Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        c, xcb_get_selection_owner(c, X11::atom("_XSETTINGS_S0")), nullptr));
+    return owner ? owner->owner : xcb_window_t(XCB_WINDOW_NONE);
 }
 
 } // namespace XSettings

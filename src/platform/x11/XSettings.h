@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 #include <optional>
+#include <xcb/xcb.h>
 
 namespace XSettings {
 // The string setting `name` ("Net/ThemeName"); nothing when absent, not a string or the blob
@@ -13,4 +14,6 @@ std::optional<QString> stringSetting(const QByteArray& blob, const QByteArray& n
 std::optional<qint32> intSetting(const QByteArray& blob, const QByteArray& name);
 // The blob published by the owner of _XSETTINGS_S0 on the program's X connection.
 QByteArray currentBlob();
+// The window that owns _XSETTINGS_S0 (the settings manager); XCB_WINDOW_NONE without one.
+xcb_window_t ownerWindow();
 } // namespace XSettings

@@ -6,6 +6,7 @@
 
 #include "X11Connection.h"
 #include "X11Replies.h"
+#include "XfconfClient.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -22,31 +23,11 @@
 namespace {
 
 const QString kXfdesktopBusName = QStringLiteral("org.xfce.xfdesktop");
-const QString kXfconfService = QStringLiteral("org.xfce.Xfconf");
-const QString kXfconfPath = QStringLiteral("/org/xfce/Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 const QString kStyleProperty = QStringLiteral("/desktop-icons/style");
-const QString kNotFound = QStringLiteral("org.xfce.Xfconf.Error.PropertyNotFound");
-// A daemon that has not answered by then is taken as gone.
-constexpr int kCallTimeoutMs = 2000;
 // A loaded machine may take several seconds to start xfdesktop and draw its desktop.
 constexpr int kReadyTimeoutMs = 10000;
 constexpr int kReadyPollMs = 50;
-
-void callXfconf(QObject* context, const QString& method, const QVariantList& arguments,
-                std::function<void(const QDBusMessage&)> done)
-{
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(kXfconfService, kXfconfPath, kXfconfService, method);
-    message.setArguments(arguments);
-    auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(message, kCallTimeoutMs), context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [watcher, done = std::move(done)] {
-                         watcher->deleteLater();
-                         done(watcher->reply());
-                     });
-}
 
 // What the desktop looks like now: the process that owns xfdesktop's desktop window (0 when
 // none) and the root pixmap xfdesktop draws into (0 when none; it is removed when xfdesktop
@@ -229,46 +210,44 @@ bool XfceDesktopIcons::isRunning()
 
 bool XfceDesktopIcons::settingsReachable()
 {
-    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
-    return bus && bus->isServiceRegistered(kXfconfService).value();
+    return Xfconf::running();
 }
 
 void XfceDesktopIcons::readStyle(std::function<void(ReadResult)> done)
 {
-    callXfconf(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},
-               [done = std::move(done)](const QDBusMessage& reply) {
-                   if (reply.type() == QDBusMessage::ErrorMessage) {
-                       // Not set: xfdesktop shows its default.
-                       done(reply.errorName() == kNotFound ? ReadResult(Style()) : ReadResult());
-                       return;
-                   }
-                   if (reply.arguments().isEmpty()) {
-                       done(ReadResult());
-                       return;
-                   }
-                   QVariant value = reply.arguments().constFirst();
-                   if (value.canConvert<QDBusVariant>())
-                       value = value.value<QDBusVariant>().variant();
-                   bool isNumber = false;
-                   const int style = value.toInt(&isNumber);
-                   done(isNumber ? ReadResult(Style(style)) : ReadResult());
-               });
+    Xfconf::callAsync(this, QStringLiteral("GetProperty"), {kChannel, kStyleProperty},
+                      [done = std::move(done)](const QDBusMessage& reply) {
+                          if (!Xfconf::succeeded(reply)) {
+                              // Not set: xfdesktop shows its default.
+                              done(Xfconf::notFound(reply) ? ReadResult(Style()) : ReadResult());
+                              return;
+                          }
+                          if (reply.arguments().isEmpty()) {
+                              done(ReadResult());
+                              return;
+                          }
+                          const QVariant value = Xfconf::unwrap(reply.arguments().constFirst());
+                          bool isNumber = false;
+                          const int style = value.toInt(&isNumber);
+                          done(isNumber ? ReadResult(Style(style)) : ReadResult());
+                      });
 }
 
 void XfceDesktopIcons::writeStyle(Style style, std::function<void(bool)> done)
 {
     auto answered = [done = std::move(done)](const QDBusMessage& reply) {
-        done(reply.type() == QDBusMessage::ReplyMessage);
+        done(Xfconf::succeeded(reply));
     };
     if (!style) {
-        callXfconf(this, QStringLiteral("ResetProperty"), {kChannel, kStyleProperty, false},
-                   std::move(answered));
+        Xfconf::callAsync(this, QStringLiteral("ResetProperty"), {kChannel, kStyleProperty, false},
+                          std::move(answered));
         return;
     }
     // An int property, as xfdesktop itself writes it.
-    callXfconf(this, QStringLiteral("SetProperty"),
-               {kChannel, kStyleProperty, QVariant::fromValue(QDBusVariant(QVariant(*style)))},
-               std::move(answered));
+    Xfconf::callAsync(
+        this, QStringLiteral("SetProperty"),
+        {kChannel, kStyleProperty, QVariant::fromValue(QDBusVariant(QVariant(*style)))},
+        std::move(answered));
 }
 
 void XfceDesktopIcons::restartDesktop(std::function<void()> ready)

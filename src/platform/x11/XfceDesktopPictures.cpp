@@ -6,10 +6,10 @@
 #include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
 #include "X11Replies.h"
+#include "XfconfClient.h"
 #include "platform/PlatformLogging.h"
 
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QJsonArray>
@@ -19,57 +19,17 @@
 
 namespace {
 
-const QString kService = QStringLiteral("org.xfce.Xfconf");
-const QString kPath = QStringLiteral("/org/xfce/Xfconf");
-const QString kInterface = QStringLiteral("org.xfce.Xfconf");
 const QString kChannel = QStringLiteral("xfce4-desktop");
 // xfdesktop's "Zoomed": scaled to fill the monitor, cut off equally on both sides.
 const int kStyleZoomed = 5;
 const QString kImageStyle = QStringLiteral("image-style");
 const QString kLastImage = QStringLiteral("last-image");
 const QString kCycleEnable = QStringLiteral("backdrop-cycle-enable");
-// A colour drag changes the picture many times a second: each call is a short message to the
-// daemon (well under a millisecond) rather than a process per property, bounded in case the
-// daemon hangs.
-const int kCallTimeoutMs = 2000;
-
-QDBusMessage call(const QString& method, const QVariantList& arguments)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, method);
-    message.setArguments(arguments);
-    QDBusMessage reply = QDBusConnection::sessionBus().call(message, QDBus::Block, kCallTimeoutMs);
-    if (reply.type() == QDBusMessage::ErrorMessage)
-        qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
-                qUtf8Printable(arguments.value(1).toString()), qUtf8Printable(reply.errorMessage()));
-    return reply;
-}
-
-bool succeeded(const QDBusMessage& reply)
-{
-    return reply.type() == QDBusMessage::ReplyMessage;
-}
-
-// The daemon did not answer at all (gone, hung, no bus), as opposed to answering "no such
-// property".
-bool unreachable(const QDBusMessage& reply)
-{
-    if (reply.type() != QDBusMessage::ErrorMessage)
-        return false;
-    const QString name = reply.errorName();
-    return !name.startsWith(QLatin1String("org.xfce.Xfconf"));
-}
-
-QVariant unwrap(QVariant value)
-{
-    while (value.userType() == qMetaTypeId<QDBusVariant>())
-        value = value.value<QDBusVariant>().variant();
-    return value;
-}
 
 // A setting's value with its D-Bus type, so that it can be written back exactly: {"t", "v"}.
 QJsonValue toTyped(const QVariant& raw)
 {
-    const QVariant value = unwrap(raw);
+    const QVariant value = Xfconf::unwrap(raw);
     auto typed = [](const char* type, const QJsonValue& v) {
         return QJsonObject{{QStringLiteral("t"), QLatin1String(type)}, {QStringLiteral("v"), v}};
     };
@@ -160,9 +120,9 @@ std::optional<QVariant> fromTyped(const QJsonValue& stored)
 // Every setting under a prefix, by full name; nothing when the daemon cannot be reached.
 std::optional<QVariantMap> allProperties(const QString& prefix)
 {
-    const QDBusMessage reply = call(QStringLiteral("GetAllProperties"), {kChannel, prefix});
-    if (!succeeded(reply))
-        return unreachable(reply) ? std::nullopt : std::optional(QVariantMap());
+    const QDBusMessage reply = Xfconf::call(QStringLiteral("GetAllProperties"), {kChannel, prefix});
+    if (!Xfconf::succeeded(reply))
+        return Xfconf::unreachable(reply) ? std::nullopt : std::optional(QVariantMap());
     QVariantMap result;
     if (reply.arguments().isEmpty())
         return result;
@@ -182,10 +142,10 @@ std::optional<QVariantMap> allProperties(const QString& prefix)
 
 std::optional<QString> property(const QString& name)
 {
-    const QDBusMessage reply = call(QStringLiteral("GetProperty"), {kChannel, name});
-    if (!succeeded(reply) || reply.arguments().isEmpty())
+    const QDBusMessage reply = Xfconf::call(QStringLiteral("GetProperty"), {kChannel, name});
+    if (!Xfconf::succeeded(reply) || reply.arguments().isEmpty())
         return std::nullopt;
-    const QVariant value = unwrap(reply.arguments().constFirst());
+    const QVariant value = Xfconf::unwrap(reply.arguments().constFirst());
     if (value.typeId() == QMetaType::Bool)
         return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
     return value.toString();
@@ -193,13 +153,14 @@ std::optional<QString> property(const QString& name)
 
 bool setProperty(const QString& name, const QVariant& value)
 {
-    return succeeded(call(QStringLiteral("SetProperty"),
-                          {kChannel, name, QVariant::fromValue(QDBusVariant(value))}));
+    return Xfconf::succeeded(Xfconf::call(
+        QStringLiteral("SetProperty"), {kChannel, name, QVariant::fromValue(QDBusVariant(value))}));
 }
 
 bool resetProperty(const QString& name)
 {
-    return succeeded(call(QStringLiteral("ResetProperty"), {kChannel, name, false}));
+    return Xfconf::succeeded(
+        Xfconf::call(QStringLiteral("ResetProperty"), {kChannel, name, false}));
 }
 
 // A CARDINAL property of the root window, as the window manager publishes it.

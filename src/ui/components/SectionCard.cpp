@@ -11,34 +11,48 @@
 
 SectionCard::SectionCard(const QString& title, const QString& systemImage, bool fill, bool stretch,
                          QWidget* accessory, QWidget* content, QWidget* parent)
-    : QWidget(parent), m_title(title), m_systemImage(systemImage), m_accessory(accessory),
-      m_content(content)
+    : QWidget(parent), m_title(title), m_systemImage(systemImage)
 {
     setAccessibleName(title);
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(padding, padding, padding, padding);
-    column->setSpacing(spacing);
+    m_column = new QVBoxLayout(this);
+    m_column->setContentsMargins(padding, padding, padding, padding);
+    m_column->setSpacing(spacing);
 
-    auto* header = new QHBoxLayout;
-    header->setSpacing(headerSpacing);
+    m_header = new QHBoxLayout;
+    m_header->setSpacing(headerSpacing);
     m_symbolLabel = new QLabel(this);
     m_titleLabel = new QLabel(title, this);
     m_titleLabel->setFont(Look::headline());
-    header->addWidget(m_symbolLabel, 0, Qt::AlignVCenter);
-    header->addWidget(m_titleLabel, 0, Qt::AlignVCenter);
-    header->addStretch(1);
-    if (accessory)
-        header->addWidget(accessory, 0, Qt::AlignVCenter);
-    column->addLayout(header);
-    if (content)
-        column->addWidget(content);
+    m_header->addWidget(m_symbolLabel, 0, Qt::AlignVCenter);
+    m_header->addWidget(m_titleLabel, 0, Qt::AlignVCenter);
+    m_header->addStretch(1);
+    m_column->addLayout(m_header);
     // A stretching card keeps its content at the top and grows below it.
     if (stretch)
-        column->addStretch(1);
+        m_column->addStretch(1);
+    setAccessory(accessory);
+    setContent(content);
 
     setSizePolicy(fill ? QSizePolicy::Expanding : QSizePolicy::Fixed,
                   stretch ? QSizePolicy::Expanding : QSizePolicy::Fixed);
     updateSymbol();
+}
+
+void SectionCard::setAccessory(QWidget* accessory)
+{
+    if (!accessory || m_accessory)
+        return;
+    m_accessory = accessory;
+    m_header->addWidget(accessory, 0, Qt::AlignVCenter);
+}
+
+void SectionCard::setContent(QWidget* content)
+{
+    if (!content || m_content)
+        return;
+    m_content = content;
+    // Right below the header, above the stretch of a stretching card.
+    m_column->insertWidget(1, content);
 }
 
 void SectionCard::updateSymbol()

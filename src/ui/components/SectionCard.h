@@ -8,7 +8,9 @@
 class QLabel;
 class QVBoxLayout;
 
-class SectionCard final : public QWidget {
+class QHBoxLayout;
+
+class SectionCard : public QWidget {
     Q_OBJECT
 public:
     static constexpr int padding = 16;
@@ -26,6 +28,9 @@ public:
     QString title() const { return m_title; }
     QWidget* accessory() const { return m_accessory; }
     QWidget* content() const { return m_content; }
+    // For cards that build their parts after the frame: each may be set once.
+    void setAccessory(QWidget* accessory);
+    void setContent(QWidget* content);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -40,4 +45,6 @@ private:
     QWidget* m_content = nullptr;
     QLabel* m_symbolLabel = nullptr;
     QLabel* m_titleLabel = nullptr;
+    QHBoxLayout* m_header = nullptr;
+    QVBoxLayout* m_column = nullptr;
 };
