@@ -22,7 +22,8 @@ QPainterPath wave(double width, double height, double baseline, double amplitude
     path.moveTo(0, height);
     for (int x = 0; x <= int(width); x += 8) {
         const double t = x / width * 2 * M_PI;
-        const double y = baseline + amplitude * (std::sin(t * 1.3 + phase) + 0.45 * std::sin(t * 3.1 + phase * 2));
+        const double y = baseline + amplitude * (std::sin(t * 1.3 + phase) +
+                                                 0.45 * std::sin(t * 3.1 + phase * 2));
         path.lineTo(x, y);
     }
     path.lineTo(width, height);
@@ -64,10 +65,12 @@ int main(int argc, char* argv[])
         return 2;
     }
     const QDir dir(QString::fromLocal8Bit(argv[1]));
-    const Palette light{QColor(0xdf, 0xe9, 0xf5), QColor(0xf6, 0xf1, 0xea), QColor(255, 255, 255, 150),
-                        QColor(0xb9, 0xcf, 0xe8, 170), QColor(0x9f, 0xbd, 0xdf, 190)};
-    const Palette dark{QColor(0x12, 0x16, 0x24), QColor(0x1d, 0x1a, 0x2c), QColor(0x5a, 0x4c, 0x9a, 110),
-                       QColor(0x2a, 0x2f, 0x4f, 200), QColor(0x35, 0x2c, 0x55, 210)};
+    const Palette light{QColor(0xdf, 0xe9, 0xf5), QColor(0xf6, 0xf1, 0xea),
+                        QColor(255, 255, 255, 150), QColor(0xb9, 0xcf, 0xe8, 170),
+                        QColor(0x9f, 0xbd, 0xdf, 190)};
+    const Palette dark{QColor(0x12, 0x16, 0x24), QColor(0x1d, 0x1a, 0x2c),
+                       QColor(0x5a, 0x4c, 0x9a, 110), QColor(0x2a, 0x2f, 0x4f, 200),
+                       QColor(0x35, 0x2c, 0x55, 210)};
     // Each picture with a small copy in thumbnails/, written after it, so the program shows its
     // previews without decoding the full pictures at start-up.
     dir.mkpath(QStringLiteral("thumbnails"));

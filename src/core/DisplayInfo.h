@@ -1,8 +1,8 @@
 // One attached display and one of the modes it offers.
 #pragma once
 
-#include <QString>
 #include <QHashFunctions>
+#include <QString>
 #include <QtGlobal>
 
 struct DisplayInfo {

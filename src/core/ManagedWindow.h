@@ -14,7 +14,8 @@ struct ManagedWindow {
 
     QString menuLabel() const
     {
-        return app + QStringLiteral(" \u2014 ") + (title.isEmpty() ? QStringLiteral("Untitled") : title);
+        return app + QStringLiteral(" \u2014 ") +
+               (title.isEmpty() ? QStringLiteral("Untitled") : title);
     }
     bool operator==(const ManagedWindow& other) const { return id == other.id; }
 };

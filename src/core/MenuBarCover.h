@@ -7,9 +7,8 @@
 
 enum class MenuBarCover { keep, entire, items };
 
-inline constexpr std::array<MenuBarCover, 3> allMenuBarCovers{MenuBarCover::keep,
-                                                              MenuBarCover::entire,
-                                                              MenuBarCover::items};
+inline constexpr std::array<MenuBarCover, 3> allMenuBarCovers{
+    MenuBarCover::keep, MenuBarCover::entire, MenuBarCover::items};
 
 inline QString rawValue(MenuBarCover value)
 {

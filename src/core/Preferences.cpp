@@ -92,8 +92,8 @@ void Preferences::applyLaunchAtLogin()
     if (m_launchAtLogin == enabled)
         return;
     QString error;
-    const bool done = m_launchAtLogin ? m_loginItems.registerItem(&error)
-                                      : m_loginItems.unregisterItem(&error);
+    const bool done =
+        m_launchAtLogin ? m_loginItems.registerItem(&error) : m_loginItems.unregisterItem(&error);
     if (!done)
         qWarning("Quillet: launch-at-login update failed: %s", qUtf8Printable(error));
 }

@@ -38,8 +38,8 @@ private:
 
 } // namespace
 
-std::shared_ptr<ScheduledTask> QtScheduler::after(std::chrono::milliseconds delay,
-                                                  QObject* context, std::function<void()> work)
+std::shared_ptr<ScheduledTask> QtScheduler::after(std::chrono::milliseconds delay, QObject* context,
+                                                  std::function<void()> work)
 {
     return std::make_shared<TimerTask>(delay, false, context, std::move(work));
 }

@@ -45,18 +45,20 @@ bool AutostartLoginItems::registerItem(QString* error)
     QString exec = m_program;
     // Desktop-entry Exec quoting: a path with spaces or quotes goes in double quotes.
     if (exec.contains(QLatin1Char(' ')) || exec.contains(QLatin1Char('"'))) {
-        exec.replace(QLatin1Char('\\'), QStringLiteral("\\\\")).replace(QLatin1Char('"'), QStringLiteral("\\\""));
+        exec.replace(QLatin1Char('\\'), QStringLiteral("\\\\"))
+            .replace(QLatin1Char('"'), QStringLiteral("\\\""));
         exec = QLatin1Char('"') + exec + QLatin1Char('"');
     }
-    const QString entry = QStringLiteral("[Desktop Entry]\n"
-                                         "Type=Application\n"
-                                         "Name=Quillet\n"
-                                         "Comment=Make the screen presentable for screenshots and demos\n"
-                                         "Exec=%1\n"
-                                         "Icon=quillet\n"
-                                         "Terminal=false\n"
-                                         "X-GNOME-Autostart-enabled=true\n")
-                              .arg(exec);
+    const QString entry =
+        QStringLiteral("[Desktop Entry]\n"
+                       "Type=Application\n"
+                       "Name=Quillet\n"
+                       "Comment=Make the screen presentable for screenshots and demos\n"
+                       "Exec=%1\n"
+                       "Icon=quillet\n"
+                       "Terminal=false\n"
+                       "X-GNOME-Autostart-enabled=true\n")
+            .arg(exec);
     file.write(entry.toUtf8());
     if (!file.commit()) {
         if (error)

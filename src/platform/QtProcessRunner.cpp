@@ -1,7 +1,6 @@
 // ProcessRunner on QProcess.
-#include "ProcessRunner.h"
-
 #include "PlatformLogging.h"
+#include "ProcessRunner.h"
 
 #include <QProcess>
 

@@ -49,5 +49,6 @@ QIcon trayIcon()
 {
     // Freedesktop themes have no "sparkles" name: an installed "quillet-symbolic" wins, else
     // our drawn sparkles in an accent blue that reads on light and dark panels.
-    return QIcon::fromTheme(QStringLiteral("quillet-symbolic"), drawnSparkles(QColor(0x5b, 0x6e, 0xe1)));
+    return QIcon::fromTheme(QStringLiteral("quillet-symbolic"),
+                            drawnSparkles(QColor(0x5b, 0x6e, 0xe1)));
 }

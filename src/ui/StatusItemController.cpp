@@ -18,7 +18,8 @@ StatusItemController::~StatusItemController() = default;
 
 StatusItemController& StatusItemController::shared()
 {
-    static auto* controller = new StatusItemController([]() -> AppModel& { return AppModel::shared(); });
+    static auto* controller =
+        new StatusItemController([]() -> AppModel& { return AppModel::shared(); });
     return *controller;
 }
 
@@ -51,10 +52,11 @@ void StatusItemController::setVisible(bool visible)
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::menuNeedsUpdate);
     m_item->setContextMenu(m_menu.get());
     // A left click opens the same menu, as a click on a status item does.
-    connect(m_item.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger && m_menu)
-            m_menu->popup(QCursor::pos());
-    });
+    connect(m_item.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger && m_menu)
+                    m_menu->popup(QCursor::pos());
+            });
     m_item->show();
 }
 

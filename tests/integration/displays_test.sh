@@ -46,7 +46,6 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   # The right monitor names itself in its EDID; the left one has none and goes by its output.
   "$QD_PYTHON" "$(dirname "$0")/set_edid.py" "$right" "Studio 27"
   drv_start two
-  two_pid=$QD_DRIVER_PID
   qd_check_eq "displays: both outputs by XID, the primary one main, EDID name else output" \
     "display $left main=1 name=DUMMY0;display $right main=0 name=Studio 27;selected $left;" \
     "$(qd_drive displays | tr '\n' ';')"
@@ -66,7 +65,7 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
     "display $left main=1 name=DELL U2720Q (DUMMY0);display $right main=0 name=DELL U2720Q (DUMMY1);selected $left;" \
     "$(qd_drive displays | tr '\n' ';')"
   qd_driver_quit
-  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
+  qd_driver_use two
   drv_until ".*name=DELL U2720Q;.*" screens >/dev/null
 
   qd_section "two monitors: a monitor switched off and on again"
@@ -86,7 +85,7 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
     "screen $left DUMMY0 frame=0,0,1920x1080 visible=0,0,1920x$((1080 - strut)) scale=1;screen $right DUMMY1 frame=1920,0,1920x1080 visible=1920,0,1920x1080 scale=1;mode 3840x2160 current 1920x1080" \
     "$(qd_drive screens | cut -d' ' -f1-6 | tr '\n' ';')$(qd_drive modes | head -n 1 | cut -d' ' -f1,2) $(qd_drive current)"
   qd_driver_quit
-  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
+  qd_driver_use two
 
   qd_section "two monitors, the desktop scaling its windows by 2: frames in points"
   drv_start scaled GDK_SCALE=2 QT_SCALE_FACTOR=2
@@ -99,7 +98,7 @@ if [ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/module
   qd_check_eq "a size in points switches to its pixels" "1280x720+0+0" "$(qd_geometry DUMMY0)"
   qd_driver_quit
   qd_check_eq "quitting puts the scaled switch back" "$start_left" "$(qd_geometry DUMMY0)"
-  QD_DRIVER_CMDS=$QD_TMP/two.cmds QD_DRIVER_LOG=$QD_TMP/two.log QD_DRIVER_PID=$two_pid
+  qd_driver_use two
 
   qd_section "two monitors: a switch re-places the neighbour and keeps the arrangement"
   start="$start_left $start_right"

@@ -239,12 +239,22 @@ _qd_prints() { [ "$("${@:2}" 2>/dev/null)" = "$1" ]; }
 qd_section() { qd_log "=== $*"; }
 
 # Test drivers (tests/integration/driver) read "<tag> COMMAND" lines appended to a file and
-# answer with lines "<tag> …", ending with "<tag> done".
+# answer with lines "<tag> …", ending with "<tag> done". Each runs under a name; qd_drive and
+# qd_driver_quit talk to the current one: the one started last, or the one named to
+# qd_driver_use (a test may keep several running, one per desktop state).
+declare -A QD_DRIVERS=()
 qd_driver_start() { # NAME COMMAND...  (the command file is added as the last argument)
-  QD_DRIVER_CMDS=$QD_TMP/$1.cmds QD_DRIVER_LOG=$QD_TMP/$1.log
-  : >"$QD_DRIVER_CMDS"
-  qd_launch QD_DRIVER_PID "$QD_DRIVER_LOG" "${@:2}" "$QD_DRIVER_CMDS"
+  local driver_pid # not "pid": qd_launch has a local of that name
+  : >"$QD_TMP/$1.cmds"
+  qd_launch driver_pid "$QD_TMP/$1.log" "${@:2}" "$QD_TMP/$1.cmds"
+  QD_DRIVERS[$1]=$driver_pid
+  qd_driver_use "$1"
   qd_wait_for 20 "the driver $1" grep -qx ready "$QD_DRIVER_LOG"
+}
+qd_driver_use() { # NAME
+  [ -n "${QD_DRIVERS[$1]:-}" ] || { qd_fail "no driver named $1"; return 1; }
+  QD_DRIVER=$1 QD_DRIVER_CMDS=$QD_TMP/$1.cmds QD_DRIVER_LOG=$QD_TMP/$1.log
+  QD_DRIVER_PID=${QD_DRIVERS[$1]}
 }
 # Runs COMMAND in the driver and prints its answer lines. The tag is the command's line number,
 # so calls from subshells stay apart.
@@ -259,6 +269,7 @@ qd_drive() { # COMMAND [ARGUMENT]
 qd_driver_quit() {
   qd_drive quit >/dev/null
   qd_stop_checked 0 "$QD_DRIVER_PID"
+  unset "QD_DRIVERS[$QD_DRIVER]"
 }
 
 # --- the program under test (QD_QUILLET names it) -----------------------------------------
