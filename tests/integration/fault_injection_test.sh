@@ -143,7 +143,12 @@ settled() {
 }
 
 xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 1
-[ "$monitors" = 2 ] && user_pictures
+if [ "$monitors" = 2 ]; then
+  user_pictures
+  # xfconfd writes its file a moment later, and a SIGKILL below must not lose the user's settings.
+  qd_wait_for 20 "xfconfd to save the user's settings" grep -q single-workspace-mode \
+    "$state/config/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml"
+fi
 qd_wait_for 10 "the settings to settle" settled
 baseline=$(settings)
 
