@@ -82,13 +82,18 @@ void DisplayController::loadCrashRecord()
                                          entry.value(yKey).toInt(it->placement->position.y()));
         it->placement->rotation = entry.value(rotationKey).toInt(it->placement->rotation);
     }
+    m_absentEntries = record;
+    for (const Original& original : std::as_const(m_originalModes)) {
+        if (original.placement)
+            m_absentEntries.remove(original.placement->connector);
+    }
 }
 
 void DisplayController::writeCrashRecord()
 {
     if (!m_defaults || m_recordWritten)
         return;
-    QJsonObject record;
+    QJsonObject record = m_absentEntries;
     for (const Original& original : std::as_const(m_originalModes)) {
         if (!original.placement || original.placement->connector.isEmpty())
             continue;
@@ -213,9 +218,12 @@ void DisplayController::restoreAll()
             m_modes.switchMode(it.key(), it->modeId);
     }
     // The record goes only once everything it describes is back; otherwise the next launch
-    // tries again.
+    // tries again. Monitors that are not connected keep their entries for a later launch.
     if (m_recordWritten && m_defaults && allRestored()) {
-        m_defaults->remove(StoredKeys::originalDisplayModes);
+        if (m_absentEntries.isEmpty())
+            m_defaults->remove(StoredKeys::originalDisplayModes);
+        else
+            m_defaults->setValue(StoredKeys::originalDisplayModes, m_absentEntries);
         m_recordWritten = false;
     }
 }

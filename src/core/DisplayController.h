@@ -5,6 +5,7 @@
 #include "DisplayInfo.h"
 #include "platform/DisplayModes.h"
 
+#include <QJsonObject>
 #include <QMap>
 #include <optional>
 
@@ -48,4 +49,7 @@ private:
     DefaultsStore* m_defaults;
     QMap<quint32, Original> m_originalModes;
     bool m_recordWritten = false;
+    // Entries of the crash record for monitors that are not connected now: kept in the record
+    // until a launch finds them connected and puts them back.
+    QJsonObject m_absentEntries;
 };

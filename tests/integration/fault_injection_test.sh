@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Fault injection while everything is applied (icons hidden, a colour, the whole bar covered):
 # the panel, xfdesktop, xfconfd and the window manager are killed and started again one after
-# another; quillet must keep running (or exit cleanly) and its quit must leave nothing changed.
+# another, and (on two monitors) the second monitor is switched off and on again; quillet must
+# keep running (or exit cleanly) and its quit must leave nothing changed, the pictures of every
+# workspace of the monitor that went away included.
 # Then quit is tried with xfconfd stopped (SIGSTOP) and with xfdesktop gone: it must end
 # promptly, and a relaunch with "Restore settings on launch" off plus a quit must put back what
 # could not be put back then. Usage: fault_injection_test.sh PATH-TO-QUILLET
@@ -11,8 +13,11 @@ source "$(dirname "$0")/../support/desktop/lib.sh"
 
 QD_QUILLET=${1:?usage: fault_injection_test.sh PATH-TO-QUILLET}
 
+monitors=1
+[ "$(id -u)" = 0 ] && command -v Xorg >/dev/null && [ -e /usr/lib/xorg/modules/drivers/dummy_drv.so ] && monitors=2
+
 qd_init fault_injection
-qd_start_desktop
+qd_start_desktop --monitors "$monitors"
 
 state=$QUILLET_DESKTOP_STATE
 settings() { xfconf-query -c xfce4-desktop -lv 2>/dev/null | sort; }
@@ -90,7 +95,61 @@ relaunch_and_quit() { # LOG-NAME
   qd_stop_checked TERM
 }
 
+outputs() { xrandr | sed -n 's/^\([^ ]*\) connected.*/\1/p'; }
+workspaces() { seq 0 $(($(xprop -root _NET_NUMBER_OF_DESKTOPS | awk '{ print $NF }') - 1)); }
+# A picture and a style of the user's own on every workspace of the last monitor.
+user_pictures() {
+  local output workspace
+  output=$(outputs | tail -n 1)
+  convert -size 64x48 xc:'#884422' "$QD_TMP/mine.png"
+  xfconf-query -c xfce4-desktop -p /backdrop/single-workspace-mode -n -t bool -s false
+  for workspace in $(workspaces); do
+    xfconf-query -c xfce4-desktop -p "/backdrop/screen0/monitor$output/workspace$workspace/image-style" \
+      -n -t int -s $((workspace % 4 + 1))
+    xfconf-query -c xfce4-desktop -p "/backdrop/screen0/monitor$output/workspace$workspace/last-image" \
+      -n -t string -s "$QD_TMP/mine.png"
+  done
+}
+# Switches the last monitor off and on again while quillet runs.
+monitor_off_and_on() {
+  local first last
+  first=$(outputs | head -n 1) last=$(outputs | tail -n 1)
+  qd_section "$last switched off and on again"
+  xrandr --output "$last" --off
+  qd_wait_for 5 "$last off" eval '! qd_geometry "$last" | grep -q .'
+  qd_check "quillet still runs with $last off" qd_wait_for 2 "quillet" quillet_fine
+  # Long enough for the desktop program and quillet to take in the new layout.
+  qd_wait_for 10 "the settings to settle" settled
+  xrandr --output "$last" --mode 1920x1080 --right-of "$first"
+  qd_wait_for 5 "$last on" eval 'qd_geometry "$last" | grep -q .'
+  qd_check "quillet still runs after $last came back" qd_wait_for 2 "quillet" quillet_fine
+  qd_check "the monitor that came back shows quillet's colour on every workspace" \
+    qd_wait_for 15 "quillet's pictures on $last" ours_on_every_workspace "$last"
+  qd_wait_for 10 "the settings to settle" settled
+}
+ours_on_every_workspace() { # OUTPUT
+  local workspace
+  for workspace in $(workspaces); do
+    xfconf-query -c xfce4-desktop -p "/backdrop/screen0/monitor$1/workspace$workspace/last-image" |
+      grep -q /Quillet/ || return 1
+  done
+}
+settled() {
+  local a b
+  a=$(settings)
+  sleep 0.5
+  b=$(settings)
+  [ "$a" = "$b" ]
+}
+
 xfconf-query -c xfce4-desktop -p /desktop-icons/style -n -t int -s 1
+if [ "$monitors" = 2 ]; then
+  user_pictures
+  # xfconfd writes its file a moment later, and a SIGKILL below must not lose the user's settings.
+  qd_wait_for 20 "xfconfd to save the user's settings" grep -q single-workspace-mode \
+    "$state/config/xfce4/xfconf/xfce-perchannel-xml/xfce4-desktop.xml"
+fi
+qd_wait_for 10 "the settings to settle" settled
 baseline=$(settings)
 
 qd_section "everything applied, then each desktop component killed and restarted"
@@ -102,6 +161,11 @@ qd_wait_eq 45 "icons hidden" 0 qd_xfconf_get xfce4-desktop /desktop-icons/style
 for component in panel xfdesktop xfconfd xfwm4; do
   kill_and_restart "$component"
 done
+if [ "$monitors" = 2 ]; then
+  monitor_off_and_on
+else
+  qd_log "one monitor only (two need Xorg with the dummy driver as root): no monitor switched off"
+fi
 timed_quit "after the faults"
 user_settings_are_back "$baseline"
 

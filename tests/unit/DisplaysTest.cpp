@@ -261,6 +261,50 @@ TEST_F(ControllerFixture, aCrashRecordIsWhatTheNextLaunchRestores)
     EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
 }
 
+TEST_F(ControllerFixture, aMonitorAbsentAtTheRelaunchKeepsItsEntryUntilItIsBack)
+{
+    TestDirs dirs;
+    DefaultsStore store(dirs.defaultsPath());
+    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
+    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+    platform.current = {{5, 50}, {7, 70}};
+    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
+                           {7, {QStringLiteral("DP-2"), {1920, 0}, 1}}};
+    {
+        DisplayController crashed(platform, screens, &store);
+        crashed.switchMode(5, 51);
+        crashed.switchMode(7, 71);
+        // Killed here, and DP-2 unplugged before the next launch.
+    }
+    platform.displays = {5};
+    platform.modes.remove(7);
+    platform.current.remove(7);
+    platform.placements.remove(7);
+
+    {
+        DisplayController withoutIt(platform, screens, &store);
+        withoutIt.restoreAll();
+        EXPECT_EQ(platform.current.value(5), 50);
+        EXPECT_EQ(store.rawValue(StoredKeys::originalDisplayModes).toObject().keys(),
+                  QStringList({"DP-2"}));
+        // A switch in this run records DP-1 again without losing DP-2.
+        withoutIt.switchMode(5, 51);
+        EXPECT_EQ(store.rawValue(StoredKeys::originalDisplayModes).toObject().keys(),
+                  QStringList({"DP-1", "DP-2"}));
+        withoutIt.restoreAll();
+    }
+
+    // DP-2 is back, still in the crashed run's mode: the launch after puts it back and clears.
+    platform.displays = {5, 7};
+    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+    platform.current.insert(7, 71);
+    platform.placements.insert(7, {QStringLiteral("DP-2"), {1920, 0}, 1});
+    DisplayController withIt(platform, screens, &store);
+    withIt.restoreAll();
+    EXPECT_EQ(platform.current.value(7), 70);
+    EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
+}
+
 TEST(MonitorLayout, neighboursFollowTheChangedEdgeAndKeepTheirAlignment)
 {
     const QRect left(0, 0, 1920, 1080);
