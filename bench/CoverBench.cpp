@@ -3,11 +3,11 @@
 // monitors laid over the X screen, the mask windows are real); and the capture of one monitor
 // through our backend beside a bare MIT-SHM GetImage of the panel strip. Run it through
 // bench/cover.sh, which starts a 7680 × 2160 test desktop.
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakePlatform.h"
 #include "FakeScheduler.h"
 #include "TestDirs.h"
+#include "core/AppModel.h"
+#include "core/DefaultsStore.h"
 #include "platform/x11/PlatformFactory.h"
 #include "platform/x11/X11Capture.h"
 #include "platform/x11/X11Connection.h"

@@ -1,7 +1,7 @@
 // Cost of the display work on a real X server: the screen list, the resolutions offered for the
 // main display, and one switch with its restore. Run it through bench/displays.sh, which starts
 // the test desktop and times the same switch done with the xrandr command beside it.
-#include "DisplayController.h"
+#include "core/DisplayController.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 

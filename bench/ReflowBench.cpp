@@ -1,7 +1,7 @@
 // Cost of rebuilding the panel from a capture: the reflowed piece and the background column for
 // a 1920-point monitor with a 32-point panel at scale 1 (a 1920 × 32 piece) and at scale 2 (a
 // 3840 × 64 piece). Items spread over the whole panel so the piece spans it; every third hidden.
-#include "BarReflow.h"
+#include "core/BarReflow.h"
 
 #include <QGuiApplication>
 #include <QPainter>

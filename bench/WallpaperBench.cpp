@@ -4,8 +4,8 @@
 // their own processes to compare CPU time, peak memory and the pictures themselves:
 //   bench_wallpaper --make-photo W H OUT.jpg        writes the photo-like test picture
 //   bench_wallpaper --render-once IN OUT.jpg W H P  one tinted W×H picture under a P-pixel panel
-#include "DefaultsStore.h"
-#include "WallpaperController.h"
+#include "core/DefaultsStore.h"
+#include "core/WallpaperController.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
 

@@ -1,7 +1,7 @@
 // Cost of the window work on a real X server: one enumeration of the window list, and one
 // arrangement (left and right half in turn, so that every run really moves the window). Run it
 // through bench/windows.sh, which opens the sample windows.
-#include "WindowMover.h"
+#include "core/WindowMover.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 

@@ -136,7 +136,7 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
     // The empty stretch nearest to the items shows the panel's background closest to them;
     // one on their left wins over one as near on their right.
     const QList<MenuBarItem> items = BarReflow::onScreen(m_menuBarItems, screen);
-    const double itemsLeft = items.isEmpty() ? rect->right() : items.first().cocoaRect.left();
+    const double itemsLeft = items.isEmpty() ? rect->right() : items.first().frame.left();
     std::optional<double> best;
     double bestDistance = 0.0;
     for (const QRectF& s : m_emptyStretches) {

@@ -23,12 +23,12 @@ double scaleOf(const QImage& full, const ScreenInfo& screen)
 
 double leftOffset(const MenuBarItem& item, const ScreenInfo& screen)
 {
-    return item.cocoaRect.x() - screen.frame.x();
+    return item.frame.x() - screen.frame.x();
 }
 
 double rightOffset(const MenuBarItem& item, const ScreenInfo& screen)
 {
-    return item.cocoaRect.x() + item.cocoaRect.width() - screen.frame.x();
+    return item.frame.x() + item.frame.width() - screen.frame.x();
 }
 
 // A crop reaching past the image is cut at its edges; nothing when nothing is left.
@@ -62,11 +62,11 @@ QList<MenuBarItem> onScreen(const QList<MenuBarItem>& items, const ScreenInfo& s
 {
     QList<MenuBarItem> result;
     for (const MenuBarItem& item : items) {
-        if (item.cocoaRect.intersects(screen.frame))
+        if (item.frame.intersects(screen.frame))
             result.append(item);
     }
     std::stable_sort(result.begin(), result.end(), [](const MenuBarItem& a, const MenuBarItem& b) {
-        return a.cocoaRect.x() < b.cocoaRect.x();
+        return a.frame.x() < b.frame.x();
     });
     return result;
 }
@@ -144,7 +144,7 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
     QHash<quint32, double> newX;
     double cursor = maxRight - tileLeft;
     for (auto it = visible.crbegin(); it != visible.crend(); ++it) {
-        cursor -= it->cocoaRect.width();
+        cursor -= it->frame.width();
         newX.insert(it->id, cursor);
         cursor -= spacing;
     }
@@ -182,7 +182,7 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
             const int sx = toPixels(scale, leftOffset(item, screen));
             if (sx < 0 || sx >= full.width())
                 continue;
-            const int w = std::min(toPixels(scale, item.cocoaRect.width()), full.width() - sx);
+            const int w = std::min(toPixels(scale, item.frame.width()), full.width() - sx);
             if (w <= 0)
                 continue;
             // The destination x stays fractional; the crop always spans the piece's height.

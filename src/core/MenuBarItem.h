@@ -9,7 +9,7 @@ struct MenuBarItem {
     quint32 id = 0;
     QString owner;
     // Frame in global bottom-left coordinates (y grows upwards).
-    QRectF cocoaRect;
+    QRectF frame;
     QString label;
     // The owning process, 0 when unknown: icons of one program are numbered in the order their
     // processes started, which survives re-docking.

@@ -63,7 +63,7 @@ bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidt
 void nameByNearestEntry(QList<MenuBarItem>& items, const QList<NamedExtra>& named)
 {
     for (MenuBarItem& item : items) {
-        const double left = item.cocoaRect.x();
+        const double left = item.frame.x();
         qsizetype best = 0;
         double bestDistance = std::abs(named.first().x - left);
         for (qsizetype i = 1; i < named.size(); ++i) {
@@ -135,14 +135,14 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
         item.id = entry.number;
         item.owner = entry.ownerName.value_or(QStringLiteral("Unknown"));
         const QRectF& r = entry.bounds;
-        item.cocoaRect = QRectF(r.left(), screenHeight - r.bottom(), r.width(), r.height());
+        item.frame = QRectF(r.left(), screenHeight - r.bottom(), r.width(), r.height());
         item.label = item.owner;
         item.pid = entry.ownerPid;
         items.append(item);
     }
     // Items at the same x keep the window list's front-to-back order.
     std::stable_sort(items.begin(), items.end(), [](const MenuBarItem& a, const MenuBarItem& b) {
-        return a.cocoaRect.x() < b.cocoaRect.x();
+        return a.frame.x() < b.frame.x();
     });
 
     if (!named.isEmpty() && !items.isEmpty())
@@ -154,7 +154,7 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
     // clock.
     if (named.isEmpty() && !items.isEmpty()) {
         MenuBarItem& last = items.last();
-        if (last.owner == QLatin1String("Control Center") && last.cocoaRect.width() > minClockWidth)
+        if (last.owner == QLatin1String("Control Center") && last.frame.width() > minClockWidth)
             last.label = QStringLiteral("Clock");
     }
     return items;

@@ -1,7 +1,7 @@
 // Reading the user's picture files the way the desktop shows them.
 #pragma once
 
-#include "ProblemLog.h"
+#include "core/ProblemLog.h"
 
 #include <QImage>
 #include <QImageReader>

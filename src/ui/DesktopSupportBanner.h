@@ -3,7 +3,7 @@
 // nothing. It watches the model itself and hides while every choice works.
 #pragma once
 
-#include "AppModel.h"
+#include "core/AppModel.h"
 
 #include <QWidget>
 

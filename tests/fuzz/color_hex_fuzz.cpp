@@ -1,7 +1,7 @@
 // The colour codec: any stored text decodes to a colour of 0…1 components, any colour encodes,
 // and a colour of whole 8-bit steps survives the round trip exactly.
-#include "Codecs.h"
 #include "FuzzSupport.h"
+#include "core/Codecs.h"
 
 #include <cmath>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // The desktop-entry reader on an arbitrary file, found by its id and through StartupWMClass.
-#include "DesktopEntryNames.h"
 #include "FuzzSupport.h"
+#include "platform/DesktopEntryNames.h"
 
 #include <QDir>
 

@@ -1,6 +1,6 @@
 // The EDID product-name reader on arbitrary bytes: a monitor (or a dummy driver) supplies them.
 #include "FuzzSupport.h"
-#include "X11RandR.h"
+#include "platform/x11/X11RandR.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

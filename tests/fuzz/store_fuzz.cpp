@@ -1,7 +1,7 @@
 // The defaults store reading a file of arbitrary bytes: every key read, one write, and the
 // user's file never lost (moved aside with its exact bytes, or read and rewritten).
-#include "DefaultsStore.h"
 #include "FuzzSupport.h"
+#include "core/DefaultsStore.h"
 
 #include <QFileInfo>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The XSETTINGS reader on an arbitrary property value: the blob comes from whichever client owns
 // the settings selection.
 #include "FuzzSupport.h"
-#include "XSettings.h"
+#include "platform/x11/XSettings.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -8,7 +8,7 @@
 //
 // Item lines: "id=0x… x=… y=… w=… h=… owner=… label=…" with the rectangle in global top-left
 // coordinates, so it can be compared with xwininfo on a desktop whose primary monitor is at 0,0.
-#include "MenuBarScanner.h"
+#include "core/MenuBarScanner.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 
@@ -54,7 +54,7 @@ void printItems(const Platform& platform)
 {
     const double height = primaryHeight(platform);
     for (const MenuBarItem& item : scanItems(platform)) {
-        const QRectF& r = item.cocoaRect;
+        const QRectF& r = item.frame;
         out << QStringLiteral("id=0x%1 x=%2 y=%3 w=%4 h=%5 owner=%6 label=%7\n")
                    .arg(item.id, 0, 16)
                    .arg(r.x())

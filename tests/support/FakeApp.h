@@ -2,12 +2,12 @@
 // the fake clock and temporary folders. Set the fakes up first, then call makeModel().
 #pragma once
 
-#include "AppModel.h"
-#include "DefaultsStore.h"
 #include "FakePlatform.h"
 #include "FakeScheduler.h"
-#include "Preferences.h"
 #include "TestDirs.h"
+#include "core/AppModel.h"
+#include "core/DefaultsStore.h"
+#include "core/Preferences.h"
 
 #include <memory>
 

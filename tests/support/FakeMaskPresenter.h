@@ -1,7 +1,7 @@
 // Records the mask windows the overlay controller asks for, instead of showing them.
 #pragma once
 
-#include "OverlayController.h"
+#include "core/OverlayController.h"
 
 class FakeMaskPresenter final : public MaskPresenter {
 public:

@@ -1,7 +1,7 @@
 // The shell's widgets: the settings rows and their bindings, the application menu, the tray
 // menu, and the update feed's verdicts.
 #include "FakeApp.h"
-#include "UpdateFeed.h"
+#include "core/UpdateFeed.h"
 #include "platform/AutostartLoginItems.h"
 #include "ui/MainWindow.h"
 #include "ui/Popover.h"

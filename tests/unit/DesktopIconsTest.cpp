@@ -1,6 +1,6 @@
 // The desktop-icon switch: undoing only its own change, the user's style kept in a record that
 // survives a crash, failures that change nothing, and the order of commands and restarts.
-#include "DesktopIcons.h"
+#include "core/DesktopIcons.h"
 
 #include "FakeApp.h"
 

@@ -1,9 +1,9 @@
 // The display list, the resolutions offered for a display, the start-up modes put back and their
 // crash record, the monitors' arrangement kept across switches, the model's display operations.
-#include "DisplayController.h"
 #include "FakeApp.h"
 #include "FakePlatform.h"
 #include "TestDirs.h"
+#include "core/DisplayController.h"
 #include "platform/MonitorLayout.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // The tray item scan and the item names: which windows count as items, their order, labels,
 // numbering and the clock, and how names are chosen.
-#include "MenuBarScanner.h"
+#include "core/MenuBarScanner.h"
 
 #include "FakePlatform.h"
-#include "MenuBarNamer.h"
+#include "core/MenuBarNamer.h"
 
 #include <gtest/gtest.h>
 
@@ -84,7 +84,7 @@ TEST_F(ScannerFixture, panelsAreNeverItemsAndTheirIconsKeepTheirOwnExtents)
     w << window(13, {1200, 13, 22, 22}); // outside the panel: its top edge is below 1
     const QList<MenuBarItem> items = scan();
     EXPECT_EQ(ids(items), (QList<quint32>{11, 12}));
-    EXPECT_EQ(items[0].cocoaRect, QRectF(900, 900 - 35, 22, 22));
+    EXPECT_EQ(items[0].frame, QRectF(900, 900 - 35, 22, 22));
 }
 
 TEST_F(ScannerFixture, convertsToBottomLeftCoordinatesAndKeepsItemsLeftOfThePrimary)
@@ -95,8 +95,8 @@ TEST_F(ScannerFixture, convertsToBottomLeftCoordinatesAndKeepsItemsLeftOfThePrim
     const QList<MenuBarItem> items = scan();
     ASSERT_EQ(items.size(), 2);
     EXPECT_EQ(items[0].id, 9u);
-    EXPECT_EQ(items[0].cocoaRect, QRectF(-200, 900 - 21.5, 22, 22));
-    EXPECT_EQ(items[1].cocoaRect, QRectF(1000, 878, 30, 22));
+    EXPECT_EQ(items[0].frame, QRectF(-200, 900 - 21.5, 22, 22));
+    EXPECT_EQ(items[1].frame, QRectF(1000, 878, 30, 22));
 }
 
 TEST_F(ScannerFixture, thePrimaryMonitorDecidesTheTopAndTheWidthLimit)

@@ -1,7 +1,7 @@
 // The overlay controller's rebuild rules, with a presenter that records the windows.
 #include "FakeMaskPresenter.h"
 #include "FakePlatform.h"
-#include "OverlayController.h"
+#include "core/OverlayController.h"
 
 #include <gtest/gtest.h>
 

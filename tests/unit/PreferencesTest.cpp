@@ -1,10 +1,10 @@
 // Preferences: defaults, stored booleans only, the shell and autostart effects.
-#include "Preferences.h"
+#include "core/Preferences.h"
 
-#include "DefaultsStore.h"
 #include "FakePlatform.h"
-#include "ShellHooks.h"
 #include "TestDirs.h"
+#include "core/DefaultsStore.h"
+#include "core/ShellHooks.h"
 #include "platform/AutostartLoginItems.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 // The panel reflow on synthetic captures: spacing, packing, background, pixel conversions and
 // the orientation of the rebuilt piece.
-#include "BarReflow.h"
+#include "core/BarReflow.h"
 
 #include <QPainter>
 #include <gtest/gtest.h>
@@ -44,8 +44,8 @@ QImage capture(const QList<MenuBarItem>& items, double scale,
     QPainter p(&image);
     p.fillRect(QRectF(0, 0, image.width(), 24 * scale), panelColor);
     for (const MenuBarItem& i : items) {
-        const double x = (i.cocoaRect.x() - screen.frame.x()) * scale;
-        p.fillRect(QRectF(x, 0, i.cocoaRect.width() * scale, 24 * scale), itemColor(i.id));
+        const double x = (i.frame.x() - screen.frame.x()) * scale;
+        p.fillRect(QRectF(x, 0, i.frame.width() * scale, 24 * scale), itemColor(i.id));
     }
     return image;
 }

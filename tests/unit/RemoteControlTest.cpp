@@ -1,9 +1,9 @@
 // The command line's parsing and the checks outside requests pass before they reach the model:
 // usage errors, bad values that change nothing, hidden labels set by toggles, change signals.
-#include "RemoteControl.h"
+#include "app/RemoteControl.h"
 
-#include "CommandLine.h"
 #include "FakeApp.h"
+#include "app/CommandLine.h"
 
 #include <QFile>
 #include <QSignalSpy>

@@ -1,8 +1,8 @@
 // The defaults store and the stored encodings of colours and picture paths.
-#include "Codecs.h"
-#include "DefaultsStore.h"
-#include "ProblemLog.h"
 #include "TestDirs.h"
+#include "core/Codecs.h"
+#include "core/DefaultsStore.h"
+#include "core/ProblemLog.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -3,7 +3,7 @@
 // ours, the solid-colour and tinted files with their numbering, and the tint's geometry and
 // sampling.
 #include "FakeApp.h"
-#include "WallpaperController.h"
+#include "core/WallpaperController.h"
 
 #include <QDir>
 #include <QFile>

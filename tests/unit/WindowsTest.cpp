@@ -5,7 +5,7 @@
 #include "FakeApp.h"
 #include "FakePlatform.h"
 #include "TestDirs.h"
-#include "WindowMover.h"
+#include "core/WindowMover.h"
 #include "platform/Geometry.h"
 #include "ui/MainWindow.h"
 

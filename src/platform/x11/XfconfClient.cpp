@@ -6,22 +6,64 @@
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QMetaObject>
+#include <atomic>
+#include <chrono>
 
 namespace Xfconf {
 
 namespace {
+
+// A daemon that just let a call time out is taken as hung for a while: the calls in that time
+// fail at once instead of each waiting out its own time-out (a quit makes a dozen of them, and
+// the session's end does not wait that long). Any answer of the daemon's ends it.
+constexpr std::chrono::milliseconds hungFor{5000};
+std::atomic<std::chrono::steady_clock::rep> hungUntil{0};
+
+std::chrono::steady_clock::rep now()
+{
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+}
+
+bool seemsHung()
+{
+    return now() < hungUntil.load();
+}
+
+void note(const QDBusMessage& reply)
+{
+    if (reply.type() == QDBusMessage::ErrorMessage &&
+        reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NoReply")) {
+        hungUntil.store(
+            now() +
+            std::chrono::duration_cast<std::chrono::steady_clock::duration>(hungFor).count());
+    } else if (!unreachable(reply)) {
+        hungUntil.store(0);
+    }
+}
+
 QDBusMessage methodCall(const QString& method, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
     message.setArguments(arguments);
     return message;
 }
+
+QDBusMessage hungReply(const QDBusMessage& request)
+{
+    return request.createErrorReply(QDBusError::NoReply,
+                                    QStringLiteral("xfconfd did not answer a moment ago"));
+}
+
 } // namespace
 
 QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
-    QDBusMessage reply = QDBusConnection::sessionBus().call(methodCall(method, arguments),
-                                                            QDBus::Block, callTimeoutMs);
+    const QDBusMessage request = methodCall(method, arguments);
+    QDBusMessage reply =
+        seemsHung() ? hungReply(request)
+                    : QDBusConnection::sessionBus().call(request, QDBus::Block, callTimeoutMs);
+    note(reply);
     if (reply.type() == QDBusMessage::ErrorMessage)
         qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
                 qUtf8Printable(arguments.value(1).toString()),
@@ -32,12 +74,20 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 void callAsync(QObject* context, const QString& method, const QVariantList& arguments,
                std::function<void(const QDBusMessage&)> done)
 {
+    const QDBusMessage request = methodCall(method, arguments);
+    if (seemsHung()) {
+        // Answered later all the same, as a real answer would be.
+        QMetaObject::invokeMethod(
+            context, [reply = hungReply(request), done = std::move(done)] { done(reply); },
+            Qt::QueuedConnection);
+        return;
+    }
     auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(methodCall(method, arguments), callTimeoutMs),
-        context);
+        QDBusConnection::sessionBus().asyncCall(request, callTimeoutMs), context);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
                      [watcher, done = std::move(done)] {
                          watcher->deleteLater();
+                         note(watcher->reply());
                          done(watcher->reply());
                      });
 }

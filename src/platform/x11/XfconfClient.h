@@ -19,7 +19,8 @@ inline const QString interface = QStringLiteral("org.xfce.Xfconf");
 // A daemon that has not answered by then is taken as gone.
 constexpr int callTimeoutMs = 2000;
 
-// Calls `method` and waits for the answer (at most callTimeoutMs); errors go to the log.
+// Calls `method` and waits for the answer (at most callTimeoutMs); errors go to the log. For a
+// few seconds after a call went unanswered, calls fail at once as unreachable.
 QDBusMessage call(const QString& method, const QVariantList& arguments);
 // Calls `method` and hands the answer (or the error, after at most callTimeoutMs) to `done` on
 // `context`'s thread; nothing is called once `context` is gone.

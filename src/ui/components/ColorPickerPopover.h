@@ -8,7 +8,7 @@
 // end of the operation that raised it, after the notifications it caused have been delivered.
 #pragma once
 
-#include "RgbColor.h"
+#include "core/RgbColor.h"
 
 #include <QList>
 #include <QString>

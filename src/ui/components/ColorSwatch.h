@@ -1,7 +1,7 @@
 // One preset colour of the colour picker: a small rounded square that is a plain button.
 #pragma once
 
-#include "RgbColor.h"
+#include "core/RgbColor.h"
 
 #include <QAbstractButton>
 #include <QString>

@@ -2,7 +2,7 @@
 // wallpaper), optionally a menu bar with status items and a column of desktop icons.
 #pragma once
 
-#include "RgbColor.h"
+#include "core/RgbColor.h"
 
 #include <QImage>
 #include <QList>

@@ -2,7 +2,7 @@
 // points and in pixels below. Drawn as a plain button: the caller connects `clicked`.
 #pragma once
 
-#include "DisplayInfo.h"
+#include "core/DisplayInfo.h"
 
 #include <QAbstractButton>
 #include <QRectF>

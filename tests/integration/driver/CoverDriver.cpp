@@ -15,10 +15,10 @@
 //   timecover MODE        switches the cover to MODE and waits until nothing is pending and the
 //                         masks are painted: "cover ms=<ms> masks=<n>"
 //   quit
-#include "AppModel.h"
 #include "CommandFile.h"
-#include "DefaultsStore.h"
-#include "Scheduler.h"
+#include "core/AppModel.h"
+#include "core/DefaultsStore.h"
+#include "core/Scheduler.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 #include "ui/MaskWindow.h"
@@ -89,7 +89,7 @@ private:
             for (const MenuBarItem& item : m_model.menuBarItems()) {
                 m_commands.say(QStringLiteral("item id=%1 %2 hidden=%3 label=%4")
                                    .arg(item.id)
-                                   .arg(rootRect(primaryTopLeft(item.cocoaRect, primary)))
+                                   .arg(rootRect(primaryTopLeft(item.frame, primary)))
                                    .arg(m_model.selectedItemIDs().contains(item.id) ? 1 : 0)
                                    .arg(item.label));
             }

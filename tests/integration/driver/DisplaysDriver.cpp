@@ -3,10 +3,10 @@
 //   screens | displays | modes | current | select <id> | apply <W>x<H> | restore |
 //   changes | quit
 // The model is built once at start-up, so the modes restored are the ones the displays had then.
-#include "AppModel.h"
 #include "CommandFile.h"
-#include "DefaultsStore.h"
-#include "Scheduler.h"
+#include "core/AppModel.h"
+#include "core/DefaultsStore.h"
+#include "core/Scheduler.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 

@@ -9,11 +9,11 @@
 //   icons hide|show
 //   support               answers "support DESKTOP|DRAWN-BY|pictures|icons" (0 or 1 each)
 //   quit                  puts the desktop back as quitting the program does, then exits
-#include "AppModel.h"
-#include "Codecs.h"
 #include "CommandFile.h"
-#include "DefaultsStore.h"
-#include "Scheduler.h"
+#include "core/AppModel.h"
+#include "core/Codecs.h"
+#include "core/DefaultsStore.h"
+#include "core/Scheduler.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 

@@ -6,9 +6,9 @@
 //   own-window TITLE         show a window of this process and wait until it is managed
 //   sizes                    print Qt's device pixel ratio and the sizes the program shows:
 //                            "ratio R screen WxH visible WxH current WxH tile WxH"
-#include "AppModel.h"
-#include "DefaultsStore.h"
-#include "Scheduler.h"
+#include "core/AppModel.h"
+#include "core/DefaultsStore.h"
+#include "core/Scheduler.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 
