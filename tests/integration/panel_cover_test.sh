@@ -123,6 +123,19 @@ wait "$watch_pid"
 qd_check_eq "no moment without a mask during four toggles (outside observer)" \
   "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
 qd_log "outside observer: $(tr '\n' ' ' <"$watch_log")"
+
+# A new desktop picture means a fresh capture of the panel; the panel's own pixels are read
+# under the masks, so they stay up meanwhile.
+"$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 5 >"$watch_log" 2>&1 &
+watch_pid=$!
+sleep 1
+for colour in '#204060' '#806040'; do
+  qd_drive colour "$colour"
+  sleep 1.5
+done
+wait "$watch_pid"
+qd_check_eq "no moment without a mask while the desktop colour changes (outside observer)" \
+  "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
 qd_log "toggle figures: $(qd_drive timetoggle YAD 2 10) / $(qd_drive stall)"
 qd_drive settle
 

@@ -8,6 +8,7 @@
 #include "X11Replies.h"
 #include "X11WindowFacts.h"
 
+#include <QPainter>
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <sys/ipc.h>
 #include <sys/shm.h>
+#include <xcb/composite.h>
 #include <xcb/shm.h>
 
 namespace {
@@ -66,6 +68,22 @@ bool copyOpaque(const std::uint8_t* data, std::size_t length, QImage& image)
     return true;
 }
 
+bool allOpaque(const std::uint8_t* data, std::size_t length)
+{
+    for (std::size_t i = 3; i < length; i += 4) {
+        if (data[i] != 0xff)
+            return false;
+    }
+    return true;
+}
+
+bool compositingManagerRuns(xcb_connection_t* c)
+{
+    const Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        c, xcb_get_selection_owner(c, X11::atom("_NET_WM_CM_S0")), nullptr));
+    return owner && owner->owner != XCB_WINDOW_NONE;
+}
+
 } // namespace
 
 X11Capture::X11Capture()
@@ -73,6 +91,14 @@ X11Capture::X11Capture()
     m_connection = X11::connection();
     if (!m_connection)
         return;
+    // Naming a window's offscreen pixmap needs Composite 0.2.
+    const xcb_query_extension_reply_t* composite =
+        xcb_get_extension_data(m_connection, &xcb_composite_id);
+    if (composite && composite->present) {
+        const Reply<xcb_composite_query_version_reply_t> version(xcb_composite_query_version_reply(
+            m_connection, xcb_composite_query_version(m_connection, 0, 2), nullptr));
+        m_compositeUsable = version && (version->major_version > 0 || version->minor_version >= 2);
+    }
     const xcb_query_extension_reply_t* shm = xcb_get_extension_data(m_connection, &xcb_shm_id);
     if (!shm || !shm->present)
         return;
@@ -83,6 +109,7 @@ X11Capture::X11Capture()
 
 X11Capture::~X11Capture()
 {
+    endRedirection();
     releaseSegment();
 }
 
@@ -119,9 +146,134 @@ QImage X11Capture::captureDisplay(quint32 displayId)
     const QRect stripRect(monitor.topLeft(),
                           QSize(monitor.width(), std::min(rows, monitor.height())));
 
-    // Read from the root window: whatever lies over the panels (our masks) is in it, so the
-    // masks come down before a capture.
-    return captureRootRect(stripRect);
+    // Read from the root window: whatever lies over the panels (our masks) is in it. Where a
+    // panel has an offscreen copy of ours, the panel's own pixels replace that part; a panel
+    // without one gets it now, while nothing of ours covers it (the masks come down before a
+    // capture until every panel has one).
+    QImage strip = captureRootRect(stripRect);
+    if (strip.isNull() || !m_compositeUsable)
+        return strip;
+    QPainter painter;
+    for (const auto& [window, rect] : panels) {
+        if (!m_redirected.contains(window)) {
+            redirect(window);
+            continue;
+        }
+        const QImage own = panelPixels(window);
+        if (own.isNull()) {
+            // Turned translucent under a compositing manager, or gone: read from the screen
+            // from now on.
+            dropRedirection(window);
+            continue;
+        }
+        if (!painter.isActive())
+            painter.begin(&strip);
+        painter.drawImage(rect.topLeft() - stripRect.topLeft(), own);
+    }
+    return strip;
+}
+
+QList<std::pair<xcb_window_t, QRect>> X11Capture::allTopPanels() const
+{
+    QList<std::pair<xcb_window_t, QRect>> panels;
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors())
+        panels.append(topPanels(monitor.rect));
+    return panels;
+}
+
+bool X11Capture::capturesBelowOwnWindows() const
+{
+    if (!m_compositeUsable || m_redirected.isEmpty())
+        return false;
+    // A panel that came since the last capture (a restarted panel) has no copy yet. Space kept
+    // free at the top without a dock window is not a panel here: such a bar is not covered
+    // without a panel window in practice.
+    const QList<std::pair<xcb_window_t, QRect>> panels = allTopPanels();
+    return !panels.isEmpty() && std::all_of(panels.cbegin(), panels.cend(), [this](const auto& p) {
+        return m_redirected.contains(p.first);
+    });
+}
+
+bool X11Capture::redirect(xcb_window_t panel)
+{
+    xcb_connection_t* c = m_connection;
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, panel), nullptr));
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    if (m_unreadable.contains(panel))
+        return false;
+    // Panels draw at the root's depth or, with an alpha channel, at 32 bits.
+    if (!geometry || !screen || (geometry->depth != screen->root_depth && geometry->depth != 32))
+        return false;
+    // Automatic: the server still draws the panel on the screen itself, nothing changes there.
+    // The redirection ends with our connection, so a crash leaves nothing behind.
+    const Reply<xcb_generic_error_t> error(xcb_request_check(
+        c, xcb_composite_redirect_window_checked(c, panel, XCB_COMPOSITE_REDIRECT_AUTOMATIC)));
+    if (error)
+        return false;
+    m_redirected.insert(panel);
+    // Nothing of ours covers the panel now: one that cannot be read from its copy is known
+    // before any mask relies on the copy.
+    if (panelPixels(panel).isNull()) {
+        dropRedirection(panel);
+        return false;
+    }
+    return true;
+}
+
+void X11Capture::dropRedirection(xcb_window_t panel)
+{
+    m_redirected.remove(panel);
+    m_unreadable.insert(panel);
+    xcb_discard_reply(m_connection, xcb_composite_unredirect_window_checked(
+                                        m_connection, panel, XCB_COMPOSITE_REDIRECT_AUTOMATIC)
+                                        .sequence);
+}
+
+QImage X11Capture::panelPixels(xcb_window_t panel) const
+{
+    xcb_connection_t* c = m_connection;
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, panel), nullptr));
+    if (!geometry || geometry->width == 0 || geometry->height == 0)
+        return {};
+    const xcb_pixmap_t pixmap = xcb_generate_id(c);
+    // The pixmap holds the border too; the panel's own pixels start inside it.
+    const xcb_void_cookie_t named = xcb_composite_name_window_pixmap_checked(c, panel, pixmap);
+    const xcb_get_image_cookie_t request =
+        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, std::int16_t(geometry->border_width),
+                      std::int16_t(geometry->border_width), geometry->width, geometry->height, ~0u);
+    xcb_free_pixmap(c, pixmap);
+    const Reply<xcb_generic_error_t> error(xcb_request_check(c, named));
+    const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(c, request, nullptr));
+    if (error || !reply)
+        return {};
+    const auto* data = xcb_get_image_data(reply.get());
+    const auto length = std::size_t(xcb_get_image_data_length(reply.get()));
+    // Without a compositing manager the server shows a 32-bit panel's colour bytes as they
+    // are; with one, a translucent panel shows the desktop through it, which its copy lacks.
+    if (geometry->depth == 32 && !allOpaque(data, length) && compositingManagerRuns(c))
+        return {};
+    QImage image(geometry->width, geometry->height, QImage::Format_RGB32);
+    if (image.isNull() || !copyOpaque(data, length, image))
+        return {};
+    return image;
+}
+
+void X11Capture::endRedirection()
+{
+    // The connection is Qt's; it may already be closed when the platform goes last.
+    xcb_connection_t* c = X11::connection();
+    if (c && c == m_connection) {
+        // A panel that went away meanwhile answers with an error, which nobody needs.
+        for (const xcb_window_t panel : std::as_const(m_redirected))
+            xcb_discard_reply(c, xcb_composite_unredirect_window_checked(
+                                     c, panel, XCB_COMPOSITE_REDIRECT_AUTOMATIC)
+                                     .sequence);
+        xcb_flush(c);
+    }
+    m_redirected.clear();
+    m_unreadable.clear();
 }
 
 QList<std::pair<xcb_window_t, QRect>> X11Capture::topPanels(const QRect& monitor) const
@@ -246,6 +398,7 @@ bool X11Capture::ensureSegment(std::size_t bytes)
 
 void X11Capture::releaseBuffers()
 {
+    endRedirection();
     m_buffers.clear();
     releaseSegment();
 }

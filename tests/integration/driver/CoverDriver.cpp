@@ -17,6 +17,7 @@
 //   quit
 #include "CommandFile.h"
 #include "core/AppModel.h"
+#include "core/Codecs.h"
 #include "core/DefaultsStore.h"
 #include "core/Scheduler.h"
 #include "platform/Platform.h"
@@ -98,6 +99,10 @@ private:
                 m_model.setMenuBarCover(*cover);
             else
                 m_commands.say(QStringLiteral("error unknown cover ") + argument);
+        } else if (command == QLatin1String("colour")) {
+            // A desktop colour of its own: the picture behind the panel changes.
+            m_model.setBackgroundColor(Codecs::colorFromHex(argument));
+            m_model.setBackground(DesktopBackground::color);
         } else if (command == QLatin1String("toggle")) {
             const auto& items = m_model.menuBarItems();
             const auto found = std::find_if(items.begin(), items.end(), [&](const MenuBarItem& i) {
