@@ -216,9 +216,14 @@ void AppModel::recomputeBarTiles(bool rescan)
                 tile.image = BarReflow::emptyColumn(*capture, screen, m_menuBarItems, *bar);
             tiles.append(tile);
         } else if (m_menuBarCover == MenuBarCover::items && capture) {
-            if (const auto piece =
-                    BarReflow::reflow(*capture, screen, m_menuBarItems, m_selectedItemIDs, *bar))
-                tiles.append({piece->rect, piece->image});
+            // Only what changes is covered: the rest of the panel stays live.
+            const auto piece =
+                BarReflow::reflow(*capture, screen, m_menuBarItems, m_selectedItemIDs, *bar);
+            const auto shown =
+                piece ? BarReflow::changesOnly(*piece, screen, m_menuBarItems, m_selectedItemIDs)
+                      : std::nullopt;
+            if (shown)
+                tiles.append({shown->rect, shown->image});
         }
     }
     // One step: the presenter replaces the old masks once the new ones are up.

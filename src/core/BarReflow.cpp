@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 
 namespace BarReflow {
 
@@ -54,6 +55,30 @@ double medianGap(const QList<MenuBarItem>& sorted, const ScreenInfo& screen)
         return 6.0;
     std::sort(gaps.begin(), gaps.end());
     return gaps[gaps.size() / 2];
+}
+
+// Where each shown item starts once packed against the right at the median gap, screen-local
+// points: the rightmost shown item ends where the rightmost item of all ended, even a hidden
+// one, and every item keeps its width.
+QHash<quint32, double> packedLefts(const QList<MenuBarItem>& sorted, const ScreenInfo& screen,
+                                   const QSet<quint32>& hiddenIDs)
+{
+    QHash<quint32, double> lefts;
+    if (sorted.isEmpty())
+        return lefts;
+    double maxRight = rightOffset(sorted.first(), screen);
+    for (const MenuBarItem& item : sorted)
+        maxRight = std::max(maxRight, rightOffset(item, screen));
+    const double spacing = medianGap(sorted, screen);
+    double cursor = maxRight;
+    for (auto it = sorted.crbegin(); it != sorted.crend(); ++it) {
+        if (hiddenIDs.contains(it->id))
+            continue;
+        cursor -= it->frame.width();
+        lefts.insert(it->id, cursor);
+        cursor -= spacing;
+    }
+    return lefts;
 }
 
 } // namespace
@@ -124,30 +149,20 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
 
     // The extent counts hidden items too, so the piece covers every item's old place.
     double minLeft = leftOffset(sorted.first(), screen);
-    double maxRight = rightOffset(sorted.first(), screen);
-    for (const MenuBarItem& item : sorted) {
+    for (const MenuBarItem& item : sorted)
         minLeft = std::min(minLeft, leftOffset(item, screen));
-        maxRight = std::max(maxRight, rightOffset(item, screen));
-    }
     const double tileLeft = std::max(minLeft - 8.0, 0.0);
     const double tileW = bar.rightPt.value_or(screen.frame.width()) - tileLeft;
-    const double spacing = medianGap(sorted, screen);
 
     QList<MenuBarItem> visible;
     for (const MenuBarItem& item : sorted) {
         if (!hiddenIDs.contains(item.id))
             visible.append(item);
     }
-
-    // Packed against the right: the rightmost visible item ends where the rightmost item of
-    // the screen ended, even when that one is hidden; every item keeps its width.
-    QHash<quint32, double> newX;
-    double cursor = maxRight - tileLeft;
-    for (auto it = visible.crbegin(); it != visible.crend(); ++it) {
-        cursor -= it->frame.width();
-        newX.insert(it->id, cursor);
-        cursor -= spacing;
-    }
+    // Piece-local places.
+    QHash<quint32, double> newX = packedLefts(sorted, screen, hiddenIDs);
+    for (double& x : newX)
+        x -= tileLeft;
 
     const int W = toPixels(scale, tileW);
     const int H = toPixels(scale, barHeightPt);
@@ -194,6 +209,58 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
     const QRectF rect(screen.frame.x() + tileLeft,
                       screen.frame.y() + screen.frame.height() - barHeightPt, tileW, barHeightPt);
     return Piece{rect, piece};
+}
+
+std::optional<Piece> changesOnly(const Piece& piece, const ScreenInfo& screen,
+                                 const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs)
+{
+    const QList<MenuBarItem> sorted = onScreen(items, screen);
+    if (sorted.isEmpty() || piece.rect.width() <= 0.0)
+        return piece;
+    const auto rightmost = std::max_element(
+        sorted.cbegin(), sorted.cend(), [&screen](const MenuBarItem& a, const MenuBarItem& b) {
+            return rightOffset(a, screen) < rightOffset(b, screen);
+        });
+    // The rightmost item hidden: the others close up to the bar's end, the piece runs there.
+    if (hiddenIDs.contains(rightmost->id))
+        return piece;
+
+    // A hundredth of a point is no move: the packing only adds and subtracts widths.
+    constexpr double still = 0.01;
+    const QHash<quint32, double> newLefts = packedLefts(sorted, screen, hiddenIDs);
+    std::optional<double> changedRight;
+    for (const MenuBarItem& item : sorted) {
+        const double oldLeft = leftOffset(item, screen);
+        const auto newLeft = newLefts.constFind(item.id);
+        double right = rightOffset(item, screen);
+        if (newLeft != newLefts.constEnd()) {
+            if (std::abs(*newLeft - oldLeft) < still)
+                continue;
+            right = std::max(right, *newLeft + item.frame.width());
+        }
+        changedRight = std::max(changedRight.value_or(right), right);
+    }
+    if (!changedRight)
+        return std::nullopt;
+
+    // The piece ends in the middle of the gap before the next item that stays, so an edge of
+    // that item drawn a little outside its frame stays live too.
+    const double pieceLeft = piece.rect.x() - screen.frame.x();
+    double end = pieceLeft + piece.rect.width();
+    for (const MenuBarItem& item : sorted) {
+        const double left = leftOffset(item, screen);
+        if (left >= *changedRight)
+            end = std::min(end, *changedRight + (left - *changedRight) / 2.0);
+    }
+    const double width = end - pieceLeft;
+    if (width >= piece.rect.width())
+        return piece;
+    const double scale = piece.image.width() / piece.rect.width();
+    const int pixels = toPixels(scale, width);
+    if (pixels < 1)
+        return std::nullopt;
+    return Piece{QRectF(piece.rect.x(), piece.rect.y(), width, piece.rect.height()),
+                 piece.image.copy(0, 0, pixels, piece.image.height())};
 }
 
 } // namespace BarReflow

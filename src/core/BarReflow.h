@@ -52,4 +52,11 @@ std::optional<Piece> reflow(const QImage& full, const ScreenInfo& screen,
                             const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs,
                             const Bar& bar);
 
+// The piece cut back to what the reflow changes, so what it leaves in place stays live (a
+// panel clock keeps ticking): it ends in the middle of the gap after the rightmost item that
+// is hidden or moves. Unchanged when the rightmost item is hidden (the others close up to the
+// bar's end); none when nothing is hidden and nothing moves.
+std::optional<Piece> changesOnly(const Piece& piece, const ScreenInfo& screen,
+                                 const QList<MenuBarItem>& items, const QSet<quint32>& hiddenIDs);
+
 } // namespace BarReflow

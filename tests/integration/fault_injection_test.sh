@@ -90,6 +90,10 @@ user_settings_are_back() { # BASELINE
 relaunch_and_quit() { # LOG-NAME
   "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; open(p,"w").write(json.dumps(d))' \
     "$XDG_CONFIG_HOME/Quillet/defaults.json"
+  # Xfce's pictures go back only through a running xfdesktop (one that starts while its
+  # pictures change may crash): a relaunch before the desktop is drawn again leaves them for
+  # the launch after. Relaunch as a user would, with the desktop there.
+  qd_wait_for 20 "a drawn desktop before the relaunch" desktop_drawn
   qd_launch_quillet "$1"
   qd_wait_for 20 "the main window" qd_main_window || qd_fail "no main window after the relaunch"
   qd_stop_checked TERM

@@ -278,3 +278,44 @@ TEST(BarReflow, aShortPanelAndAKnownBackgroundColumn)
     EXPECT_EQ(BarReflow::reflow(full, testScreen(), items, {1}, bar)->image.pixelColor(0, 5).rgb(),
               QColor(Qt::magenta).rgb());
 }
+
+TEST(BarReflow, onlyWhatChangesIsCoveredSoTheRestStaysLive)
+{
+    // Gaps 6, 6, 6; item 4 stands for the panel clock.
+    const QList<MenuBarItem> items{item(1, 100, 10), item(2, 116, 12), item(3, 134, 10),
+                                   item(4, 150, 20)};
+    const ScreenInfo screen = testScreen();
+    const QImage full = capture(items, 2);
+    const auto cut = [&](const QList<MenuBarItem>& list, const QImage& image,
+                         const QSet<quint32>& hidden) -> std::optional<BarReflow::Piece> {
+        const auto piece = BarReflow::reflow(image, screen, list, hidden, 24);
+        if (!piece)
+            return std::nullopt;
+        return BarReflow::changesOnly(*piece, screen, list, hidden);
+    };
+
+    // Item 2 hidden: item 1 moves 18 points right, onto 118..128. The piece ends halfway
+    // between 128 and item 3, which stays where it is, as does item 4.
+    auto piece = cut(items, full, {2});
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->rect, QRectF(92, 76, 39, 24));
+    EXPECT_EQ(piece->image.size(), QSize(78, 48));
+    EXPECT_EQ(columnsOf(piece->image, itemColor(1)), std::make_pair(2 * 26, 2 * 36 - 1));
+    EXPECT_EQ(columnsOf(piece->image, itemColor(3)).first, -1);
+
+    // The rightmost item hidden: everything closes up to the bar's end, which the piece keeps.
+    piece = cut(items, full, {4});
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->rect, QRectF(92, 76, 108, 24));
+
+    // Nothing hidden and nothing moves: nothing to cover.
+    EXPECT_FALSE(cut(items, full, {}));
+
+    // Nothing hidden, but item 1 stands 10 points off: it moves to the median gap, and only it
+    // is covered (up to halfway to item 2).
+    QList<MenuBarItem> uneven = items;
+    uneven[0] = item(1, 96, 10);
+    piece = cut(uneven, capture(uneven, 2), {});
+    ASSERT_TRUE(piece);
+    EXPECT_EQ(piece->rect, QRectF(88, 76, 25, 24));
+}
