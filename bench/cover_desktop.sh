@@ -19,7 +19,7 @@ toggles=${2:-20}
 }
 
 qd_init bench_cover_desktop
-rss() { sed -n 's/^VmRSS: *\([0-9]*\) kB/\1/p' "/proc/$QD_DRIVER_PID/status" | awk '{ printf "%.1f MB", $1 / 1024 }'; }
+rss() { sed -n 's/^VmRSS:[[:space:]]*\([0-9]*\) kB/\1/p' "/proc/$QD_DRIVER_PID/status" | awk '{ printf "%.1f MB", $1 / 1024 }'; }
 stall() { qd_drive stall | sed 's/^stall max=\([0-9.]*\).*/\1 ms/'; }
 
 run() { # TITLE DESKTOP-OPTIONS...
@@ -45,7 +45,9 @@ run() { # TITLE DESKTOP-OPTIONS...
   qd_drive stall >/dev/null
   echo "  \"Hide items\" from \"Hide bar\":     $(qd_drive timecover items | sed 's/^cover //')"
   echo "  UI thread held up at most:       $(stall)"
-  qd_drive toggle YAD 2
+  # YAD 1 stays hidden while YAD 2 is toggled, so a mask must be up all the time: only what
+  # changes is covered, and with nothing hidden there is no mask at all.
+  qd_drive toggle YAD 1
   qd_drive settle >/dev/null
 
   qd_drive stall >/dev/null

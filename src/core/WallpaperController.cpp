@@ -117,6 +117,10 @@ void WallpaperController::setBarTintActive(bool active)
     if (active == m_barTintActive)
         return;
     m_barTintActive = active;
+    // The decoded pictures serve only the tinted strip: without a cover they are memory for
+    // nothing (tens of megabytes at 4K).
+    if (!active)
+        m_decoded.clear();
     if (m_showing)
         apply();
 }

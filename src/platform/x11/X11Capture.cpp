@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <memory>
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -400,6 +401,10 @@ void X11Capture::releaseBuffers()
 {
     endRedirection();
     m_buffers.clear();
+    // Pictures of a whole monitor (captures, the tinted desktop picture) were freed by now, but
+    // glibc keeps freed heap for reuse once it has raised its mmap threshold past their size:
+    // hand it back, so going back to no cover gives the memory back.
+    malloc_trim(0);
     releaseSegment();
 }
 
