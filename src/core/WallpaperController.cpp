@@ -353,13 +353,17 @@ std::optional<QString> WallpaperController::snapshotWallpaper(const ScreenInfo& 
     const QImage image = m_platform.desktopPictures().snapshotDesktopPicture(screen);
     if (image.isNull())
         return std::nullopt;
-    const QByteArray png = encode(image, "png");
+    // The fastest deflate level (quality 80 gives zlib level 1): the file is ours alone and read
+    // back once, and the default level took some hundreds of milliseconds more at 4K.
+    const QByteArray png = encode(image, "png", 80);
     if (png.isEmpty())
         return std::nullopt;
     const QString path =
         inSupportDir(QStringLiteral("original-") + QString::number(id) + QStringLiteral(".png"));
     if (!writeFile(path, png))
         return std::nullopt;
+    // The tinted picture starts from this snapshot: no need to decode it again.
+    m_decoded.insert(decodedKey(path, image.size()), image);
     return path;
 }
 
@@ -396,10 +400,14 @@ QHash<quint32, QString> WallpaperController::loadOriginals(const DefaultsStore& 
 
 // --- the tinted strip under a covered panel ---------------------------------------------------
 
+QString WallpaperController::decodedKey(const QString& path, QSize size)
+{
+    return path + u'\n' + QString::number(size.width()) + u'x' + QString::number(size.height());
+}
+
 QImage WallpaperController::pictureToFill(const QString& path, QSize size)
 {
-    const QString key =
-        path + u'\n' + QString::number(size.width()) + u'x' + QString::number(size.height());
+    const QString key = decodedKey(path, size);
     if (const auto found = m_decoded.constFind(key); found != m_decoded.constEnd())
         return *found;
     const QImage picture = PictureFile::readToFill(path, size);

@@ -98,6 +98,7 @@ private:
     std::optional<QString> pictureForAppearance() const;
     // The picture scaled to fill `size` (not cropped), decoded once per path and size for as
     // long as the choice stands.
+    static QString decodedKey(const QString& path, QSize size);
     QImage pictureToFill(const QString& path, QSize size);
     void appearanceChanged();
     void screensChanged();
