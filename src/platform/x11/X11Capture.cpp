@@ -160,11 +160,16 @@ QImage X11Capture::captureDisplay(quint32 displayId)
             redirect(window);
             continue;
         }
-        const QImage own = panelPixels(window);
+        bool translucent = false;
+        const QImage own = panelPixels(window, &translucent);
         if (own.isNull()) {
-            // Turned translucent under a compositing manager, or gone: read from the screen
-            // from now on.
-            dropRedirection(window);
+            // Turned translucent under a compositing manager: read from the screen from now
+            // on. Otherwise the window is gone, or its id now names a new window that nobody
+            // redirected: the next capture, with the masks down, starts over.
+            if (translucent)
+                dropRedirection(window);
+            else
+                m_redirected.remove(window);
             continue;
         }
         if (!painter.isActive())
@@ -215,8 +220,12 @@ bool X11Capture::redirect(xcb_window_t panel)
     m_redirected.insert(panel);
     // Nothing of ours covers the panel now: one that cannot be read from its copy is known
     // before any mask relies on the copy.
-    if (panelPixels(panel).isNull()) {
-        dropRedirection(panel);
+    bool translucent = false;
+    if (panelPixels(panel, &translucent).isNull()) {
+        if (translucent)
+            dropRedirection(panel);
+        else
+            m_redirected.remove(panel);
         return false;
     }
     return true;
@@ -231,7 +240,7 @@ void X11Capture::dropRedirection(xcb_window_t panel)
                                         .sequence);
 }
 
-QImage X11Capture::panelPixels(xcb_window_t panel) const
+QImage X11Capture::panelPixels(xcb_window_t panel, bool* translucent) const
 {
     xcb_connection_t* c = m_connection;
     const Reply<xcb_get_geometry_reply_t> geometry(
@@ -253,8 +262,10 @@ QImage X11Capture::panelPixels(xcb_window_t panel) const
     const auto length = std::size_t(xcb_get_image_data_length(reply.get()));
     // Without a compositing manager the server shows a 32-bit panel's colour bytes as they
     // are; with one, a translucent panel shows the desktop through it, which its copy lacks.
-    if (geometry->depth == 32 && !allOpaque(data, length) && compositingManagerRuns(c))
+    if (geometry->depth == 32 && !allOpaque(data, length) && compositingManagerRuns(c)) {
+        *translucent = true;
         return {};
+    }
     QImage image(geometry->width, geometry->height, QImage::Format_RGB32);
     if (image.isNull() || !copyOpaque(data, length, image))
         return {};

@@ -47,8 +47,9 @@ private:
     // Has the server keep an offscreen copy of the panel from now on (drawn on the screen as
     // before); false for a panel that cannot be read that way.
     bool redirect(xcb_window_t panel);
-    // The panel's pixels from its offscreen copy; null when that failed.
-    QImage panelPixels(xcb_window_t panel) const;
+    // The panel's pixels from its offscreen copy; null when that failed, with `translucent` set
+    // when the copy does not show what the screen shows.
+    QImage panelPixels(xcb_window_t panel, bool* translucent) const;
     // Reads the panel from the screen from now on.
     void dropRedirection(xcb_window_t panel);
     void endRedirection();
