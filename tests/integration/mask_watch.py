@@ -8,29 +8,14 @@
 #
 #   mask_watch.py SECONDS
 import ctypes
-import ctypes.util
+import os
 import sys
 import time
 
-xlib = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
-Window = ctypes.c_ulong
-
-
-class XWindowAttributes(ctypes.Structure):
-    _fields_ = [
-        ("x", ctypes.c_int), ("y", ctypes.c_int),
-        ("width", ctypes.c_int), ("height", ctypes.c_int),
-        ("border_width", ctypes.c_int), ("depth", ctypes.c_int),
-        ("visual", ctypes.c_void_p), ("root", Window),
-        ("c_class", ctypes.c_int), ("bit_gravity", ctypes.c_int),
-        ("win_gravity", ctypes.c_int), ("backing_store", ctypes.c_int),
-        ("backing_planes", ctypes.c_ulong), ("backing_pixel", ctypes.c_ulong),
-        ("save_under", ctypes.c_int), ("colormap", ctypes.c_ulong),
-        ("map_installed", ctypes.c_int), ("map_state", ctypes.c_int),
-        ("all_event_masks", ctypes.c_long), ("your_event_mask", ctypes.c_long),
-        ("do_not_propagate_mask", ctypes.c_long), ("override_redirect", ctypes.c_int),
-        ("screen", ctypes.c_void_p),
-    ]
+# The Xlib bindings the desktop probe already declares (the library, Window, the window
+# attributes and the calls both scripts make).
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support", "desktop"))
+from xprobe import IS_VIEWABLE, Window, XWindowAttributes, xlib  # noqa: E402
 
 
 # The common head of MapNotify, UnmapNotify and DestroyNotify events.
@@ -47,19 +32,10 @@ class XEvent(ctypes.Union):
 
 DESTROY_NOTIFY, UNMAP_NOTIFY, MAP_NOTIFY = 17, 18, 19
 SUBSTRUCTURE_NOTIFY_MASK = 1 << 19
-IS_VIEWABLE = 2
 
-xlib.XOpenDisplay.restype = ctypes.c_void_p
-xlib.XOpenDisplay.argtypes = [ctypes.c_char_p]
-xlib.XDefaultRootWindow.restype = Window
-xlib.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
 xlib.XSelectInput.argtypes = [ctypes.c_void_p, Window, ctypes.c_long]
 xlib.XPending.argtypes = [ctypes.c_void_p]
 xlib.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.POINTER(XEvent)]
-xlib.XGetWindowAttributes.argtypes = [ctypes.c_void_p, Window, ctypes.POINTER(XWindowAttributes)]
-xlib.XQueryTree.argtypes = [ctypes.c_void_p, Window, ctypes.POINTER(Window), ctypes.POINTER(Window),
-                            ctypes.POINTER(ctypes.POINTER(Window)), ctypes.POINTER(ctypes.c_uint)]
-xlib.XFree.argtypes = [ctypes.c_void_p]
 xlib.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
 xlib.XSetErrorHandler.argtypes = [ctypes.c_void_p]
 
