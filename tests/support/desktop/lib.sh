@@ -35,6 +35,9 @@ qd_init() { # TEST-NAME
 # The desktop stops itself if this shell dies without cleaning up (for example on a timeout).
 qd_start_desktop() {
   local exports
+  # One desktop at a time: a section that starts the next one stops the one before it (the
+  # watchdog does not, as it follows the test's own process).
+  qd_stop_desktop
   exports=$("$QD_REPO/scripts/test-desktop" start --owner-pid $$ "$@") || {
     qd_log "FAIL: the virtual desktop did not start"
     exit 1
