@@ -131,8 +131,9 @@ void WallpaperController::restore()
 
 void WallpaperController::appearanceChanged()
 {
-    // Only the light/dark choice depends on the appearance.
-    if (m_showing && m_applied && m_choice.mode == DesktopBackground::image)
+    // Only the light/dark choice depends on the appearance. What is wanted decides, not what a
+    // pass has done so far: the first pass may not have run yet.
+    if (m_showing && m_choice.mode == DesktopBackground::image)
         request(PicturePass::Kind::show);
 }
 
@@ -141,7 +142,7 @@ void WallpaperController::screensChanged()
     // With the pictures shown, new sizes need new tinted pictures, a root picture must be drawn
     // again for the new root, and a monitor that came back shows the choice too. Otherwise a
     // monitor that was off when its pictures went back gets them now.
-    request(m_showing && m_applied ? PicturePass::Kind::show : PicturePass::Kind::putBack);
+    request(m_showing ? PicturePass::Kind::show : PicturePass::Kind::putBack);
 }
 
 bool WallpaperController::idle() const
