@@ -123,8 +123,9 @@ void WallpaperController::setBarTintActive(bool active)
     if (active == m_barTintActive)
         return;
     m_barTintActive = active;
+    // The panel is read again once the strip under it has changed.
     if (m_showing)
-        request(PicturePass::Kind::show);
+        request(PicturePass::Kind::show, /*announce=*/true);
 }
 
 void WallpaperController::restore()

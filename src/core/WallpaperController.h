@@ -128,7 +128,8 @@ public:
 signals:
     // Said once per run when a restore could not put back exactly what the desktop showed.
     void restoreNotice(const QString& text);
-    // The pictures of a show() are on the desktop (or could not be put there).
+    // The pictures asked for by show() or by a change of the cover are on the desktop (or could
+    // not be put there).
     void picturesShown();
 
 private:

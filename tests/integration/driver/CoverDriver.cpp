@@ -20,6 +20,7 @@
 #include "core/Codecs.h"
 #include "core/DefaultsStore.h"
 #include "core/Scheduler.h"
+#include "core/TaskQueue.h"
 #include "platform/Platform.h"
 #include "platform/x11/PlatformFactory.h"
 #include "ui/MaskWindow.h"
@@ -196,8 +197,8 @@ private:
         clock.start();
         m_model.setMenuBarCover(*cover);
         const auto done = [this, &cover] {
-            return !m_model.hasPendingBarRecapture() && !m_platform.panelScan().isScanning() &&
-                   masksPainted() &&
+            return m_model.wallpaper().idle() && !m_model.hasPendingBarRecapture() &&
+                   !m_platform.panelScan().isScanning() && masksPainted() &&
                    (*cover == MenuBarCover::keep || !m_masks.menuBarWindows().isEmpty());
         };
         while (!done() && clock.elapsed() < 10000)
@@ -220,8 +221,8 @@ private:
 
     void checkSettled()
     {
-        bool settled = !m_model.hasPendingBarRecapture() && !m_platform.panelScan().isScanning() &&
-                       !m_masks.isReplacing();
+        bool settled = m_model.wallpaper().idle() && !m_model.hasPendingBarRecapture() &&
+                       !m_platform.panelScan().isScanning() && !m_masks.isReplacing();
         for (MaskWindow* window : m_masks.menuBarWindows()) {
             const QWindow* handle = window->windowHandle();
             settled = settled && handle && handle->isExposed();
@@ -263,8 +264,14 @@ int main(int argc, char** argv)
 
     std::unique_ptr<Platform> platform = createPlatform();
     QtScheduler scheduler;
-    AppModel model(
-        {*platform, DefaultsStore::standard(), scheduler, {QStringLiteral(QUILLET_BUILD_SHARE)}});
+    // As in the program: the pictures are set on a thread of their own.
+    ThreadTaskQueue pictureWork(QStringLiteral("desktop pictures"));
+    AppModel model({*platform,
+                    DefaultsStore::standard(),
+                    scheduler,
+                    {QStringLiteral(QUILLET_BUILD_SHARE)},
+                    nullptr,
+                    &pictureWork});
     MaskWindowPresenter masks;
     model.overlays().setPresenter(&masks);
     Driver driver(model, *platform, masks, QString::fromLocal8Bit(argv[1]));
