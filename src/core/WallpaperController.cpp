@@ -195,6 +195,8 @@ void WallpaperController::request(PicturePass::Kind kind, bool announce)
             PicturePass next;
             {
                 const QMutexLocker lock(&m_nextMutex);
+                if (!m_next)
+                    return;
                 next = std::move(*m_next);
                 m_next.reset();
             }

@@ -15,9 +15,9 @@
 #include "platform/Screens.h"
 #include "platform/WindowList.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QImage>
-#include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
 #include <QSize>

@@ -131,7 +131,8 @@ if [ ${#as_user[@]} -gt 0 ]; then
   mkdir -p "$XDG_DATA_HOME/Quillet"
   chmod 555 "$XDG_CONFIG_HOME/Quillet" "$XDG_DATA_HOME/Quillet"
   launcher=("${as_user[@]}")
-  run_once readonly
+  run_once readonly qd_wait_for 15 "the word on the support folder" \
+    grep -qF -- "cannot write pictures to the folder" "$QD_TMP/readonly.log"
   launcher=(env)
   chmod 755 "$XDG_CONFIG_HOME/Quillet" "$XDG_DATA_HOME/Quillet"
   qd_check_eq "read-only config folder: said once" 1 "$(said readonly "no file can be written in the folder $XDG_CONFIG_HOME/Quillet")"
@@ -181,7 +182,8 @@ for f in truncated empty huge notes; do cp "$pictures/$f.png" "$QD_TMP/$f.origin
 picture_case() { # NAME FILE EXPECTED-MESSAGE
   qd_new_home
   qd_write_defaults "$("$QD_PYTHON" -c 'import json,sys; print(json.dumps({"pref.restoreOnLaunch": True, "state.background": "image", "state.menuBarCover": "entire", "lightWallpaperURL": sys.argv[1], "darkWallpaperURL": sys.argv[1]}))' "$2")"
-  run_once "picture-$1"
+  # The pictures are read on a thread of their own: wait for the word before quitting.
+  run_once "picture-$1" qd_wait_for 15 "the word on $1" grep -qF -- "$3" "$QD_TMP/picture-$1.log"
   qd_check_eq "$1 picture: said once" 1 "$(said "picture-$1" "$3")"
 }
 picture_case truncated "$pictures/truncated.png" "picture file $pictures/truncated.png cannot be shown"
