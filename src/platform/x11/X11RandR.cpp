@@ -86,6 +86,18 @@ QList<RandrMonitor> randrMonitors()
     return result;
 }
 
+std::optional<QRect> monitorRect(const QString& name, std::optional<xcb_randr_output_t> output)
+{
+    std::optional<QRect> byOutput;
+    for (const RandrMonitor& monitor : randrMonitors()) {
+        if (!monitor.name.isEmpty() && monitor.name == name)
+            return monitor.rect;
+        if (output && !byOutput && monitor.outputs.contains(*output))
+            byOutput = monitor.rect;
+    }
+    return byOutput;
+}
+
 QString outputName(xcb_randr_output_t output)
 {
     xcb_connection_t* c = connection();
