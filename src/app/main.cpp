@@ -2,9 +2,11 @@
 #include "CommandLine.h"
 #include "QuilletApp.h"
 #include "RemoteCommand.h"
+#include "core/AppModel.h"
 
 #include <QApplication>
 #include <cstdio>
+#include <cstdlib>
 
 int main(int argc, char* argv[])
 {
@@ -51,5 +53,15 @@ int main(int argc, char* argv[])
     if (!app.becomeTheRunningInstance(forwardedStatus))
         return forwardedStatus;
     app.start(!commandLine.hidden);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // The quit waited a few seconds for the pictures to go back. Work still running then is held
+    // up by a desktop that does not answer; its records stay for the next launch, and ending
+    // here keeps that thread away from the objects the normal exit destroys.
+    if (!AppModel::shared().wallpaper().idle()) {
+        std::fprintf(stderr, "Quillet: the desktop pictures did not go back in time; the next "
+                             "launch puts them back.\n");
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
 }

@@ -5,6 +5,7 @@
 #include "DefaultsStore.h"
 #include "Preferences.h"
 #include "Scheduler.h"
+#include "TaskQueue.h"
 #include "platform/Platform.h"
 
 #include <QCoreApplication>
@@ -25,7 +26,12 @@ AppModel::AppModel(Dependencies deps)
                                                     &m_defaults);
     m_overlays =
         std::make_unique<OverlayController>(m_platform.screens(), m_platform.managerWatch());
-    m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults);
+    m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults, deps.pictureWork);
+    connect(m_wallpaper.get(), &WallpaperController::picturesShown, this, [this] {
+        // The desktop behind the panel has changed.
+        m_frameCache.clear();
+        scheduleBarRecapture();
+    });
     // Said in the window, and in the log for a restore at quit, when the window is gone.
     connect(m_wallpaper.get(), &WallpaperController::restoreNotice, this,
             [this](const QString& text) {
@@ -90,8 +96,10 @@ AppModel::~AppModel() = default;
 AppModel& AppModel::shared()
 {
     static QtScheduler scheduler;
-    static AppModel* model =
-        new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler});
+    // Never ended: its thread goes with the process, after the quit has waited for its work.
+    static TaskQueue* pictureWork = new ThreadTaskQueue(QStringLiteral("desktop pictures"));
+    static AppModel* model = new AppModel(
+        {Platform::shared(), DefaultsStore::standard(), scheduler, {}, nullptr, pictureWork});
     return *model;
 }
 
@@ -160,8 +168,14 @@ void AppModel::restoreDesktop(const WaitUntil& quitting)
     waitFor([this] { return m_desktopIcons.onlyRestartLeft(); });
     m_wallpaper->restore();
     m_overlays->clearMenuBarWindows();
-    m_desktopIcons.releaseRestarts(/*waitForReady=*/!quitting);
-    waitFor([this] { return m_desktopIcons.isSettled(); });
+    if (quitting) {
+        waitFor([this] { return m_wallpaper->idle(); });
+        m_desktopIcons.releaseRestarts(/*waitForReady=*/false);
+        waitFor([this] { return m_desktopIcons.isSettled(); });
+    } else {
+        // The pictures go back on their own thread: the desktop program restarts once they are.
+        m_wallpaper->afterPending(this, [this] { m_desktopIcons.releaseRestarts(true); });
+    }
 }
 
 void AppModel::setDesktopIconsHidden(bool hidden)
@@ -211,9 +225,6 @@ void AppModel::pushWallpaper()
         return;
     }
     m_wallpaper->show({m_background, m_backgroundColor, m_lightWallpaperURL, m_darkWallpaperURL});
-    // The desktop behind the panel has changed.
-    m_frameCache.clear();
-    scheduleBarRecapture();
 }
 
 void AppModel::followDesktopBackend()

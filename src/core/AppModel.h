@@ -29,12 +29,13 @@
 #include <memory>
 #include <optional>
 
-class DefaultsStore;
 class Appearance;
+class DefaultsStore;
 class Platform;
 class Preferences;
 class ScheduledTask;
 class Scheduler;
+class TaskQueue;
 
 class AppModel final : public QObject {
     Q_OBJECT
@@ -73,6 +74,9 @@ public:
         QStringList resourceDirs = {};
         // Read by restoreIfEnabled; null means Preferences::shared().
         Preferences* preferences = nullptr;
+        // Where the desktop pictures are read, rendered and set; null means on the calling
+        // thread, as the tests have it.
+        TaskQueue* pictureWork = nullptr;
     };
 
     explicit AppModel(Dependencies deps);

@@ -83,9 +83,15 @@ DefaultsStore& DefaultsStore::standard()
     return store;
 }
 
+QJsonValue DefaultsStore::rawValue(const StoredKey& key) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_values.value(key.name);
+}
+
 QJsonValue DefaultsStore::value(const StoredKey& key) const
 {
-    const QJsonValue stored = m_values.value(key.name);
+    const QJsonValue stored = rawValue(key);
     return hasKind(stored, key.kind) ? stored : key.fallback;
 }
 
@@ -114,6 +120,7 @@ std::optional<QStringList> DefaultsStore::stringListValue(const StoredKey& key) 
 
 void DefaultsStore::setValue(const StoredKey& key, const QJsonValue& value)
 {
+    const QMutexLocker lock(&m_mutex);
     m_values.insert(key.name, value);
     save();
 }
@@ -125,6 +132,7 @@ void DefaultsStore::setStringList(const StoredKey& key, const QStringList& value
 
 void DefaultsStore::remove(const StoredKey& key)
 {
+    const QMutexLocker lock(&m_mutex);
     m_values.remove(key.name);
     save();
 }

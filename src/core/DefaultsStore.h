@@ -6,6 +6,7 @@
 #include "StoredKeys.h"
 
 #include <QJsonObject>
+#include <QMutex>
 #include <QString>
 #include <QStringList>
 #include <optional>
@@ -16,6 +17,8 @@ class QFileDevice;
 // when the disk takes less.
 bool writeAll(QFileDevice& file, const QByteArray& bytes);
 
+// The desktop pictures are recorded from a thread of their own: every read and write holds the
+// store's lock.
 class DefaultsStore final {
 public:
     // Opens (or later creates) the store at `filePath`.
@@ -29,7 +32,7 @@ public:
     // The stored value when it has the key's type, else the key's fallback.
     QJsonValue value(const StoredKey& key) const;
     // The stored value whatever its type (Undefined when absent).
-    QJsonValue rawValue(const StoredKey& key) const { return m_values.value(key.name); }
+    QJsonValue rawValue(const StoredKey& key) const;
 
     std::optional<bool> boolValue(const StoredKey& key) const;
     std::optional<QString> stringValue(const StoredKey& key) const;
@@ -57,6 +60,7 @@ private:
     // The file is damaged: keep it beside under a new name and start a new one.
     void moveAside(const QString& reason);
 
+    mutable QMutex m_mutex;
     QString m_filePath;
     QString m_movedAsidePath;
     QJsonObject m_values;

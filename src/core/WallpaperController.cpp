@@ -5,6 +5,7 @@
 #include "CoreLogging.h"
 #include "DefaultsStore.h"
 #include "ProblemLog.h"
+#include "TaskQueue.h"
 #include "platform/Geometry.h"
 #include "platform/PictureFile.h"
 #include "platform/Platform.h"
@@ -19,7 +20,6 @@
 #include <QJsonObject>
 #include <QPainter>
 #include <QSaveFile>
-#include <QScopeGuard>
 #include <algorithm>
 #include <cmath>
 
@@ -93,8 +93,10 @@ QString inSupportDir(const QString& fileName)
 } // namespace
 
 WallpaperController::WallpaperController(Platform& platform, DefaultsStore& defaults,
-                                         QObject* parent)
-    : QObject(parent), m_platform(platform), m_defaults(defaults)
+                                         TaskQueue* work, QObject* parent)
+    : QObject(parent), m_platform(platform), m_defaults(defaults),
+      m_inline(work ? nullptr : std::make_unique<InlineTaskQueue>()),
+      m_work(work ? *work : *m_inline)
 {
     m_originals = loadOriginals(m_defaults);
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
@@ -103,13 +105,13 @@ WallpaperController::WallpaperController(Platform& platform, DefaultsStore& defa
             &WallpaperController::screensChanged);
 }
 
+WallpaperController::~WallpaperController() = default;
+
 void WallpaperController::show(const WallpaperChoice& choice)
 {
-    if (choice != m_choice)
-        m_decoded.clear();
     m_choice = choice;
     m_showing = true;
-    apply();
+    request(PicturePass::Kind::show, /*announce=*/true);
 }
 
 void WallpaperController::setBarTintActive(bool active)
@@ -117,53 +119,122 @@ void WallpaperController::setBarTintActive(bool active)
     if (active == m_barTintActive)
         return;
     m_barTintActive = active;
-    // The decoded pictures serve only the tinted strip: without a cover they are memory for
-    // nothing (tens of megabytes at 4K).
-    if (!active)
-        m_decoded.clear();
     if (m_showing)
-        apply();
+        request(PicturePass::Kind::show);
 }
 
 void WallpaperController::restore()
 {
     m_showing = false;
-    putBack();
+    request(PicturePass::Kind::putBack);
 }
 
 void WallpaperController::appearanceChanged()
 {
-    // Only the light/dark choice depends on the appearance.
-    if (m_showing && m_applied && m_choice.mode == DesktopBackground::image)
-        apply();
+    // Only the light/dark choice depends on the appearance. What is wanted decides, not what a
+    // pass has done so far: the first pass may not have run yet.
+    if (m_showing && m_choice.mode == DesktopBackground::image)
+        request(PicturePass::Kind::show);
 }
 
 void WallpaperController::screensChanged()
 {
-    if (m_showing && m_applied) {
-        // New sizes need new tinted pictures, a root picture must be drawn again for the new
-        // root, and a monitor that came back shows the choice too.
-        apply();
-    } else {
-        // A monitor that was off when its pictures went back gets them now.
-        putBack();
+    // With the pictures shown, new sizes need new tinted pictures, a root picture must be drawn
+    // again for the new root, and a monitor that came back shows the choice too. Otherwise a
+    // monitor that was off when its pictures went back gets them now.
+    request(m_showing ? PicturePass::Kind::show : PicturePass::Kind::putBack);
+}
+
+bool WallpaperController::idle() const
+{
+    return m_work.idle();
+}
+
+void WallpaperController::afterPending(QObject* context, std::function<void()> done)
+{
+    m_work.post([] {}, context, std::move(done));
+}
+
+PicturePass WallpaperController::passFor(PicturePass::Kind kind, bool announce) const
+{
+    PicturePass pass;
+    pass.kind = kind;
+    pass.choice = m_choice;
+    pass.barTint = m_barTintActive;
+    pass.announce = announce;
+    pass.screens = m_platform.screens().screens();
+    return pass;
+}
+
+void WallpaperController::request(PicturePass::Kind kind, bool announce)
+{
+    PicturePass pass = passFor(kind, announce);
+    {
+        const QMutexLocker lock(&m_nextMutex);
+        const bool queued = m_next.has_value();
+        // A pass not yet begun gives way: the desktop only needs to end up as asked last.
+        if (queued)
+            pass.announce = pass.announce || m_next->announce;
+        m_next = std::move(pass);
+        if (queued)
+            return;
     }
+    auto announced = std::make_shared<bool>(false);
+    m_work.post(
+        [this, announced] {
+            PicturePass next;
+            {
+                const QMutexLocker lock(&m_nextMutex);
+                next = std::move(*m_next);
+                m_next.reset();
+            }
+            *announced = next.announce;
+            run(next);
+        },
+        this,
+        [this, announced] {
+            if (*announced)
+                emit picturesShown();
+        });
+}
+
+void WallpaperController::run(const PicturePass& pass)
+{
+    // Pictures are decoded once per choice: a file changed behind its back shows with a new one.
+    if (pass.choice != m_pass.choice)
+        m_decoded.clear();
+    m_pass = pass;
+    if (pass.kind == PicturePass::Kind::show) {
+        // Read here rather than when asked: the window list waits on the X server, and the
+        // appearance may take a bus call and a child process (once per pass, not per monitor).
+        m_pass.windows = m_platform.windowList().onScreenWindows();
+        if (pass.choice.mode == DesktopBackground::image)
+            m_pass.dark = m_platform.appearance().isDark();
+    }
+    if (pass.kind == PicturePass::Kind::putBack)
+        putBack();
+    else
+        apply();
+    // The decoded pictures serve only the tinted strip: without a cover they are memory for
+    // nothing (tens of megabytes at 4K).
+    if (!pass.barTint)
+        m_decoded.clear();
 }
 
 void WallpaperController::apply()
 {
-    if (m_choice.mode == DesktopBackground::keep && !m_barTintActive) {
+    if (m_pass.choice.mode == DesktopBackground::keep && !m_pass.barTint) {
         putBack();
         return;
     }
     const QHash<quint32, QString> heldBefore = m_originals;
-    captureOriginalsIfNeeded();
+    captureOriginalsIfNeeded(m_pass.screens);
     m_applied = true;
 
     // No monitor changes before the desktop's own record of it is on disk.
     DesktopPictures& pictures = m_platform.desktopPictures();
     QList<ScreenInfo> screens;
-    for (const ScreenInfo& screen : m_platform.screens().screens()) {
+    for (const ScreenInfo& screen : std::as_const(m_pass.screens)) {
         if (pictures.rememberDesktop(screen)) {
             screens.append(screen);
         } else if (screen.displayId && !heldBefore.contains(*screen.displayId)) {
@@ -173,7 +244,7 @@ void WallpaperController::apply()
         }
     }
     persistOriginalsIfChanged(heldBefore);
-    if (!m_barTintActive) {
+    if (!m_pass.barTint) {
         const std::optional<QString> target = targetURL();
         if (!target)
             return;
@@ -184,11 +255,6 @@ void WallpaperController::apply()
         }
         return;
     }
-    // Asking for the appearance may mean a bus call and a child process: once per apply, not
-    // once per monitor.
-    if (m_choice.mode == DesktopBackground::image)
-        m_darkForThisApply = m_platform.appearance().isDark();
-    const auto forget = qScopeGuard([this] { m_darkForThisApply.reset(); });
     for (const ScreenInfo& screen : std::as_const(screens)) {
         if (!screen.displayId)
             continue;
@@ -204,7 +270,7 @@ void WallpaperController::putBack()
     DesktopPictures& pictures = m_platform.desktopPictures();
     const bool otherDesktopsRecord = pictures.otherDesktopRecordPending();
     const QHash<quint32, QString> before = m_originals;
-    for (const ScreenInfo& screen : m_platform.screens().screens()) {
+    for (const ScreenInfo& screen : std::as_const(m_pass.screens)) {
         const PictureRestore outcome = pictures.restoreDesktop(screen);
         if (!screen.displayId)
             continue;
@@ -245,20 +311,19 @@ void WallpaperController::putBack()
 
 std::optional<QString> WallpaperController::pictureForAppearance() const
 {
-    const bool dark = m_darkForThisApply ? *m_darkForThisApply : m_platform.appearance().isDark();
-    const auto& [light, darkPicture] = std::pair(m_choice.lightURL, m_choice.darkURL);
-    if (dark)
+    const auto& [light, darkPicture] = std::pair(m_pass.choice.lightURL, m_pass.choice.darkURL);
+    if (m_pass.dark)
         return darkPicture ? darkPicture : light;
     return light ? light : darkPicture;
 }
 
 std::optional<QString> WallpaperController::targetURL()
 {
-    switch (m_choice.mode) {
+    switch (m_pass.choice.mode) {
     case DesktopBackground::keep:
         return std::nullopt;
     case DesktopBackground::color:
-        return renderSolidColor(m_choice.color);
+        return renderSolidColor(m_pass.choice.color);
     case DesktopBackground::image:
         return pictureForAppearance();
     }
@@ -298,7 +363,7 @@ bool WallpaperController::isStagedURL(const QString& path) const
         name.startsWith(kTintedPrefix))
         return true;
     const QString resolved = resolvedPath(path);
-    for (const auto& chosen : {m_choice.lightURL, m_choice.darkURL}) {
+    for (const auto& chosen : {m_pass.choice.lightURL, m_pass.choice.darkURL}) {
         if (chosen && resolvedPath(*chosen) == resolved)
             return true;
     }
@@ -312,11 +377,10 @@ QString WallpaperController::supportDir()
 
 // --- the user's own pictures -----------------------------------------------------------------
 
-void WallpaperController::captureOriginalsIfNeeded()
+void WallpaperController::captureOriginalsIfNeeded(const QList<ScreenInfo>& screens)
 {
     // An entry already held (also one left by an earlier run, or one of a monitor that was off
     // when the pictures went back) is never replaced: the monitor may show our own picture now.
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
     const QHash<quint32, QString> before = m_originals;
     for (const ScreenInfo& screen : screens) {
         if (!screen.displayId || m_originals.contains(*screen.displayId))
@@ -433,8 +497,9 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
 
     // The base picture already scaled to fill the monitor, centred when drawn: the overflow on
     // one axis is cut off equally on both sides.
+    const WallpaperChoice& choice = m_pass.choice;
     QImage base;
-    switch (m_choice.mode) {
+    switch (choice.mode) {
     case DesktopBackground::keep:
         if (const auto found = m_originals.constFind(id); found != m_originals.constEnd())
             base = pictureToFill(*found, size);
@@ -452,7 +517,7 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
         return std::nullopt;
     QPainter painter(&canvas);
     if (base.isNull()) {
-        canvas.fill(m_choice.color.toQColor());
+        canvas.fill(choice.color.toQColor());
     } else {
         const QPoint origin(int(std::lround((width - base.width()) / 2)),
                             int(std::lround((height - base.height()) / 2)));
@@ -462,14 +527,13 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     }
 
     // Only a monitor with a panel along its top has a bar to blend with.
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
-    if (const auto barHeight = topPanelHeight(m_platform.windowList(), screen, screens)) {
+    if (const auto barHeight = topPanelHeight(m_pass.windows, screen, m_pass.screens)) {
         const double frameHeight = screen.frame.height();
-        RgbColor stripColor = m_choice.color;
-        if (m_choice.mode != DesktopBackground::color && !base.isNull()) {
+        RgbColor stripColor = choice.color;
+        if (choice.mode != DesktopBackground::color && !base.isNull()) {
             double fraction = frameHeight >= 1 ? *barHeight / frameHeight : *barHeight;
             fraction = std::max(fraction, 0.02);
-            stripColor = averageTop(base, fraction).value_or(m_choice.color);
+            stripColor = averageTop(base, fraction).value_or(choice.color);
         }
         // The strip keeps the screen's own proportion.
         const double stripHeight = *barHeight / std::max(frameHeight, 1.0) * height;
@@ -491,7 +555,7 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     return path;
 }
 
-std::optional<double> WallpaperController::topPanelHeight(const WindowList& windows,
+std::optional<double> WallpaperController::topPanelHeight(const QList<WindowListEntry>& windows,
                                                           const ScreenInfo& screen,
                                                           const QList<ScreenInfo>& screens)
 {
@@ -503,7 +567,7 @@ std::optional<double> WallpaperController::topPanelHeight(const WindowList& wind
     const double top = frame.y();
     const double left = frame.x();
     const double right = frame.right();
-    for (const WindowListEntry& entry : windows.onScreenWindows()) {
+    for (const WindowListEntry& entry : windows) {
         const QRectF& b = entry.bounds;
         // A vertical panel that starts at the top (wider than high only for horizontal panels)
         // is not the bar.
@@ -514,19 +578,6 @@ std::optional<double> WallpaperController::topPanelHeight(const WindowList& wind
             return b.height();
     }
     return std::nullopt;
-}
-
-double WallpaperController::menuBarHeight(const WindowList& windows)
-{
-    // The top panel: a panel window at the top edge. A vertical panel that starts at the top
-    // (wider than high only for horizontal panels) is not the bar.
-    for (const WindowListEntry& entry : windows.onScreenWindows()) {
-        const QRectF& b = entry.bounds;
-        if (entry.layer == WindowLayer::panel && b.y() <= 1.0 && b.height() > 0 &&
-            b.width() > b.height())
-            return b.height();
-    }
-    return 24.0;
 }
 
 std::optional<RgbColor> WallpaperController::averageTop(const QImage& image, double fraction)

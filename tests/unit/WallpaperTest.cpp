@@ -3,8 +3,10 @@
 // ours, the solid-colour and tinted files with their numbering, and the tint's geometry and
 // sampling.
 #include "FakeApp.h"
+#include "core/TaskQueue.h"
 #include "core/WallpaperController.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -12,6 +14,7 @@
 #include <QJsonObject>
 #include <QPainter>
 #include <QSignalSpy>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -171,6 +174,34 @@ TEST_F(WallpaperFixture, remembersFirstThenPutsBackAndForgetsBothRecords)
     EXPECT_FALSE(c.applied());
 }
 
+TEST_F(WallpaperFixture, onItsOwnThreadTheLastRequestWinsAndTheRestoreFollows)
+{
+    // The answers of the worker come through the event loop.
+    int argc = 1;
+    char name[] = "test_wallpaper";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    ThreadTaskQueue work(QStringLiteral("pictures"));
+    controller = std::make_unique<WallpaperController>(fake, store, &work);
+    WallpaperController& c = *controller;
+    QSignalSpy announced(&c, &WallpaperController::picturesShown);
+    // Asked faster than a pass runs: the passes not yet begun give way to the last one.
+    for (int step = 0; step <= 10; ++step)
+        c.show(chooseColor(RgbColor{0, step / 10.0, 0, 1}));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return c.idle() && !announced.isEmpty(); }, 10000));
+    EXPECT_LE(fake.desktopPictures->setRequests.size(), 2);
+    EXPECT_EQ(QImage(shown()).pixelColor(0, 0).name(), QStringLiteral("#00ff00"));
+    EXPECT_EQ(c.originals().value(1), userPicture());
+
+    // The desktop program may restart only once the pictures are back.
+    bool backFirst = false;
+    c.restore();
+    c.afterPending(&c, [&] { backFirst = shown() == userPicture(); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return backFirst; }, 10000));
+    EXPECT_TRUE(c.originals().isEmpty());
+    controller.reset();
+}
+
 TEST_F(WallpaperFixture, theCurrentPictureChosenAsLightOrDarkIsStillPutBack)
 {
     // The user picks the picture the desktop shows now: it counts as staged, so the picture
@@ -279,7 +310,7 @@ TEST_F(WallpaperFixture, ourOwnAndTheChosenPicturesAreNeverOriginals)
          {link, QStringLiteral("/x/tinted-1-1.jpg"), QStringLiteral("/x/quillet-color-2.png"),
           QStringLiteral("/System/DefaultDesktop.heic"), QString()}) {
         fake.desktopPictures->pictures.insert("DP-1", current);
-        c.captureOriginalsIfNeeded();
+        c.captureOriginalsIfNeeded(fake.screens->list);
         EXPECT_TRUE(c.originals().isEmpty()) << current.toStdString();
         EXPECT_TRUE(storedRecord().isUndefined());
     }
@@ -470,9 +501,12 @@ TEST_F(WallpaperFixture, aMonitorWithoutATopPanelGetsNoStrip)
     // The right monitor shows the plain picture: its top is the picture's own band.
     EXPECT_TRUE(near(rightOut.pixelColor(400, 5), Qt::green));
     EXPECT_TRUE(near(rightOut.pixelColor(400, 100), Qt::blue));
-    EXPECT_EQ(WallpaperController::topPanelHeight(*fake.windowList, right, fake.screens->list),
-              std::nullopt);
-    EXPECT_EQ(WallpaperController::topPanelHeight(*fake.windowList, left, fake.screens->list), 33);
+    EXPECT_EQ(
+        WallpaperController::topPanelHeight(fake.windowList->entries, right, fake.screens->list),
+        std::nullopt);
+    EXPECT_EQ(
+        WallpaperController::topPanelHeight(fake.windowList->entries, left, fake.screens->list),
+        33);
 
     // With colour and no panel at all, a monitor is simply the colour.
     fake.windowList->entries.clear();
@@ -596,19 +630,20 @@ TEST_F(WallpaperFixture, whatCannotBePutBackExactlyIsSaidOnce)
     EXPECT_EQ(notices.first().first().toString(), fake.desktopPictures->limitation);
 }
 
-TEST(WallpaperTint, menuBarHeightIsTheTopPanel)
+TEST(WallpaperTint, theBarIsAHorizontalPanelAlongTheTop)
 {
-    FakeWindowList windows;
-    EXPECT_EQ(WallpaperController::menuBarHeight(windows), 24.0);
+    ScreenInfo screen;
+    screen.frame = QRectF(0, 0, 1920, 1080);
+    EXPECT_EQ(WallpaperController::topPanelHeight({}, screen, {screen}), std::nullopt);
     WindowListEntry ordinary;
     ordinary.bounds = QRectF(0, 0, 800, 40);
-    windows.entries = {ordinary,
-                       panel(QRectF(0, 1050, 1920, 30)),
-                       panel(QRectF(0, 0, 48, 1080)),
-                       panel(QRectF(0, 0.5, 1920, 0)),
-                       panel(QRectF(0, 1, 1920, 32)),
-                       panel(QRectF(0, 0, 1920, 28))};
-    EXPECT_EQ(WallpaperController::menuBarHeight(windows), 32.0);
+    const QList<WindowListEntry> windows = {ordinary,
+                                            panel(QRectF(0, 1050, 1920, 30)),
+                                            panel(QRectF(0, 0, 48, 1080)),
+                                            panel(QRectF(0, 0.5, 1920, 0)),
+                                            panel(QRectF(0, 1, 1920, 32)),
+                                            panel(QRectF(0, 0, 1920, 28))};
+    EXPECT_EQ(WallpaperController::topPanelHeight(windows, screen, {screen}), 32.0);
 }
 
 TEST(WallpaperTint, averageTopSamplesColumnsAndRows)

@@ -214,7 +214,7 @@ bool X11DesktopSession::otherMayRestore() const
     // them. The root only while no desktop program draws over it.
     if (m_backend == Backend::root)
         return false;
-    return m_state.drawnBy.isEmpty();
+    return !m_desktopDrawn.load();
 }
 
 DesktopIconsBackend* X11DesktopSession::activeIcons() const
@@ -321,6 +321,7 @@ void X11DesktopSession::check()
     m_programPid = pid;
     if (state != m_state) {
         m_state = state;
+        m_desktopDrawn = !state.drawnBy.isEmpty();
         emit stateChanged();
     }
     if (switched) {

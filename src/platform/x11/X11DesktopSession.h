@@ -12,6 +12,7 @@
 #include <QAbstractNativeEventFilter>
 #include <QDBusServiceWatcher>
 #include <QTimer>
+#include <atomic>
 #include <memory>
 
 class RootWindowDesktopPictures;
@@ -58,7 +59,9 @@ private:
     QTimer m_poll;
     bool m_xfdesktop = false;
     bool m_xfconf = false;
-    Backend m_backend = Backend::root;
+    // Read by the desktop-picture thread as well.
+    std::atomic<Backend> m_backend = Backend::root;
+    std::atomic<bool> m_desktopDrawn = false;
     qint64 m_programPid = 0;
     State m_state;
 };

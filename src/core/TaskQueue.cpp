@@ -1,0 +1,43 @@
+// The worker thread behind TaskQueue: a QObject living on it receives each task as a queued call.
+#include "TaskQueue.h"
+
+#include <QPointer>
+
+void InlineTaskQueue::post(std::function<void()> work, QObject*, std::function<void()> done)
+{
+    work();
+    if (done)
+        done();
+}
+
+ThreadTaskQueue::ThreadTaskQueue(const QString& name) : m_worker(new QObject)
+{
+    m_thread.setObjectName(name);
+    m_worker->moveToThread(&m_thread);
+    // The worker goes with the thread's end, on the thread it lives on.
+    QObject::connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    m_thread.start();
+}
+
+ThreadTaskQueue::~ThreadTaskQueue()
+{
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void ThreadTaskQueue::post(std::function<void()> work, QObject* context, std::function<void()> done)
+{
+    ++m_pending;
+    QMetaObject::invokeMethod(
+        m_worker,
+        [this, work = std::move(work), context = QPointer<QObject>(context),
+         done = std::move(done)] {
+            work();
+            // Counted as run before the answer is posted: whoever waits for an idle queue may
+            // rely on the work's effects, not on the answer having arrived.
+            --m_pending;
+            if (done && context)
+                QMetaObject::invokeMethod(context, done, Qt::QueuedConnection);
+        },
+        Qt::QueuedConnection);
+}
