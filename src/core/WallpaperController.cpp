@@ -20,10 +20,14 @@
 #include <QJsonObject>
 #include <QPainter>
 #include <QSaveFile>
+#include <QThread>
 #include <algorithm>
 #include <cmath>
 
 namespace {
+
+// How long xfdesktop takes to lay itself out for new monitors, with room to spare.
+constexpr std::chrono::milliseconds kScreensSettle{1500};
 
 const QString kSolidColorPrefix = QStringLiteral("quillet-color-");
 const QString kTintedPrefix = QStringLiteral("tinted-");
@@ -141,7 +145,11 @@ void WallpaperController::screensChanged()
 {
     // With the pictures shown, new sizes need new tinted pictures, a root picture must be drawn
     // again for the new root, and a monitor that came back shows the choice too. Otherwise a
-    // monitor that was off when its pictures went back gets them now.
+    // monitor that was off when its pictures went back gets them now. Either way not while the
+    // desktop program lays itself out for the new monitors (on its own thread only: the tests'
+    // passes run at once).
+    if (!m_inline)
+        m_screensSettle = QDeadlineTimer(kScreensSettle);
     request(m_showing ? PicturePass::Kind::show : PicturePass::Kind::putBack);
 }
 
@@ -163,6 +171,7 @@ PicturePass WallpaperController::passFor(PicturePass::Kind kind, bool announce) 
     pass.barTint = m_barTintActive;
     pass.announce = announce;
     pass.screens = m_platform.screens().screens();
+    pass.notBefore = m_screensSettle;
     return pass;
 }
 
@@ -189,6 +198,8 @@ void WallpaperController::request(PicturePass::Kind kind, bool announce)
                 m_next.reset();
             }
             *announced = next.announce;
+            if (const qint64 wait = next.notBefore.remainingTime(); wait > 0)
+                QThread::msleep(quint64(wait));
             run(next);
         },
         this,

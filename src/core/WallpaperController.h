@@ -17,6 +17,7 @@
 
 #include <QHash>
 #include <QImage>
+#include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
 #include <QSize>
@@ -53,6 +54,9 @@ struct PicturePass {
     bool dark = false;
     // Says picturesShown when done.
     bool announce = false;
+    // Not begun before then: a desktop program that is still laying itself out for new monitors
+    // may crash when its settings change.
+    QDeadlineTimer notBefore;
 };
 
 class WallpaperController final : public QObject {
@@ -156,6 +160,7 @@ private:
     WallpaperChoice m_choice;
     bool m_showing = false;
     bool m_barTintActive = false;
+    QDeadlineTimer m_screensSettle;
 
     // The next pass, while one is queued and not yet begun.
     QMutex m_nextMutex;
