@@ -11,6 +11,7 @@
 #include "MenuBarNamer.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
+#include "platform/Geometry.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -25,12 +26,6 @@ constexpr double minEmptyStretch = 8.0;
 // The column is taken this far inside an empty stretch, clear of what a separator draws in
 // its middle.
 constexpr double stretchInset = 2.0;
-
-// Global top-left points to global bottom-left points.
-QRectF bottomLeft(const QRectF& r, double primaryHeight)
-{
-    return QRectF(r.x(), primaryHeight - (r.y() + r.height()), r.width(), r.height());
-}
 
 } // namespace
 
@@ -53,20 +48,17 @@ void AppModel::panelScanned(const PanelSnapshot& snapshot)
         screens, snapshot.windows, MenuBarNamer::named(snapshot.names), m_trayProcessOrder);
     MenuBarScanner::rememberProcesses(m_trayProcessOrder, items);
 
-    double primaryHeight = 0.0;
-    for (const ScreenInfo& screen : screens) {
-        if (screen.frame.x() == 0.0 && screen.frame.y() == 0.0)
-            primaryHeight = screen.frame.height();
-    }
+    const std::optional<ScreenInfo> primary = Geometry::primaryScreen(screens);
+    const double primaryHeight = primary ? primary->frame.height() : 0.0;
     QList<QRectF> panels;
     for (const WindowListEntry& w : snapshot.windows) {
         // Horizontal panels only: a vertical one that starts at the top is not a bar.
         if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
-            panels.append(bottomLeft(w.bounds, primaryHeight));
+            panels.append(Geometry::flipped(w.bounds, primaryHeight));
     }
     QList<QRectF> stretches;
     for (const QRectF& r : snapshot.emptyStretches)
-        stretches.append(bottomLeft(r, primaryHeight));
+        stretches.append(Geometry::flipped(r, primaryHeight));
     const bool panelChanged = panels != m_topPanels || stretches != m_emptyStretches;
     m_topPanels = panels;
     m_emptyStretches = stretches;

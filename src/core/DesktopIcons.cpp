@@ -58,8 +58,8 @@ void DesktopIcons::setHidden(bool hidden)
     // icons themselves (they asked to see them now).
     writeThenRestart(
         [this] {
-            const Style hidden = m_backend.hiddenStyle();
-            return *m_record == hidden ? m_backend.shownStyle() : *m_record;
+            const Style hiddenStyle = m_backend.hiddenStyle();
+            return *m_record == hiddenStyle ? m_backend.shownStyle() : *m_record;
         },
         true);
 }

@@ -2,6 +2,7 @@
 #include "MenuBarScanner.h"
 
 #include "MenuBarNamer.h"
+#include "platform/Geometry.h"
 #include "platform/Platform.h"
 
 #include <QHash>
@@ -17,16 +18,6 @@ constexpr double maxItemHeight = 44.0;
 constexpr double maxWidthFraction = 0.6;
 constexpr double maxNamingDistance = 16.0;
 constexpr double minClockWidth = 80.0;
-
-// The primary monitor is the one whose bottom-left frame origin is (0, 0).
-std::optional<QRectF> primaryFrame(const QList<ScreenInfo>& screens)
-{
-    for (const ScreenInfo& screen : screens) {
-        if (screen.frame.x() == 0.0 && screen.frame.y() == 0.0)
-            return screen.frame;
-    }
-    return std::nullopt;
-}
 
 // A panel window at the top edge that holds tray icons.
 bool holdsTrayIcons(const WindowListEntry& panel, const QList<WindowListEntry>& windows)
@@ -121,11 +112,11 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
                              const QList<WindowListEntry>& windows, const QList<NamedExtra>& named,
                              const QList<qint64>& processOrder)
 {
-    const std::optional<QRectF> primary = primaryFrame(screens);
+    const std::optional<ScreenInfo> primary = Geometry::primaryScreen(screens);
     if (!primary)
         return {};
-    const double screenHeight = primary->height();
-    const std::optional<double> maxWidth = maxWidthFraction * primary->width();
+    const double screenHeight = primary->frame.height();
+    const std::optional<double> maxWidth = maxWidthFraction * primary->frame.width();
 
     QList<MenuBarItem> items;
     for (const WindowListEntry& entry : windows) {
@@ -135,7 +126,7 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
         item.id = entry.number;
         item.owner = entry.ownerName.value_or(QStringLiteral("Unknown"));
         const QRectF& r = entry.bounds;
-        item.frame = QRectF(r.left(), screenHeight - r.bottom(), r.width(), r.height());
+        item.frame = Geometry::flipped(r, screenHeight);
         item.label = item.owner;
         item.pid = entry.ownerPid;
         items.append(item);

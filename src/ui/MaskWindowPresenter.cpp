@@ -2,6 +2,7 @@
 #include "MaskWindowPresenter.h"
 
 #include "MaskWindow.h"
+#include "platform/Geometry.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -30,11 +31,11 @@ MaskWindowPresenter::~MaskWindowPresenter()
 QRect MaskWindowPresenter::toScreenGeometry(const QRectF& r, const QRect& primary)
 {
     // Bottom-left coordinates have their origin at the primary monitor's bottom-left corner.
-    const double top = primary.height() - (r.y() + r.height());
-    const int left = int(std::lround(r.x())) + primary.x();
-    const int right = int(std::lround(r.x() + r.width())) + primary.x();
-    const int y0 = int(std::lround(top)) + primary.y();
-    const int y1 = int(std::lround(top + r.height())) + primary.y();
+    const QRectF topLeft = Geometry::flipped(r, primary.height());
+    const int left = int(std::lround(topLeft.left())) + primary.x();
+    const int right = int(std::lround(topLeft.right())) + primary.x();
+    const int y0 = int(std::lround(topLeft.top())) + primary.y();
+    const int y1 = int(std::lround(topLeft.bottom())) + primary.y();
     return QRect(left, y0, right - left, y1 - y0);
 }
 

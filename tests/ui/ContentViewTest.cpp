@@ -654,9 +654,9 @@ TEST_F(PanelFixture, layoutLinesUpColumnsAndRowsAndKeepsItsWidthAcrossModes)
     EXPECT_EQ(view.window()->width(), width);
 
     // Cards stand out from the window behind them.
-    const QColor window = view.palette().color(QPalette::Window);
+    const QColor background = view.palette().color(QPalette::Window);
     const QColor card = Look::controlBackground(view.palette());
-    EXPECT_GT(std::abs(window.lightness() - card.lightness()), 8);
+    EXPECT_GT(std::abs(background.lightness() - card.lightness()), 8);
 }
 
 TEST_F(PanelFixture, followsTheDesktopsDarkAppearanceAndSavesScreenshots)

@@ -28,6 +28,7 @@
 
 #include "PanelPluginChoice.h"
 #include "StatusItemOrder.h"
+#include "XfconfClient.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -65,8 +66,13 @@ struct Caller {
             return QDBusPendingCall::fromError(QDBusError(QDBusError::Timeout, QString()));
         QDBusMessage m = QDBusMessage::createMethodCall(service, path, interface, method);
         m.setArguments(args);
-        const int timeout = int(std::min<qint64>(timeoutMs, deadline.remainingTime()));
-        return bus.asyncCall(m, std::max(timeout, 1));
+        return bus.asyncCall(m, timeout());
+    }
+
+    // What one call may wait: its own limit, cut short by the scan's deadline.
+    int timeout() const
+    {
+        return std::max(int(std::min<qint64>(timeoutMs, deadline.remainingTime())), 1);
     }
 
     // The reply's arguments, or nothing on an error or a timeout.
@@ -390,6 +396,28 @@ QList<RegisteredItem> registeredItems(const Caller& caller, bool withTexts)
     return items;
 }
 
+// The scan's own xfconf client: it runs on the scan's thread with the scan's short limits, and a
+// call of the scan that went unanswered must not make the desktop-picture calls fail at once.
+// Its memory of an unanswered call is atomic; scans run one at a time besides.
+Xfconf::Client& scanXfconf()
+{
+    static Xfconf::Client client;
+    return client;
+}
+
+// The panel's settings below `prefix`, or none when xfconfd does not answer in time.
+QVariantMap panelSettings(const Caller& caller, const QString& prefix)
+{
+    if (caller.deadline.hasExpired())
+        return {};
+    const QDBusMessage reply =
+        scanXfconf().call(QStringLiteral("GetAllProperties"),
+                          {QStringLiteral("xfce4-panel"), prefix}, caller.timeout());
+    if (!Xfconf::succeeded(reply))
+        return {};
+    return variantMap(reply.arguments().value(0));
+}
+
 struct TrayOrder {
     QStringList known;
     QStringList hidden;
@@ -398,12 +426,7 @@ struct TrayOrder {
 // The notification area's known and hidden item names from the panel's settings.
 TrayOrder trayOrder(const Caller& caller)
 {
-    const QDBusConnection session = QDBusConnection::sessionBus();
-    const QVariantList reply =
-        caller.call(session, QStringLiteral("org.xfce.Xfconf"), QStringLiteral("/org/xfce/Xfconf"),
-                    QStringLiteral("org.xfce.Xfconf"), QStringLiteral("GetAllProperties"),
-                    {QStringLiteral("xfce4-panel"), QStringLiteral("/plugins")});
-    const QVariantMap properties = variantMap(reply.value(0));
+    const QVariantMap properties = panelSettings(caller, QStringLiteral("/plugins"));
     QStringList plugins;
     for (auto it = properties.constBegin(); it != properties.constEnd(); ++it) {
         if (unwrap(it.value()).toString() == QLatin1String("systray"))
@@ -523,11 +546,7 @@ QString pluginTypeName(const QString& type)
 // panel of the settings has that many.
 QStringList pluginNames(const Caller& caller, qsizetype count)
 {
-    const QVariantList reply = caller.call(
-        QDBusConnection::sessionBus(), QStringLiteral("org.xfce.Xfconf"),
-        QStringLiteral("/org/xfce/Xfconf"), QStringLiteral("org.xfce.Xfconf"),
-        QStringLiteral("GetAllProperties"), {QStringLiteral("xfce4-panel"), QStringLiteral("/")});
-    const QVariantMap properties = variantMap(reply.value(0));
+    const QVariantMap properties = panelSettings(caller, QStringLiteral("/"));
     QList<QStringList> candidates;
     for (auto it = properties.constBegin(); it != properties.constEnd(); ++it) {
         if (!it.key().startsWith(QLatin1String("/panels/")) ||

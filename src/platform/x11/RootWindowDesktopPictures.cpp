@@ -7,6 +7,7 @@
 
 #include "X11Connection.h"
 #include "X11DesktopProgram.h"
+#include "X11RandR.h"
 #include "X11Replies.h"
 #include "platform/PictureFile.h"
 
@@ -18,7 +19,6 @@
 #include <memory>
 #include <sys/ipc.h>
 #include <sys/shm.h>
-#include <xcb/randr.h>
 #include <xcb/shm.h>
 
 namespace {
@@ -43,28 +43,9 @@ xcb_pixmap_t pixmapProperty(xcb_connection_t* c, xcb_window_t root, const char* 
 
 // The monitor's rectangle in root coordinates: the RandR monitor that drives the screen's
 // output (by name where one output drives several monitors).
-std::optional<QRect> monitorRect(xcb_connection_t* c, xcb_window_t root, const ScreenInfo& screen)
+std::optional<QRect> monitorRect(const ScreenInfo& screen)
 {
-    Reply<xcb_randr_get_monitors_reply_t> reply(
-        xcb_randr_get_monitors_reply(c, xcb_randr_get_monitors(c, root, 1), nullptr));
-    if (!reply)
-        return std::nullopt;
-    std::optional<QRect> byOutput;
-    for (auto it = xcb_randr_get_monitors_monitors_iterator(reply.get()); it.rem;
-         xcb_randr_monitor_info_next(&it)) {
-        const QRect rect(it.data->x, it.data->y, it.data->width, it.data->height);
-        Reply<xcb_get_atom_name_reply_t> name(
-            xcb_get_atom_name_reply(c, xcb_get_atom_name(c, it.data->name), nullptr));
-        if (name && QString::fromUtf8(xcb_get_atom_name_name(name.get()),
-                                      xcb_get_atom_name_name_length(name.get())) == screen.name)
-            return rect;
-        const xcb_randr_output_t* outputs = xcb_randr_monitor_info_outputs(it.data);
-        for (int i = 0; i < xcb_randr_monitor_info_outputs_length(it.data); ++i) {
-            if (screen.displayId && outputs[i] == *screen.displayId && !byOutput)
-                byOutput = rect;
-        }
-    }
-    return byOutput;
+    return X11::monitorRect(screen.name, screen.displayId);
 }
 
 // Pixels travel as 32-bit words in the host's order, which is QImage's RGB32 layout.
@@ -209,7 +190,7 @@ bool paintMonitor(const ScreenInfo& screen, const std::function<void(QPainter&, 
     for (int i = 0; i < screenNumber && roots.rem; ++i)
         xcb_screen_next(&roots);
     const xcb_screen_t* root = roots.data;
-    const std::optional<QRect> area = root ? monitorRect(c, root->root, screen) : std::nullopt;
+    const std::optional<QRect> area = root ? monitorRect(screen) : std::nullopt;
     if (!area || !serverUsesHostLayout(c, root->root_depth)) {
         xcb_disconnect(c);
         return false;
@@ -314,7 +295,7 @@ std::optional<quint32> plainRootColour(const ScreenInfo& screen)
     if (!c)
         return std::nullopt;
     const xcb_window_t root = X11::rootWindow();
-    const std::optional<QRect> area = monitorRect(c, root, screen);
+    const std::optional<QRect> area = monitorRect(screen);
     if (!area)
         return std::nullopt;
     QList<QRect> covered;
@@ -392,7 +373,7 @@ bool RootWindowDesktopPictures::rememberDesktop(const ScreenInfo& screen)
     // A desktop program's picture is its own to keep: nothing to record, nothing will change.
     if (xcb_connection_t* c = X11::connection()) {
         const xcb_window_t root = X11::rootWindow();
-        if (const auto area = monitorRect(c, root, screen)) {
+        if (const auto area = monitorRect(screen)) {
             if (const auto program = X11::desktopProgramCovering(c, root, *area)) {
                 m_drawnBy =
                     program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name;
@@ -483,7 +464,7 @@ QImage RootWindowDesktopPictures::rootPixmapPart(const ScreenInfo& screen)
     const xcb_pixmap_t pixmap = pixmapProperty(c, root, "_XROOTPMAP_ID");
     if (pixmap == XCB_PIXMAP_NONE)
         return {};
-    const std::optional<QRect> area = monitorRect(c, root, screen);
+    const std::optional<QRect> area = monitorRect(screen);
     Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(c, xcb_get_geometry(c, pixmap), nullptr));
     if (!area || !geometry)

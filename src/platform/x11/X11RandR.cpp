@@ -5,6 +5,8 @@
 #include "X11Replies.h"
 
 #include <QHash>
+#include <QMutex>
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 
@@ -13,9 +15,12 @@ namespace X11 {
 namespace {
 using X11::Reply;
 
-// Atom names never change while the server runs.
+// Atom names never change while the server runs. Monitors are looked up from the
+// desktop-picture thread too, hence the lock.
 QString atomName(xcb_connection_t* c, xcb_atom_t atom)
 {
+    static QMutex mutex;
+    const QMutexLocker lock(&mutex);
     static QHash<xcb_atom_t, QString> cache;
     if (const auto found = cache.constFind(atom); found != cache.constEnd())
         return *found;
@@ -38,7 +43,7 @@ bool hasRandrMonitors()
     const xcb_query_extension_reply_t* ext = xcb_get_extension_data(c, &xcb_randr_id);
     if (!ext || !ext->present)
         return false;
-    static int known = -1;
+    static std::atomic<int> known = -1;
     if (known < 0) {
         Reply<xcb_randr_query_version_reply_t> version(xcb_randr_query_version_reply(
             c, xcb_randr_query_version(c, XCB_RANDR_MAJOR_VERSION, XCB_RANDR_MINOR_VERSION),
@@ -84,6 +89,18 @@ QList<RandrMonitor> randrMonitors()
         result.append(monitor);
     }
     return result;
+}
+
+std::optional<QRect> monitorRect(const QString& name, std::optional<xcb_randr_output_t> output)
+{
+    std::optional<QRect> byOutput;
+    for (const RandrMonitor& monitor : randrMonitors()) {
+        if (!monitor.name.isEmpty() && monitor.name == name)
+            return monitor.rect;
+        if (output && !byOutput && monitor.outputs.contains(*output))
+            byOutput = monitor.rect;
+    }
+    return byOutput;
 }
 
 QString outputName(xcb_randr_output_t output)

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QRect>
 #include <QString>
+#include <optional>
 #include <xcb/randr.h>
 
 namespace X11 {
@@ -25,6 +26,9 @@ bool hasRandrMonitors();
 quint8 randrEventBase();
 // The active monitors in the server's order; empty without RandR 1.5.
 QList<RandrMonitor> randrMonitors();
+// The root rectangle of the active monitor called `name`, else of the first one that `output`
+// drives (one output may drive several monitors, told apart by their names).
+std::optional<QRect> monitorRect(const QString& name, std::optional<xcb_randr_output_t> output);
 QString outputName(xcb_randr_output_t output);
 // The monitor's product name from the output's EDID, empty when there is none.
 QString edidProductName(xcb_randr_output_t output);

@@ -249,8 +249,7 @@ std::optional<QRect> X11Screens::windowGeometry(const QRectF& bottomLeft) const
     const QRect g = primary->geometry();
     const double primaryHeight = qRound(g.height() * primary->devicePixelRatio());
     const int scale = X11::desktopScale();
-    const QPointF topLeftPoints(bottomLeft.x(),
-                                primaryHeight / scale - (bottomLeft.y() + bottomLeft.height()));
+    const QPointF topLeftPoints = Geometry::flipped(bottomLeft, primaryHeight / scale).topLeft();
     const QRectF root(X11::pointsToRoot(topLeftPoints + QPointF(g.topLeft())),
                       bottomLeft.size() * scale);
     const QRectF logical = X11::rootToWindowSystem(root);

@@ -2,15 +2,18 @@
 // signals.
 #include "X11TrayWatch.h"
 
+#include "X11Replies.h"
+
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QSocketNotifier>
-#include <cstdlib>
 #include <xcb/xfixes.h>
 
 using namespace std::chrono_literals;
 
 namespace {
+using X11::Reply;
+
 // Icons re-dock one after another after a panel restart; the report waits for the last.
 constexpr auto settleTime = 600ms;
 } // namespace
@@ -39,18 +42,16 @@ X11TrayWatch::X11TrayWatch()
     const std::uint32_t rootMask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     xcb_change_window_attributes(c, m_root, XCB_CW_EVENT_MASK, &rootMask);
 
-    xcb_intern_atom_reply_t* atom =
-        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, 19, "_NET_SYSTEM_TRAY_S0"), nullptr);
-    if (atom) {
+    const Reply<xcb_intern_atom_reply_t> atom(
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, 19, "_NET_SYSTEM_TRAY_S0"), nullptr));
+    if (atom)
         m_traySelection = atom->atom;
-        std::free(atom);
-    }
     const xcb_query_extension_reply_t* xfixes = xcb_get_extension_data(c, &xcb_xfixes_id);
     if (xfixes && xfixes->present && m_traySelection != XCB_ATOM_NONE) {
-        if (auto* version = xcb_xfixes_query_version_reply(
-                c, xcb_xfixes_query_version(c, XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
-                nullptr)) {
-            std::free(version);
+        const Reply<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
+            c, xcb_xfixes_query_version(c, XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
+            nullptr));
+        if (version) {
             m_xfixesEventBase = xfixes->first_event;
             xcb_xfixes_select_selection_input(
                 c, m_root, m_traySelection,
@@ -78,11 +79,10 @@ void X11TrayWatch::followTrayOwner()
     m_hostBase = 0;
     if (m_traySelection == XCB_ATOM_NONE)
         return;
-    xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
-        m_connection, xcb_get_selection_owner(m_connection, m_traySelection), nullptr);
+    const Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+        m_connection, xcb_get_selection_owner(m_connection, m_traySelection), nullptr));
     if (owner && owner->owner != XCB_WINDOW_NONE)
         m_hostBase = owner->owner & ~xcb_get_setup(m_connection)->resource_id_mask;
-    std::free(owner);
 }
 
 void X11TrayWatch::watchWindows(const QList<quint32>& windows)
@@ -102,9 +102,9 @@ void X11TrayWatch::watchWindows(const QList<quint32>& windows)
     }
     // Only the X server answers these, at once.
     for (const auto& [window, cookie] : asked) {
-        xcb_get_geometry_reply_t* g = xcb_get_geometry_reply(m_connection, cookie, nullptr);
+        const Reply<xcb_get_geometry_reply_t> g(
+            xcb_get_geometry_reply(m_connection, cookie, nullptr));
         watched.insert(window, g ? QRect(g->x, g->y, g->width, g->height) : QRect());
-        std::free(g);
     }
     m_watched = watched;
     xcb_flush(m_connection);
@@ -123,23 +123,23 @@ void X11TrayWatch::noteChange()
 void X11TrayWatch::readEvents()
 {
     const quint32 idMask = xcb_get_setup(m_connection)->resource_id_mask;
-    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(m_connection)}) {
         const quint8 type = event->response_type & 0x7f;
         if (m_xfixesEventBase != 0 && type == m_xfixesEventBase + XCB_XFIXES_SELECTION_NOTIFY) {
             // A new tray: the panel restarted.
             followTrayOwner();
             noteChange();
         } else if (type == XCB_REPARENT_NOTIFY) {
-            const auto* e = reinterpret_cast<const xcb_reparent_notify_event_t*>(event);
+            const auto* e = reinterpret_cast<const xcb_reparent_notify_event_t*>(event.get());
             if (m_hostBase != 0 && (e->parent & ~idMask) == m_hostBase)
                 noteChange();
         } else if (type == XCB_UNMAP_NOTIFY || type == XCB_DESTROY_NOTIFY) {
             // Both start with the event window and the window itself.
-            const auto* e = reinterpret_cast<const xcb_unmap_notify_event_t*>(event);
+            const auto* e = reinterpret_cast<const xcb_unmap_notify_event_t*>(event.get());
             if (e->event != m_root && m_watched.contains(e->window))
                 noteChange();
         } else if (type == XCB_CONFIGURE_NOTIFY) {
-            const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
+            const auto* e = reinterpret_cast<const xcb_configure_notify_event_t*>(event.get());
             const auto watched = m_watched.find(e->window);
             const QRect now(e->x, e->y, e->width, e->height);
             // The window manager's synthetic notices repeat a geometry in root coordinates.
@@ -149,7 +149,6 @@ void X11TrayWatch::readEvents()
                 noteChange();
             }
         }
-        std::free(event);
     }
     if (xcb_connection_has_error(m_connection))
         m_notifier->setEnabled(false);

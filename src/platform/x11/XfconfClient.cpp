@@ -7,8 +7,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QMetaObject>
-#include <atomic>
-#include <chrono>
 
 namespace Xfconf {
 
@@ -18,28 +16,10 @@ namespace {
 // fail at once instead of each waiting out its own time-out (a quit makes a dozen of them, and
 // the session's end does not wait that long). Any answer of the daemon's ends it.
 constexpr std::chrono::milliseconds hungFor{5000};
-std::atomic<std::chrono::steady_clock::rep> hungUntil{0};
 
 std::chrono::steady_clock::rep now()
 {
     return std::chrono::steady_clock::now().time_since_epoch().count();
-}
-
-bool seemsHung()
-{
-    return now() < hungUntil.load();
-}
-
-void note(const QDBusMessage& reply)
-{
-    if (reply.type() == QDBusMessage::ErrorMessage &&
-        reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NoReply")) {
-        hungUntil.store(
-            now() +
-            std::chrono::duration_cast<std::chrono::steady_clock::duration>(hungFor).count());
-    } else if (!unreachable(reply)) {
-        hungUntil.store(0);
-    }
 }
 
 QDBusMessage methodCall(const QString& method, const QVariantList& arguments)
@@ -55,14 +35,37 @@ QDBusMessage hungReply(const QDBusMessage& request)
                                     QStringLiteral("xfconfd did not answer a moment ago"));
 }
 
+Client& programClient()
+{
+    static Client client;
+    return client;
+}
+
 } // namespace
 
-QDBusMessage call(const QString& method, const QVariantList& arguments)
+bool Client::seemsHung() const
+{
+    return now() < m_hungUntil.load();
+}
+
+void Client::note(const QDBusMessage& reply)
+{
+    if (reply.type() == QDBusMessage::ErrorMessage &&
+        reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NoReply")) {
+        m_hungUntil.store(
+            now() +
+            std::chrono::duration_cast<std::chrono::steady_clock::duration>(hungFor).count());
+    } else if (!unreachable(reply)) {
+        m_hungUntil.store(0);
+    }
+}
+
+QDBusMessage Client::call(const QString& method, const QVariantList& arguments, int timeoutMs)
 {
     const QDBusMessage request = methodCall(method, arguments);
-    QDBusMessage reply =
-        seemsHung() ? hungReply(request)
-                    : QDBusConnection::sessionBus().call(request, QDBus::Block, callTimeoutMs);
+    QDBusMessage reply = seemsHung()
+                             ? hungReply(request)
+                             : QDBusConnection::sessionBus().call(request, QDBus::Block, timeoutMs);
     note(reply);
     if (reply.type() == QDBusMessage::ErrorMessage)
         qCDebug(lcXfce, "xfconf %s %s: %s", qUtf8Printable(method),
@@ -71,8 +74,8 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
     return reply;
 }
 
-void callAsync(QObject* context, const QString& method, const QVariantList& arguments,
-               std::function<void(const QDBusMessage&)> done)
+void Client::callAsync(QObject* context, const QString& method, const QVariantList& arguments,
+                       std::function<void(const QDBusMessage&)> done)
 {
     const QDBusMessage request = methodCall(method, arguments);
     if (seemsHung()) {
@@ -85,11 +88,22 @@ void callAsync(QObject* context, const QString& method, const QVariantList& argu
     auto* watcher = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(request, callTimeoutMs), context);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [watcher, done = std::move(done)] {
+                     [this, watcher, done = std::move(done)] {
                          watcher->deleteLater();
                          note(watcher->reply());
                          done(watcher->reply());
                      });
+}
+
+QDBusMessage call(const QString& method, const QVariantList& arguments)
+{
+    return programClient().call(method, arguments);
+}
+
+void callAsync(QObject* context, const QString& method, const QVariantList& arguments,
+               std::function<void(const QDBusMessage&)> done)
+{
+    programClient().callAsync(context, method, arguments, std::move(done));
 }
 
 bool succeeded(const QDBusMessage& reply)

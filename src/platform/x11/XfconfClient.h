@@ -7,6 +7,8 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <atomic>
+#include <chrono>
 #include <functional>
 
 class QObject;
@@ -19,11 +21,28 @@ inline const QString interface = QStringLiteral("org.xfce.Xfconf");
 // A daemon that has not answered by then is taken as gone.
 constexpr int callTimeoutMs = 2000;
 
-// Calls `method` and waits for the answer (at most callTimeoutMs); errors go to the log. For a
-// few seconds after a call went unanswered, calls fail at once as unreachable.
+// A client of the daemon that remembers when it last went unanswered: for a few seconds after a
+// call got no reply, its calls fail at once as unreachable. The memory is atomic, so one client
+// may be used from any thread; it must outlive the answers of its asynchronous calls.
+class Client final {
+public:
+    // Calls `method` and waits for the answer (at most `timeoutMs`); errors go to the log.
+    QDBusMessage call(const QString& method, const QVariantList& arguments,
+                      int timeoutMs = callTimeoutMs);
+    // Calls `method` and hands the answer (or the error, after at most callTimeoutMs) to `done`
+    // on `context`'s thread; nothing is called once `context` is gone.
+    void callAsync(QObject* context, const QString& method, const QVariantList& arguments,
+                   std::function<void(const QDBusMessage&)> done);
+
+private:
+    bool seemsHung() const;
+    void note(const QDBusMessage& reply);
+
+    std::atomic<std::chrono::steady_clock::rep> m_hungUntil{0};
+};
+
+// The program's own client, shared by the desktop's settings backends.
 QDBusMessage call(const QString& method, const QVariantList& arguments);
-// Calls `method` and hands the answer (or the error, after at most callTimeoutMs) to `done` on
-// `context`'s thread; nothing is called once `context` is gone.
 void callAsync(QObject* context, const QString& method, const QVariantList& arguments,
                std::function<void(const QDBusMessage&)> done);
 
