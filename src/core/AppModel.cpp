@@ -27,6 +27,10 @@ AppModel::AppModel(Dependencies deps)
     m_overlays =
         std::make_unique<OverlayController>(m_platform.screens(), m_platform.managerWatch());
     m_wallpaper = std::make_unique<WallpaperController>(m_platform, m_defaults, deps.pictureWork);
+    // The desktop program is never restarted (icons) while its pictures change.
+    m_desktopIcons.setRestartGate([this] { return m_wallpaper->idle(); });
+    connect(m_wallpaper.get(), &WallpaperController::passEnded, this,
+            [this] { m_desktopIcons.resume(); });
     connect(m_wallpaper.get(), &WallpaperController::picturesShown, this, [this] {
         // The desktop behind the panel has changed.
         m_frameCache.clear();

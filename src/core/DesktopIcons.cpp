@@ -145,7 +145,7 @@ void DesktopIcons::runSteps()
                 m_running = false;
                 runSteps();
             });
-        } else if (m_restartWanted && !m_restartsHeld) {
+        } else if (m_restartWanted && !m_restartsHeld && (!m_mayRestart || m_mayRestart())) {
             startRestart();
         } else {
             break;

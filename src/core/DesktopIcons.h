@@ -34,6 +34,10 @@ public:
     // With `waitForReady` false the restart counts as done as soon as the new program is
     // started (it no longer depends on us).
     void releaseRestarts(bool waitForReady);
+    // A restart waits while `mayRestart` says no (the desktop pictures are being changed: the
+    // desktop program may crash when its settings change while it starts); resume() tries again.
+    void setRestartGate(std::function<bool()> mayRestart) { m_mayRestart = std::move(mayRestart); }
+    void resume() { runSteps(); }
     // True when only a held restart is left to do.
     bool onlyRestartLeft() const { return m_steps.empty() && !m_running; }
 
@@ -66,6 +70,7 @@ private:
     bool m_inRunLoop = false;
     bool m_restartWanted = false;
     bool m_restartsHeld = false;
+    std::function<bool()> m_mayRestart;
     bool m_waitForReady = true;
     bool m_waitingForDesktop = false;
     bool m_desktopReady = true;

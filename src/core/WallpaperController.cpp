@@ -209,6 +209,7 @@ void WallpaperController::request(PicturePass::Kind kind, bool announce)
         [this, announced] {
             if (*announced)
                 emit picturesShown();
+            emit passEnded();
         });
 }
 

@@ -131,6 +131,8 @@ signals:
     // The pictures asked for by show() or by a change of the cover are on the desktop (or could
     // not be put there).
     void picturesShown();
+    // A pass has ended (whatever it did).
+    void passEnded();
 
 private:
     // Asks for a pass over the pictures; the latest one asked for wins over one not yet begun.
