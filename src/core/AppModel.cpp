@@ -172,14 +172,11 @@ void AppModel::restoreDesktop(const WaitUntil& quitting)
     waitFor([this] { return m_desktopIcons.onlyRestartLeft(); });
     m_wallpaper->restore();
     m_overlays->clearMenuBarWindows();
-    if (quitting) {
-        waitFor([this] { return m_wallpaper->idle(); });
-        m_desktopIcons.releaseRestarts(/*waitForReady=*/false);
-        waitFor([this] { return m_desktopIcons.isSettled(); });
-    } else {
-        // The pictures go back on their own thread: the desktop program restarts once they are.
-        m_wallpaper->afterPending(this, [this] { m_desktopIcons.releaseRestarts(true); });
-    }
+    // The pictures go back on their own thread; the restart gate keeps the desktop program from
+    // restarting before they are back.
+    waitFor([this] { return m_wallpaper->idle(); });
+    m_desktopIcons.releaseRestarts(/*waitForReady=*/!quitting);
+    waitFor([this] { return m_desktopIcons.isSettled(); });
 }
 
 void AppModel::setDesktopIconsHidden(bool hidden)
