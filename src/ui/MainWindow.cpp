@@ -114,8 +114,21 @@ MainWindow::~MainWindow()
 void MainWindow::followAppearance()
 {
     // The desktop's setting wins (the Xfce theme name, the portal's colour scheme), as GTK
-    // programs follow it; a theme that is already dark is left alone.
-    const bool dark = m_model.appearance().isDark();
+    // programs follow it. The theme name is known at once, so the window opens in the right
+    // colours on most desktops; the full answer may need a bus call and a child process, and
+    // arrives without holding the window up.
+    showDark(m_model.appearance().quickGuessDark());
+    const quint64 asked = ++m_appearanceQuestions;
+    m_model.appearance().queryDark(this, [this, asked](bool dark) {
+        // Only the answer to the latest question counts.
+        if (asked == m_appearanceQuestions)
+            showDark(dark);
+    });
+}
+
+void MainWindow::showDark(bool dark)
+{
+    // A theme that is already dark is left alone.
     if (dark && !m_darkened && !Look::isDark(m_themePalette)) {
         QApplication::setPalette(Look::darkPalette(m_themePalette));
         m_darkened = true;
