@@ -25,7 +25,9 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
 {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(tr("Quillet"));
-    setWindowIcon(appIcon());
+    // Searching the icon theme takes longer than drawing: the window opens with our drawing and
+    // takes the theme's icon (an icon theme may restyle ours) once it has been painted.
+    setWindowIcon(drawnAppIcon());
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
     buildMenu();
@@ -58,6 +60,10 @@ void MainWindow::watchScreen(QScreen* screen)
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == this && event->type() == QEvent::Paint && !m_themeIconAsked) {
+        m_themeIconAsked = true;
+        QTimer::singleShot(0, this, [this] { setWindowIcon(appIcon()); });
+    }
     // Shown before it is mapped, so its desktop hints are in place when it appears.
     if (watched == m_settings && event->type() == QEvent::Show)
         emit settingsShown();

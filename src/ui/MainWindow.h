@@ -69,4 +69,5 @@ private:
     QPalette m_themePalette;
     bool m_darkened = false;
     quint64 m_appearanceQuestions = 0;
+    bool m_themeIconAsked = false;
 };

@@ -144,8 +144,7 @@ void X11Appearance::queryDark(QObject* context, std::function<void(bool)> done)
                 portal->deleteLater();
                 AppearanceRule::Sources sources;
                 sources.portalColorScheme = portalScheme(portal->reply());
-                sources.themeName =
-                    XSettings::stringSetting(XSettings::currentBlob(), kThemeName);
+                sources.themeName = XSettings::stringSetting(XSettings::currentBlob(), kThemeName);
                 if (!needsGnomeScheme(sources) || !QFileInfo(kGsettings).isExecutable()) {
                     done(AppearanceRule::isDark(sources));
                     return;
@@ -160,7 +159,8 @@ void X11Appearance::queryDark(QObject* context, std::function<void(bool)> done)
                     process->deleteLater();
                     done(AppearanceRule::isDark(sources));
                 };
-                connect(process, &QProcess::finished, context, [answer]() mutable { answer(true); });
+                connect(process, &QProcess::finished, context,
+                        [answer]() mutable { answer(true); });
                 connect(process, &QProcess::errorOccurred, context,
                         [answer](QProcess::ProcessError) mutable { answer(false); });
                 QTimer::singleShot(kAnswerMs, process, [process, answer]() mutable {
