@@ -200,6 +200,11 @@ mate() {
   qd_drive icons hide >/dev/null
   qd_drive background color >/dev/null
   qd_drive colour '#1E8449' >/dev/null
+  qd_wait_eq 15 "the first colour in GSettings" "'#1E8449'" mate_key org.mate.background primary-color
+  qd_wait_eq 15 "the icons hidden" false mate_key org.mate.caja.desktop home-icon-visible
+  # The next change is under way on the picture thread when the program is killed.
+  qd_drive cover entire >/dev/null
+  qd_drive colour '#7D3C98' >/dev/null
   qd_stop_process "$QD_DRIVER_PID" KILL 5
   unset "QD_DRIVERS[mate-killed]"
   qd_check "the record outlives the kill" test -s "$(support_dir)/desktop-mate.json"
