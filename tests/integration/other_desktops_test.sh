@@ -6,10 +6,10 @@
 #   the bare root back and leaves no record; with icons hidden the main window says why that
 #   cannot work here, and its popovers are no taskbar entries (only the main window is, as tint2
 #   lists windows);
-# - MATE (caja draws the desktop): the program says the pictures and icons cannot be changed
-#   there, twenty picture changes leave caja's root pixmap and desktop alone, caja and
-#   mate-panel still run, and no record waits for a restore that cannot happen; the main window
-#   with "Color" chosen says why it cannot show;
+# - MATE (caja draws the desktop from GSettings): a colour, the light picture and hidden icons
+#   show on caja's desktop and in GSettings; twenty picture and cover changes later caja and
+#   mate-panel still run; quitting, and a kill -9 followed by another run, leave every key as
+#   the user had it (unset keys unset); the main window with "Color" chosen shows it unexplained;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -121,50 +121,124 @@ popovers_off_the_taskbar() {
   qd_stop_checked
 }
 
+# One user's programs share one dconf database: the program's private home reads and writes the
+# desktop's.
+share_desktop_dconf() {
+  ln -s "$QD_DESKTOP_STATE/config/dconf" "$XDG_CONFIG_HOME/dconf"
+  ln -s "$QD_DESKTOP_STATE/runtime/dconf" "$XDG_RUNTIME_DIR/dconf"
+}
+mate_settings() { dconf dump /org/mate/desktop/background/; echo ---; dconf dump /org/mate/caja/desktop/; }
+mate_key() { gsettings get "$1" "$2"; }
+# Where caja draws its first icon ("Computer") in the top-left corner.
+computer_icon() { qd_pixel 87 69; }
+icon_drawn() { [ "$(computer_icon)" != "$(qd_pixel 600 69)" ]; }
+solid_png() { convert -size 64x64 "xc:#$1" "$2"; }
+pictures_and_covers() {
+  local i
+  qd_drive background color >/dev/null
+  for ((i = 1; i <= 20; i++)); do
+    if ((i % 2)); then qd_drive cover entire >/dev/null; else qd_drive cover keep >/dev/null; fi
+    qd_drive colour "$(printf '#%02X5400' $((i * 10)))" >/dev/null
+  done
+}
+
 mate() {
-  qd_section "MATE: caja draws the desktop"
+  qd_section "MATE: caja draws the desktop from GSettings"
   qd_start_desktop --desktop mate
   qd_new_home
+  share_desktop_dconf
   export XDG_CURRENT_DESKTOP=MATE
-  # caja sets a new root pixmap of its own whenever a client comes or goes (even one killed with
-  # SIGKILL), so the pixmap's id says nothing: what must hold is that caja's picture is what
-  # the desktop and the root keep showing.
-  local centre_before right_before
-  centre_before=$(centre)
-  right_before=$(right_side)
+  # A key the user set (to its default) must stay set; the others stay unset.
+  gsettings set org.mate.caja.desktop trash-icon-visible true
+  gsettings set org.mate.background primary-color "'#5891BC'"
+  local before icon_before
+  before=$(mate_settings)
+  qd_wait_for 15 "caja's Computer icon" icon_drawn
+  icon_before=$(computer_icon)
   qd_driver_start mate "$driver"
-  qd_check_eq "the desktop as the program sees it" "support MATE|caja|0|0" "$(qd_drive support)"
-  twenty_colours
+  qd_check_eq "the desktop as the program sees it" "support MATE|caja|1|1" "$(qd_drive support)"
+
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour in the middle of caja's desktop" D35400 centre
+  qd_check_eq "the colour in GSettings" "'#D35400'" "$(mate_key org.mate.background primary-color)"
+  qd_check "the picture is the program's colour file" \
+    bash -c "gsettings get org.mate.background picture-filename | grep -q quillet-color-"
+  qd_check_eq "caja's Computer icon still shows" "$icon_before" "$(computer_icon)"
+
   qd_drive icons hide >/dev/null
-  qd_check "caja's root pixmap is still set" test -n "$(root_pixmap _XROOTPMAP_ID)"
-  qd_check_eq "caja's desktop shows what it showed" "$centre_before" "$(centre)"
-  qd_check "caja still runs after twenty picture changes" runs_here caja
+  qd_wait_eq 15 "caja's icons gone: the colour where the Computer icon was" D35400 computer_icon
+  qd_check_eq "caja's home icon is switched off" false "$(mate_key org.mate.caja.desktop home-icon-visible)"
+  qd_check_eq "the picture stays" D35400 "$(centre)"
+  qd_check "caja's desktop window is still there" qd_xprobe windows --type desktop
+
+  local light=$QD_TMP/light.png dark=$QD_TMP/dark.png
+  solid_png 2E86C1 "$light"
+  solid_png 6C3483 "$dark"
+  qd_drive light "$light" >/dev/null
+  qd_drive dark "$dark" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the light picture on caja's desktop" 2E86C1 centre
+  qd_check_eq "the light picture in GSettings" "'$light'" "$(mate_key org.mate.background picture-filename)"
+  qd_check_eq "zoomed" "'zoom'" "$(mate_key org.mate.background picture-options)"
+
+  pictures_and_covers
+  qd_wait_eq 15 "the last of twenty colours in the middle of the screen" C85400 centre
+  qd_check "caja still runs after twenty picture and cover changes" runs_here caja
   qd_check "mate-panel still runs" runs_here mate-panel
   qd_check "caja's desktop window is still there" qd_xprobe windows --type desktop
+  qd_check "the record of the settings is on disk" test -s "$(support_dir)/desktop-mate.json"
   qd_driver_quit
-  qd_check_eq "caja's desktop shows what it showed after quitting" "$centre_before" "$(centre)"
+  qd_check_eq "every key as before quitting (unset keys unset)" "$before" "$(mate_settings)"
+  qd_wait_eq 15 "caja's Computer icon back" "$icon_before" computer_icon
   qd_check "caja still runs after quitting" runs_here caja
-  qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
+  qd_check "no record is left" test ! -e "$(support_dir)/desktop-mate.json"
   qd_check_eq "no picture record waits for a restore" null "$(qd_stored wallpaper.originalURLs)"
-  colour_explained_on_mate
+
+  qd_section "MATE: killed during a change, launched again, quit"
+  qd_driver_start mate-killed "$driver"
+  qd_drive icons hide >/dev/null
+  qd_drive background color >/dev/null
+  qd_drive colour '#1E8449' >/dev/null
+  qd_wait_eq 15 "the first colour in GSettings" "'#1E8449'" mate_key org.mate.background primary-color
+  qd_wait_eq 15 "the icons hidden" false mate_key org.mate.caja.desktop home-icon-visible
+  # The next change is under way on the picture thread when the program is killed.
+  qd_drive cover entire >/dev/null
+  qd_drive colour '#7D3C98' >/dev/null
+  qd_stop_process "$QD_DRIVER_PID" KILL 5
+  unset "QD_DRIVERS[mate-killed]"
+  qd_check "the record outlives the kill" test -s "$(support_dir)/desktop-mate.json"
+  qd_driver_start mate-again "$driver"
+  qd_driver_quit
+  qd_check_eq "every key as before after the kill and the next run" "$before" "$(mate_settings)"
+  qd_wait_eq 15 "caja's Computer icon back after the kill" "$icon_before" computer_icon
+  qd_check "caja still runs" runs_here caja
+  qd_check "mate-panel still runs" runs_here mate-panel
+  gsettings reset org.mate.caja.desktop trash-icon-visible
+  gsettings reset org.mate.background primary-color
+  colour_shown_on_mate
   qd_check "caja still runs after the program quit" runs_here caja
   qd_stop_desktop
 }
 
-# The program itself, with "Color" chosen: the window says why the colour cannot show.
-colour_explained_on_mate() {
+# The program itself, with "Color" chosen: caja shows the colour and the window has nothing to
+# explain; quitting puts caja's picture back.
+colour_shown_on_mate() {
   if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
     qd_log "SKIP: pyatspi is not installed"
     return 0
   fi
   qd_new_home
-  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color"}'
+  share_desktop_dconf
+  local right_before
+  right_before=$(right_side)
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#1A5276"}'
   qd_launch_quillet quillet-mate QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
-  local said="Background: “Color” has no effect on MATE: caja draws the desktop, and Quillet cannot give it a picture yet."
-  qd_check "the main window explains that the colour cannot show on MATE" \
-    qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
-  qd_check_eq "caja's desktop shows what it showed with the program running" "$right_before" "$(right_side)"
+  qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+    { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  qd_wait_eq 20 "the chosen colour on caja's desktop" 1A5276 right_side
   qd_stop_checked
+  qd_wait_eq 15 "caja's own picture back after quitting" "$right_before" right_side
 }
 
 xfce_late_xfdesktop() {

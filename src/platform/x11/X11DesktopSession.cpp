@@ -1,6 +1,7 @@
 // The desktop backends chosen at run time, and the facades the rest of the program holds.
 #include "X11DesktopSession.h"
 
+#include "GSettingsDesktop.h"
 #include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
 #include "X11DesktopProgram.h"
@@ -83,8 +84,17 @@ class FollowingIcons final : public DesktopIconsBackend {
 public:
     explicit FollowingIcons(X11DesktopSession& session) : m_session(session) {}
 
-    Style hiddenStyle() const override { return 0; }
-    Style shownStyle() const override { return 2; }
+    // The styles of the icon setting in charge (each desktop counts its own way).
+    Style hiddenStyle() const override
+    {
+        auto* icons = m_session.activeIcons();
+        return icons ? icons->hiddenStyle() : 0;
+    }
+    Style shownStyle() const override
+    {
+        auto* icons = m_session.activeIcons();
+        return icons ? icons->shownStyle() : 2;
+    }
     void readStyle(std::function<void(ReadResult)> done) override
     {
         if (auto* icons = m_session.activeIcons())
@@ -137,8 +147,16 @@ QString windowManagerName()
 X11DesktopSession::X11DesktopSession(const QString& recordDir)
     : m_xfcePictures(std::make_unique<XfceDesktopPictures>(recordDir)),
       m_rootPictures(std::make_unique<RootWindowDesktopPictures>(recordDir)),
-      m_xfceIcons(std::make_unique<XfceDesktopIcons>())
+      m_xfceIcons(std::make_unique<XfceDesktopIcons>()),
+      m_settingsTools(std::make_unique<QtCommandOutput>())
 {
+    // Each keeps its own record (one left by a crash is put back once its desktop runs again).
+    for (const auto* keys : {&GSettingsDesktopKeys::mate(), &GSettingsDesktopKeys::gnome(),
+                             &GSettingsDesktopKeys::cinnamon()})
+        m_gsettingsPictures.push_back(
+            std::make_unique<GSettingsDesktopPictures>(*keys, recordDir, *m_settingsTools));
+    m_mateIcons =
+        std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
     // Once, at start-up, as the program always did; from then on only the owner changes count.
     m_xfdesktop = XfceDesktopIcons::isRunning();
     m_xfconf = XfceDesktopIcons::settingsReachable();
@@ -196,12 +214,15 @@ DesktopPictures& X11DesktopSession::activePictures() const
 {
     if (m_backend == Backend::xfce)
         return *m_xfcePictures;
+    if (auto* gsettings = m_gsettings.load(); m_backend == Backend::gsettings && gsettings)
+        return *gsettings;
     return *m_rootPictures;
 }
 
 DesktopPictures* X11DesktopSession::otherPictures() const
 {
-    if (m_backend == Backend::xfce)
+    // A GSettings desktop leaves the root's record to the root (while nothing draws over it).
+    if (m_backend == Backend::xfce || m_backend == Backend::gsettings)
         return m_rootPictures.get();
     return m_xfcePictures.get();
 }
@@ -219,8 +240,45 @@ bool X11DesktopSession::otherMayRestore() const
 
 DesktopIconsBackend* X11DesktopSession::activeIcons() const
 {
+    return iconsFor(m_backend, m_gsettings.load());
+}
+
+DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
+                                                 GSettingsDesktopPictures* gsettings) const
+{
+    // caja keeps its icon switches in GSettings; GNOME Shell draws no desktop icons, and
+    // nemo-desktop's switches are not known to leave its desktop drawn.
+    if (backend == Backend::gsettings)
+        return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
+                                                                                : nullptr;
     // xfdesktop keeps its icon style in xfconf, which outlives xfdesktop itself.
     return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
+}
+
+GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program) const
+{
+    auto find = [this](const GSettingsDesktopKeys& keys) {
+        for (const auto& pictures : m_gsettingsPictures) {
+            if (&pictures->keys() == &keys)
+                return pictures.get();
+        }
+        return static_cast<GSettingsDesktopPictures*>(nullptr);
+    };
+    if (program == QLatin1String("caja"))
+        return find(GSettingsDesktopKeys::mate());
+    if (program == QLatin1String("nemo-desktop"))
+        return find(GSettingsDesktopKeys::cinnamon());
+    if (!program.isEmpty())
+        return nullptr;
+    // GNOME Shell and Cinnamon draw the background themselves, with no desktop window.
+    const QStringList current =
+        qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    if (current.contains(QLatin1String("X-Cinnamon"), Qt::CaseInsensitive))
+        return find(GSettingsDesktopKeys::cinnamon());
+    if (current.contains(QLatin1String("GNOME"), Qt::CaseInsensitive) ||
+        windowManagerName() == QLatin1String("GNOME Shell"))
+        return find(GSettingsDesktopKeys::gnome());
+    return nullptr;
 }
 
 bool X11DesktopSession::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
@@ -292,20 +350,25 @@ void X11DesktopSession::check()
         backend = m_backend;
         m_settle.start();
     }
+    GSettingsDesktopPictures* gsettings =
+        backend == Backend::root ? gsettingsDesktop(program ? program->name : QString()) : nullptr;
+    if (gsettings)
+        backend = Backend::gsettings;
     // xfdesktop draws the desktop through its settings: it is the backend, not an obstacle.
     const QString drawnBy =
-        backend == Backend::root && program
+        backend != Backend::xfce && program
             ? (program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name)
             : QString();
     State state;
     state.desktop = desktopName(program ? program->name : QString());
     state.drawnBy = drawnBy;
-    state.pictures = drawnBy.isEmpty();
+    // A desktop that draws from GSettings takes its pictures there.
+    state.pictures = drawnBy.isEmpty() || backend == Backend::gsettings;
     if (!state.pictures)
         state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
                                            "picture yet")
                                 .arg(drawnBy);
-    state.icons = activeIcons() != nullptr;
+    state.icons = iconsFor(backend, gsettings) != nullptr;
     if (!state.icons) {
         state.iconsGap = drawnBy.isEmpty()
                              ? QStringLiteral("no program draws icons on this desktop")
@@ -316,7 +379,11 @@ void X11DesktopSession::check()
 
     const qint64 pid = program ? program->pid : 0;
     const bool switched = backend != m_backend || pid != m_programPid ||
-                          state.pictures != m_state.pictures || state.icons != m_state.icons;
+                          gsettings != m_gsettings.load() || state.pictures != m_state.pictures ||
+                          state.icons != m_state.icons;
+    // The desktop before the backend: the picture thread reads the backend, then the desktop.
+    if (gsettings)
+        m_gsettings = gsettings;
     m_backend = backend;
     m_programPid = pid;
     if (state != m_state) {
@@ -326,7 +393,9 @@ void X11DesktopSession::check()
     }
     if (switched) {
         qCInfo(lcX11, "desktop: %s (%s backend%s)", qUtf8Printable(m_state.desktop),
-               backend == Backend::xfce ? "xfdesktop" : "root window",
+               backend == Backend::xfce        ? "xfdesktop"
+               : backend == Backend::gsettings ? "GSettings"
+                                               : "root window",
                drawnBy.isEmpty() ? "" : qUtf8Printable(QStringLiteral(", drawn by ") + drawnBy));
         emit backendChanged();
     }

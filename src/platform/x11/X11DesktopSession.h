@@ -14,7 +14,12 @@
 #include <QTimer>
 #include <atomic>
 #include <memory>
+#include <vector>
 
+class CommandOutput;
+class GSettingsDesktopIcons;
+class GSettingsDesktopPictures;
+struct GSettingsDesktopKeys;
 class RootWindowDesktopPictures;
 class XfceDesktopIcons;
 class XfceDesktopPictures;
@@ -45,15 +50,24 @@ public:
     DesktopIconsBackend* activeIcons() const;
 
 private:
-    enum class Backend { xfce, root };
+    // gsettings: a desktop that draws its picture from GSettings (caja on MATE, GNOME, Cinnamon).
+    enum class Backend { xfce, root, gsettings };
     void scheduleCheck();
     void check();
     // The desktop as the user names it.
     QString desktopName(const QString& program) const;
+    // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
+    GSettingsDesktopPictures* gsettingsDesktop(const QString& program) const;
+    DesktopIconsBackend* iconsFor(Backend backend, GSettingsDesktopPictures* gsettings) const;
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
     std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
     std::unique_ptr<XfceDesktopIcons> m_xfceIcons;
+    std::unique_ptr<CommandOutput> m_settingsTools;
+    std::vector<std::unique_ptr<GSettingsDesktopPictures>> m_gsettingsPictures;
+    std::unique_ptr<GSettingsDesktopIcons> m_mateIcons;
+    // The GSettings desktop in charge while the backend is gsettings; read by the picture thread.
+    std::atomic<GSettingsDesktopPictures*> m_gsettings = nullptr;
     QDBusServiceWatcher m_busWatch;
     QTimer m_settle;
     QTimer m_poll;

@@ -1,0 +1,125 @@
+// Desktops that keep their desktop picture in GSettings and draw it themselves: MATE (caja draws
+// org.mate.background), GNOME on X11 (org.gnome.desktop.background, with its light/dark pair) and
+// Cinnamon (org.cinnamon.desktop.background). One backend, a key table per desktop.
+//
+// The settings are read and written with the `gsettings` and `dconf` tools rather than through
+// libgio, which would add to the program's start-up for every desktop. Our own values go through
+// `gsettings set`, which checks them against the installed schema; what the user had is read
+// with `dconf`, which alone tells a key the user never set from one set to its default, and is
+// written back with `dconf write` (the exact text read) or `dconf reset` (unset again).
+#pragma once
+
+#include "platform/CommandOutput.h"
+#include "platform/DesktopIconsBackend.h"
+#include "platform/DesktopPictures.h"
+#include "platform/DesktopRecordFile.h"
+
+#include <QHash>
+#include <QJsonObject>
+#include <QMutex>
+#include <QObject>
+
+struct GSettingsDesktopKeys {
+    // The desktop as users name it, and the record's file name ("desktop-<record>.json").
+    QString desktop;
+    QString record;
+    // The background schema and its dconf folder.
+    QString schema;
+    QString folder;
+    // The picture: a plain path, or a file:// URI; a second key for the dark appearance where
+    // the desktop has one (it gets the same picture: the program chooses light or dark itself).
+    QString pictureKey;
+    QString darkPictureKey;
+    bool pictureIsUri = false;
+    // Values every picture of ours needs (full opacity, no slideshow, …): key ("sub/key" for a
+    // key of the child schema in the folder below), GVariant text.
+    QList<std::pair<QString, QString>> fixedValues;
+    // The desktop's icon switches (a dconf folder and boolean keys, all false hides the icons);
+    // empty where the desktop keeps no icon setting that leaves its picture alone.
+    QString iconFolder;
+    QStringList iconKeys;
+
+    // Every key a picture of ours may change: what the record holds.
+    QStringList recordedKeys() const;
+
+    static const GSettingsDesktopKeys& mate();
+    static const GSettingsDesktopKeys& gnome();
+    static const GSettingsDesktopKeys& cinnamon();
+};
+
+namespace GVariantText {
+// 'text' with GVariant's quoting, and back; none when the text is not one quoted string.
+QString quoted(const QString& text);
+std::optional<QString> unquoted(const QString& text);
+} // namespace GVariantText
+
+// One picture for the whole screen, as these desktops keep it: the same picture on every
+// monitor is shown zoomed; different pictures (the tinted strip only on the panel's monitor) are
+// composed into one image of the whole screen, shown spanned.
+class GSettingsDesktopPictures final : public DesktopPictures {
+public:
+    GSettingsDesktopPictures(const GSettingsDesktopKeys& keys, const QString& recordDir,
+                             CommandOutput& tools);
+
+    const GSettingsDesktopKeys& keys() const { return m_keys; }
+
+    std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
+    QImage snapshotDesktopPicture(const ScreenInfo& screen) override;
+    // Every recorded key of the background schema, as the user had it (or unset), once for all
+    // monitors; each monitor joins the record.
+    bool rememberDesktop(const ScreenInfo& screen) override;
+    bool holdsRecord(const ScreenInfo& screen) const override;
+    // The keys go back at the first monitor restored (there is one picture for all of them);
+    // the record goes with them.
+    PictureRestore restoreDesktop(const ScreenInfo& screen) override;
+    bool otherDesktopRecordPending() const override { return m_file.othersPending(); }
+    bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
+    // A composed picture is drawn for the monitors' layout.
+    bool redrawAfterScreenChange() const override { return true; }
+
+private:
+    static QString monitorKey(const ScreenInfo& screen);
+    // The keys the user has set, as dconf prints them; none when dconf cannot be read.
+    std::optional<QHash<QString, QString>> userValues() const;
+    bool set(const QString& key, const QString& gvariant);
+    QString composeSpanned();
+
+    const GSettingsDesktopKeys& m_keys;
+    CommandOutput& m_tools;
+    DesktopRecordFile m_file;
+    // {"keys": {key: GVariant text, or null when unset}, "monitors": [output names]}
+    QJsonObject m_record;
+    // What each monitor is to show now: its frame and the picture.
+    QHash<QString, std::pair<QRectF, QString>> m_shown;
+    // What this run wrote last, so an unchanged key is not written (and redrawn) again.
+    QHash<QString, QString> m_written;
+    QString m_lastComposed;
+    int m_composedSeq = 0;
+    mutable QMutex m_lock;
+};
+
+// The desktop's icon switches as one style number: each key is unset, true or false (a digit in
+// base 3, first key lowest), offset so that it is never taken for another desktop's style. No
+// key set at all is "no style", so that giving it back unsets every key again.
+class GSettingsDesktopIcons final : public QObject, public DesktopIconsBackend {
+    Q_OBJECT
+public:
+    GSettingsDesktopIcons(const GSettingsDesktopKeys& keys, CommandOutput& tools);
+
+    static constexpr int kStyleBase = 1000;
+    Style hiddenStyle() const override;
+    Style shownStyle() const override { return Style(); }
+    void readStyle(std::function<void(ReadResult)> done) override;
+    void writeStyle(Style style, std::function<void(bool written)> done) override;
+    // caja applies its icon switches live: nothing to restart.
+    void restartDesktop(std::function<void()> ready) override { ready(); }
+
+    // The style for what dconf printed of the icon folder; none when unreadable.
+    ReadResult styleOf(const QByteArray& dump) const;
+
+private:
+    void writeNext(QStringList commands, std::function<void(bool)> done);
+
+    const GSettingsDesktopKeys& m_keys;
+    CommandOutput& m_tools;
+};
