@@ -10,6 +10,11 @@
 #   there, twenty picture changes leave caja's root pixmap and desktop alone, caja and
 #   mate-panel still run, and no record waits for a restore that cannot happen; the main window
 #   with "Color" chosen says why it cannot show;
+# - LXDE (pcmanfm draws the desktop, lxpanel is the panel): a colour and an image reach
+#   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
+#   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
+#   the screen; a program killed with SIGKILL right after a change leaves a record the next run
+#   puts back; with icons hidden the main window says why pcmanfm's cannot be;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -23,7 +28,7 @@ atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
 driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
 
 qd_init other_desktops
-for tool in openbox tint2 marco mate-panel caja; do
+for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm; do
   if ! command -v "$tool" >/dev/null; then
     qd_log "SKIP: $tool is not installed (run scripts/setup)"
     exit 77
@@ -167,6 +172,88 @@ colour_explained_on_mate() {
   qd_stop_checked
 }
 
+# pcmanfm's settings file for its first monitor, under the test desktop's profile.
+lxde_settings() { echo "$QUILLET_DESKTOP_STATE/config/pcmanfm/quillet/desktop-items-0.conf"; }
+lxde_setting() { sed -n "s/^$1=//p" "$(lxde_settings)"; }
+pcmanfm_fills_with() { # PATH-REGEX
+  [ "$(lxde_setting wallpaper_mode)" = crop ] && lxde_setting wallpaper | grep -qE "$1"
+}
+pictures_and_covers() {
+  local i
+  qd_drive background color >/dev/null
+  for ((i = 1; i <= 20; i++)); do
+    qd_drive colour "$(printf '#%02X5400' $((i * 10)))" >/dev/null
+    qd_drive cover "$([ $((i % 2)) = 1 ] && echo entire || echo keep)" >/dev/null
+  done
+}
+
+lxde() {
+  qd_section "LXDE: pcmanfm draws the desktop"
+  qd_start_desktop --desktop lxde
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=LXDE
+  local settings_before centre_before image=$QD_TMP/green.png
+  settings_before=$(cat "$(lxde_settings)")
+  centre_before=$(centre)
+  qd_check_eq "pcmanfm shows its own colour" 2A5D8F "$centre_before"
+  convert -size 64x48 xc:'#00A000' "$image"
+  qd_driver_start lxde "$driver"
+  qd_check_eq "the desktop as the program sees it" "support LXDE||1|0" "$(qd_drive support)"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on pcmanfm's desktop" D35400 centre
+  qd_check "the colour picture fills pcmanfm's first monitor" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$'
+  qd_check "the record is on disk" test -s "$(support_dir)/desktop-pcmanfm.json"
+  qd_drive light "$image" >/dev/null
+  qd_drive dark "$image" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the image on pcmanfm's desktop" 00A000 centre
+  qd_check "pcmanfm's settings name the image" pcmanfm_fills_with "^$image\$"
+  pictures_and_covers
+  qd_drive cover keep >/dev/null
+  qd_wait_eq 15 "the last of twenty colours on pcmanfm's desktop" C85400 centre
+  qd_check "pcmanfm still runs after twenty picture and cover changes" runs_here pcmanfm
+  qd_check "lxpanel still runs after twenty picture and cover changes" runs_here lxpanel
+  qd_check "openbox still runs" runs_here openbox
+  qd_driver_quit
+  qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+  lxde_killed_during_a_change
+  qd_check "pcmanfm still runs at the end" runs_here pcmanfm
+  qd_check "lxpanel still runs at the end" runs_here lxpanel
+  qd_stop_desktop
+}
+
+# The program itself, icons hidden and a colour chosen: the window says why the icons stay;
+# killed with SIGKILL right after the colour reached pcmanfm, the next run puts pcmanfm back.
+lxde_killed_during_a_change() {
+  qd_section "LXDE: the program killed during a change, then started again and quit"
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color",
+                      "state.backgroundColor": "#2E8B57", "state.desktopIconsHidden": true}'
+  qd_launch_quillet quillet-lxde QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 15 "the colour in pcmanfm's settings" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$' ||
+    qd_fail "the colour did not reach pcmanfm's settings"
+  if "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    local said="Icons: “Hide” has no effect on LXDE: pcmanfm has no setting that hides its desktop icons and keeps the picture."
+    qd_check "the main window explains why pcmanfm's icons stay" \
+      qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  else
+    qd_log "SKIP: pyatspi is not installed"
+  fi
+  qd_stop_process "$quillet_pid" KILL 10
+  qd_check "the record survives the kill" test -s "$(support_dir)/desktop-pcmanfm.json"
+  "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; json.dump(d, open(p, "w"))' \
+    "$XDG_CONFIG_HOME/Quillet/defaults.json"
+  qd_launch_quillet quillet-lxde-again
+  qd_wait_for 15 "quillet's main window" qd_main_window || qd_fail "no main window after the relaunch"
+  qd_stop_checked
+  qd_wait_eq 15 "pcmanfm's own colour after the relaunch quit" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was after the kill" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left after the kill" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+}
+
 xfce_late_xfdesktop() {
   qd_section "Xfce: xfdesktop starts after the program, dies and comes back"
   qd_start_desktop --no-xfdesktop
@@ -210,5 +297,6 @@ xfce_late_xfdesktop() {
 
 openbox_tint2
 mate
+lxde
 xfce_late_xfdesktop
 qd_finish

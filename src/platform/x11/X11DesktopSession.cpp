@@ -1,9 +1,11 @@
 // The desktop backends chosen at run time, and the facades the rest of the program holds.
 #include "X11DesktopSession.h"
 
+#include "PcmanfmDesktopPictures.h"
 #include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
 #include "X11DesktopProgram.h"
+#include "X11RandR.h"
 #include "X11Replies.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
@@ -137,6 +139,7 @@ QString windowManagerName()
 X11DesktopSession::X11DesktopSession(const QString& recordDir)
     : m_xfcePictures(std::make_unique<XfceDesktopPictures>(recordDir)),
       m_rootPictures(std::make_unique<RootWindowDesktopPictures>(recordDir)),
+      m_pcmanfmPictures(std::make_unique<PcmanfmDesktopPictures>(recordDir)),
       m_xfceIcons(std::make_unique<XfceDesktopIcons>())
 {
     // Once, at start-up, as the program always did; from then on only the owner changes count.
@@ -196,12 +199,14 @@ DesktopPictures& X11DesktopSession::activePictures() const
 {
     if (m_backend == Backend::xfce)
         return *m_xfcePictures;
+    if (m_backend == Backend::pcmanfm)
+        return *m_pcmanfmPictures;
     return *m_rootPictures;
 }
 
 DesktopPictures* X11DesktopSession::otherPictures() const
 {
-    if (m_backend == Backend::xfce)
+    if (m_backend == Backend::xfce || m_backend == Backend::pcmanfm)
         return m_rootPictures.get();
     return m_xfcePictures.get();
 }
@@ -213,6 +218,10 @@ bool X11DesktopSession::otherMayRestore() const
     // take away again, so written back while it is away they would not stay as the user had
     // them. The root only while no desktop program draws over it.
     if (m_backend == Backend::root)
+        return false;
+    // pcmanfm keeps a root pixmap of its own: a root picture waits until no desktop program
+    // draws.
+    if (m_backend == Backend::pcmanfm)
         return false;
     return !m_desktopDrawn.load();
 }
@@ -284,7 +293,13 @@ QString X11DesktopSession::desktopName(const QString& program) const
 
 void X11DesktopSession::check()
 {
-    const auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
+    auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
+    // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors()) {
+        if (program)
+            break;
+        program = X11::desktopProgramCovering(X11::connection(), X11::rootWindow(), monitor.rect);
+    }
     // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
     // crash when its settings change. Until then the backend stays as it was.
     Backend backend = m_xfdesktop ? Backend::xfce : Backend::root;
@@ -292,6 +307,9 @@ void X11DesktopSession::check()
         backend = m_backend;
         m_settle.start();
     }
+    // pcmanfm takes pictures through its own command line.
+    if (backend == Backend::root && program && program->name == QLatin1String("pcmanfm"))
+        backend = Backend::pcmanfm;
     // xfdesktop draws the desktop through its settings: it is the backend, not an obstacle.
     const QString drawnBy =
         backend == Backend::root && program
@@ -307,7 +325,10 @@ void X11DesktopSession::check()
                                 .arg(drawnBy);
     state.icons = activeIcons() != nullptr;
     if (!state.icons) {
-        state.iconsGap = drawnBy.isEmpty()
+        state.iconsGap = backend == Backend::pcmanfm
+                             ? QStringLiteral("pcmanfm has no setting that hides its desktop "
+                                              "icons and keeps the picture")
+                         : drawnBy.isEmpty()
                              ? QStringLiteral("no program draws icons on this desktop")
                              : QStringLiteral("%1 draws the desktop icons, and Quillet cannot "
                                               "hide them there yet")
@@ -326,7 +347,9 @@ void X11DesktopSession::check()
     }
     if (switched) {
         qCInfo(lcX11, "desktop: %s (%s backend%s)", qUtf8Printable(m_state.desktop),
-               backend == Backend::xfce ? "xfdesktop" : "root window",
+               backend == Backend::xfce      ? "xfdesktop"
+               : backend == Backend::pcmanfm ? "pcmanfm"
+                                             : "root window",
                drawnBy.isEmpty() ? "" : qUtf8Printable(QStringLiteral(", drawn by ") + drawnBy));
         emit backendChanged();
     }

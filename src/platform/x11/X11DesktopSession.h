@@ -15,6 +15,7 @@
 #include <atomic>
 #include <memory>
 
+class PcmanfmDesktopPictures;
 class RootWindowDesktopPictures;
 class XfceDesktopIcons;
 class XfceDesktopPictures;
@@ -45,7 +46,7 @@ public:
     DesktopIconsBackend* activeIcons() const;
 
 private:
-    enum class Backend { xfce, root };
+    enum class Backend { xfce, root, pcmanfm };
     void scheduleCheck();
     void check();
     // The desktop as the user names it.
@@ -53,6 +54,7 @@ private:
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
     std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
+    std::unique_ptr<PcmanfmDesktopPictures> m_pcmanfmPictures;
     std::unique_ptr<XfceDesktopIcons> m_xfceIcons;
     QDBusServiceWatcher m_busWatch;
     QTimer m_settle;
