@@ -72,6 +72,7 @@ openbox_tint2() {
   qd_check_eq "ESETROOT_PMAP_ID names the same pixmap" "$(root_pixmap _XROOTPMAP_ID)" "$(root_pixmap ESETROOT_PMAP_ID)"
   qd_check "tint2 still runs after twenty picture changes" runs_here tint2
   qd_check "openbox still runs" runs_here openbox
+  qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
   qd_driver_quit
   qd_check "no root pixmap after quitting" test -z "$(root_pixmap _XROOTPMAP_ID)"
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
@@ -178,6 +179,14 @@ lxde_setting() { sed -n "s/^$1=//p" "$(lxde_settings)"; }
 pcmanfm_fills_with() { # PATH-REGEX
   [ "$(lxde_setting wallpaper_mode)" = crop ] && lxde_setting wallpaper | grep -qE "$1"
 }
+# pcmanfm windows other than its desktop (a folder window opened by mistake), one id a line.
+pcmanfm_windows() {
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    xprop -id "$id" WM_CLASS 2>/dev/null | grep -qi pcmanfm || continue
+    xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP || echo "$id"
+  done
+}
 pictures_and_covers() {
   local i
   qd_drive background color >/dev/null
@@ -215,6 +224,7 @@ lxde() {
   qd_check "pcmanfm still runs after twenty picture and cover changes" runs_here pcmanfm
   qd_check "lxpanel still runs after twenty picture and cover changes" runs_here lxpanel
   qd_check "openbox still runs" runs_here openbox
+  qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
   qd_driver_quit
   qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
   qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"

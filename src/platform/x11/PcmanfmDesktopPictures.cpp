@@ -18,9 +18,7 @@
 #include <QSaveFile>
 #include <QThread>
 #include <algorithm>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -114,23 +112,14 @@ QString socketPath(const QStringList& environment)
     return dir + QStringLiteral("/pcmanfm-socket-") + display.left(colon) + u'-' + number;
 }
 
-// Whether a pcmanfm listens on the socket: without one, a pcmanfm started to pass on the
-// options would become an instance of its own and stay.
-bool listening(const QString& path)
+// Whether the running pcmanfm has its socket: without one, a pcmanfm started to pass on the
+// options would become an instance of its own. The socket is not tried out: pcmanfm takes any
+// connection as a request and opens a folder window for an empty one.
+bool hasSocket(const QString& path)
 {
-    sockaddr_un address{};
-    const QByteArray native = QFile::encodeName(path);
-    if (native.isEmpty() || native.size() >= qsizetype(sizeof(address.sun_path)))
-        return false;
-    address.sun_family = AF_UNIX;
-    std::copy(native.begin(), native.end(), address.sun_path);
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        return false;
-    const bool connected =
-        ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    ::close(fd);
-    return connected;
+    struct stat info {};
+    return !path.isEmpty() && ::stat(QFile::encodeName(path).constData(), &info) == 0 &&
+           S_ISSOCK(info.st_mode);
 }
 
 class SystemLink final : public PcmanfmLink {
@@ -176,7 +165,7 @@ public:
 
     bool send(const PcmanfmInstance& instance, const QStringList& arguments) override
     {
-        if (!listening(socketPath(instance.environment))) {
+        if (!hasSocket(socketPath(instance.environment))) {
             qCWarning(lcX11, "pcmanfm (pid %lld) does not listen for its command line",
                       instance.pid);
             return false;
@@ -189,7 +178,8 @@ public:
         if (!process.waitForStarted(kReplyMs))
             return false;
         if (!process.waitForFinished(kReplyMs)) {
-            // It did not hand the options on and exit: it must not stay as a second pcmanfm.
+            // It did not hand the options on and exit (nobody listened on the socket): it must
+            // not stay as a second pcmanfm.
             process.kill();
             process.waitForFinished(1000);
             return false;
