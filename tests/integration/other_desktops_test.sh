@@ -14,7 +14,9 @@
 #   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
 #   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
 #   the screen; a program killed with SIGKILL right after a change leaves a record the next run
-#   puts back; with icons hidden the main window says why pcmanfm's cannot be;
+#   puts back; with icons hidden the main window says why pcmanfm's cannot be; on lxpanel
+#   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
+#   ticking, "Hide bar" covers the whole panel;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -26,6 +28,7 @@ source "$(dirname "$0")/../support/desktop/lib.sh"
 QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET}
 atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
 driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
+cover_driver=${QUILLET_COVER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_cover_driver}
 
 qd_init other_desktops
 for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm; do
@@ -230,6 +233,7 @@ lxde() {
   qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"
   qd_check "no pcmanfm record is left" test ! -e "$(support_dir)/desktop-pcmanfm.json"
   lxde_killed_during_a_change
+  lxpanel_cover
   qd_check "pcmanfm still runs at the end" runs_here pcmanfm
   qd_check "lxpanel still runs at the end" runs_here lxpanel
   qd_stop_desktop
@@ -245,6 +249,7 @@ lxde_killed_during_a_change() {
   qd_launch_quillet quillet-lxde QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
   qd_wait_for 15 "the colour in pcmanfm's settings" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$' ||
     qd_fail "the colour did not reach pcmanfm's settings"
+  qd_wait_eq 15 "the colour on pcmanfm's desktop beside the main window" 2E8B57 right_side
   if "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
     local said="Icons: “Hide” has no effect on LXDE: pcmanfm has no setting that hides its desktop icons and keeps the picture."
     qd_check "the main window explains why pcmanfm's icons stay" \
@@ -262,6 +267,44 @@ lxde_killed_during_a_change() {
   qd_wait_eq 15 "pcmanfm's own colour after the relaunch quit" "$centre_before" centre
   qd_check_eq "pcmanfm's settings file is as it was after the kill" "$settings_before" "$(cat "$(lxde_settings)")"
   qd_check "no pcmanfm record is left after the kill" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+}
+
+# The lxpanel clock, right of the tray: what the root shows there now.
+clock_shot() { import -window root -crop "$((root_w - clock_x))x24+$clock_x+4" "$1" 2>/dev/null; }
+clock_ticks() { clock_shot "$QD_TMP/clock-now.png" && [ "$(compare -metric AE "$QD_TMP/clock-then.png" "$QD_TMP/clock-now.png" null: 2>&1 | cut -d' ' -f1)" != 0 ]; }
+colours_in() { convert "$1" -format %k info:; }
+lxpanel_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+
+lxpanel_cover() {
+  qd_section "LXDE: the panel cover on lxpanel"
+  qd_driver_start lxpanel "$cover_driver"
+  local items masks x1 w1 x2 w2 root_w clock_x mask_right
+  qd_wait_for 20 "the two tray icons as items" lxpanel_items || qd_fail "lxpanel's tray items: $items"
+  read -r x1 w1 x2 w2 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
+  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+  clock_x=$((x2 + w2 + 4))
+  qd_drive cover items >/dev/null
+  qd_drive settle >/dev/null
+  qd_drive toggle YAD 1 >/dev/null
+  qd_drive settle >/dev/null
+  masks=$(qd_drive masks)
+  mask_right=$(($(sed -n '1s/.* x=\([0-9]*\) .*/\1/p' <<<"$masks") + $(sed -n '1s/.* w=\([0-9]*\) .*/\1/p' <<<"$masks")))
+  qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
+  qd_check "Hide items: the mask covers YAD 1's place ($mask_right >= $((x1 + w1)))" test "$mask_right" -ge $((x1 + w1))
+  qd_check "Hide items: YAD 2, which keeps its place, and the clock are not under it" test "$mask_right" -le "$x2"
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-place.png"
+  qd_check_eq "Hide items: YAD 1's place shows only panel background" 1 "$(colours_in "$QD_TMP/yad1-place.png")"
+  clock_shot "$QD_TMP/clock-then.png"
+  qd_check "Hide items: the clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  qd_drive cover entire >/dev/null
+  qd_drive settle >/dev/null
+  masks=$(qd_drive masks)
+  qd_check "Hide bar: one mask across the whole panel" grep -q "^mask .* x=0 y=0 w=$root_w " <<<"$masks"
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_check_eq "no mask left" "" "$(qd_drive masks)"
+  qd_driver_quit
+  qd_check "lxpanel still runs after the cover" runs_here lxpanel
 }
 
 xfce_late_xfdesktop() {
