@@ -16,7 +16,9 @@
 #   the screen; a program killed with SIGKILL right after a change leaves a record the next run
 #   puts back; with icons hidden the main window says why pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
-#   ticking, "Hide bar" covers the whole panel;
+#   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
+#   first monitor (the one its command line reaches) and the second one's settings stay as they
+#   were;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -269,6 +271,32 @@ lxde_killed_during_a_change() {
   qd_check "no pcmanfm record is left after the kill" test ! -e "$(support_dir)/desktop-pcmanfm.json"
 }
 
+lxde_two_monitors() {
+  if [ "$(id -u)" != 0 ]; then
+    qd_log "SKIP: two monitors run on Xorg's dummy driver, which needs root"
+    return 0
+  fi
+  qd_section "LXDE on two monitors: pcmanfm takes pictures on its first monitor"
+  qd_start_desktop --desktop lxde --monitors 2
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=LXDE
+  local first second
+  first=$(cat "$(lxde_settings)")
+  second=$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")
+  qd_driver_start lxde-two "$driver"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on the first monitor" D35400 centre
+  qd_check_eq "the second monitor keeps pcmanfm's colour" 2A5D8F "$(qd_pixel 2880 600)"
+  qd_check_eq "the second monitor's settings are untouched" "$second" \
+    "$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")"
+  qd_driver_quit
+  qd_wait_eq 15 "pcmanfm's own colour on the first monitor after quitting" 2A5D8F centre
+  qd_check_eq "the first monitor's settings are as they were" "$first" "$(cat "$(lxde_settings)")"
+  qd_check "pcmanfm still runs on two monitors" runs_here pcmanfm
+  qd_stop_desktop
+}
+
 # The lxpanel clock, right of the tray: what the root shows there now.
 clock_shot() { import -window root -crop "$((root_w - clock_x))x24+$clock_x+4" "$1" 2>/dev/null; }
 clock_ticks() { clock_shot "$QD_TMP/clock-now.png" && [ "$(compare -metric AE "$QD_TMP/clock-then.png" "$QD_TMP/clock-now.png" null: 2>&1 | cut -d' ' -f1)" != 0 ]; }
@@ -351,5 +379,6 @@ xfce_late_xfdesktop() {
 openbox_tint2
 mate
 lxde
+lxde_two_monitors
 xfce_late_xfdesktop
 qd_finish
