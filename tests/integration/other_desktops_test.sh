@@ -13,8 +13,8 @@
 # - LXDE (pcmanfm draws the desktop, lxpanel is the panel): a colour and an image reach
 #   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
 #   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
-#   the screen; a program killed with SIGKILL right after a change leaves a record the next run
-#   puts back; with icons hidden the main window says why pcmanfm's cannot be; on lxpanel
+#   the screen; a program killed with SIGKILL right after a change, or in the middle of a run of
+#   changes, leaves a record the next run puts back; with icons hidden the main window says why pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
 #   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
 #   first monitor (the one its command line reaches) and the second one's settings stay as they
@@ -269,6 +269,26 @@ lxde_killed_during_a_change() {
   qd_wait_eq 15 "pcmanfm's own colour after the relaunch quit" "$centre_before" centre
   qd_check_eq "pcmanfm's settings file is as it was after the kill" "$settings_before" "$(cat "$(lxde_settings)")"
   qd_check "no pcmanfm record is left after the kill" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+
+  qd_section "LXDE: killed in the middle of a run of changes"
+  qd_new_home
+  qd_driver_start lxde-kill "$driver"
+  qd_drive background color >/dev/null
+  local i
+  # Queued without waiting for the answers: the kill lands while pcmanfm takes them.
+  for ((i = 1; i <= 8; i++)); do
+    echo "$(($(wc -l <"$QD_DRIVER_CMDS") + 1)) colour $(printf '#%02X8B57' $((i * 20)))" >>"$QD_DRIVER_CMDS"
+  done
+  qd_wait_for 15 "a colour in pcmanfm's settings" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$' ||
+    qd_fail "no colour reached pcmanfm's settings"
+  qd_stop_process "$QD_DRIVER_PID" KILL 10
+  unset "QD_DRIVERS[$QD_DRIVER]"
+  qd_launch_quillet quillet-lxde-after-kill
+  qd_wait_for 15 "quillet's main window" qd_main_window || qd_fail "no main window after the kill"
+  qd_stop_checked
+  qd_wait_eq 15 "pcmanfm's own colour after a kill in the middle" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was after a kill in the middle" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left after a kill in the middle" test ! -e "$(support_dir)/desktop-pcmanfm.json"
 }
 
 lxde_two_monitors() {
