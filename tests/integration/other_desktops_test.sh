@@ -10,6 +10,16 @@
 #   show on caja's desktop and in GSettings; twenty picture and cover changes later caja and
 #   mate-panel still run; quitting, and a kill -9 followed by another run, leave every key as
 #   the user had it (unset keys unset); the main window with "Color" chosen shows it unexplained;
+# - LXDE (pcmanfm draws the desktop, lxpanel is the panel): a colour and an image reach
+#   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
+#   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
+#   the screen; a program killed with SIGKILL right after a change, or in the middle of a run of
+#   changes, leaves a record the next run puts back; with icons hidden the main window says why
+#   pcmanfm's cannot be; on lxpanel
+#   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
+#   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
+#   first monitor (the one its command line reaches) and the second one's settings stay as they
+#   were;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -21,9 +31,10 @@ source "$(dirname "$0")/../support/desktop/lib.sh"
 QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET}
 atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
 driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
+cover_driver=${QUILLET_COVER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_cover_driver}
 
 qd_init other_desktops
-for tool in openbox tint2 marco mate-panel caja; do
+for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm; do
   if ! command -v "$tool" >/dev/null; then
     qd_log "SKIP: $tool is not installed (run scripts/setup)"
     exit 77
@@ -67,6 +78,7 @@ openbox_tint2() {
   qd_check_eq "ESETROOT_PMAP_ID names the same pixmap" "$(root_pixmap _XROOTPMAP_ID)" "$(root_pixmap ESETROOT_PMAP_ID)"
   qd_check "tint2 still runs after twenty picture changes" runs_here tint2
   qd_check "openbox still runs" runs_here openbox
+  qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
   qd_driver_quit
   qd_check "no root pixmap after quitting" test -z "$(root_pixmap _XROOTPMAP_ID)"
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
@@ -241,6 +253,174 @@ colour_shown_on_mate() {
   qd_wait_eq 15 "caja's own picture back after quitting" "$right_before" right_side
 }
 
+# pcmanfm's settings file for its first monitor, under the test desktop's profile.
+lxde_settings() { echo "$QUILLET_DESKTOP_STATE/config/pcmanfm/quillet/desktop-items-0.conf"; }
+lxde_setting() { sed -n "s/^$1=//p" "$(lxde_settings)"; }
+pcmanfm_fills_with() { # PATH-REGEX
+  [ "$(lxde_setting wallpaper_mode)" = crop ] && lxde_setting wallpaper | grep -qE "$1"
+}
+# pcmanfm windows other than its desktop (a folder window opened by mistake), one id a line.
+pcmanfm_windows() {
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    xprop -id "$id" WM_CLASS 2>/dev/null | grep -qi pcmanfm || continue
+    xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP || echo "$id"
+  done
+}
+lxde() {
+  qd_section "LXDE: pcmanfm draws the desktop"
+  qd_start_desktop --desktop lxde
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=LXDE
+  local settings_before centre_before image=$QD_TMP/green.png
+  settings_before=$(cat "$(lxde_settings)")
+  centre_before=$(centre)
+  qd_check_eq "pcmanfm shows its own colour" 2A5D8F "$centre_before"
+  convert -size 64x48 xc:'#00A000' "$image"
+  qd_driver_start lxde "$driver"
+  qd_check_eq "the desktop as the program sees it" "support LXDE||1|0" "$(qd_drive support)"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on pcmanfm's desktop" D35400 centre
+  qd_check "the colour picture fills pcmanfm's first monitor" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$'
+  qd_check "the record is on disk" test -s "$(support_dir)/desktop-pcmanfm.json"
+  qd_drive light "$image" >/dev/null
+  qd_drive dark "$image" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the image on pcmanfm's desktop" 00A000 centre
+  qd_check "pcmanfm's settings name the image" pcmanfm_fills_with "^$image\$"
+  pictures_and_covers
+  qd_drive cover keep >/dev/null
+  qd_wait_eq 15 "the last of twenty colours on pcmanfm's desktop" C85400 centre
+  qd_check "pcmanfm still runs after twenty picture and cover changes" runs_here pcmanfm
+  qd_check "lxpanel still runs after twenty picture and cover changes" runs_here lxpanel
+  qd_check "openbox still runs" runs_here openbox
+  qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
+  qd_driver_quit
+  qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+  lxde_killed_during_a_change
+  lxpanel_cover
+  qd_check "pcmanfm still runs at the end" runs_here pcmanfm
+  qd_check "lxpanel still runs at the end" runs_here lxpanel
+  qd_stop_desktop
+}
+
+# The program itself, icons hidden and a colour chosen: the window says why the icons stay;
+# killed with SIGKILL right after the colour reached pcmanfm, the next run puts pcmanfm back.
+lxde_killed_during_a_change() {
+  qd_section "LXDE: the program killed during a change, then started again and quit"
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color",
+                      "state.backgroundColor": "#2E8B57", "state.desktopIconsHidden": true}'
+  qd_launch_quillet quillet-lxde QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 15 "the colour in pcmanfm's settings" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$' ||
+    qd_fail "the colour did not reach pcmanfm's settings"
+  qd_wait_eq 15 "the colour on pcmanfm's desktop beside the main window" 2E8B57 right_side
+  if "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    local said="Icons: “Hide” has no effect on LXDE: pcmanfm has no setting that hides its desktop icons and keeps the picture."
+    qd_check "the main window explains why pcmanfm's icons stay" \
+      qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  else
+    qd_log "SKIP: pyatspi is not installed"
+  fi
+  qd_stop_process "$quillet_pid" KILL 10
+  qd_check "the record survives the kill" test -s "$(support_dir)/desktop-pcmanfm.json"
+  "$QD_PYTHON" -c 'import json,sys; p=sys.argv[1]; d=json.load(open(p)); d["pref.restoreOnLaunch"]=False; json.dump(d, open(p, "w"))' \
+    "$XDG_CONFIG_HOME/Quillet/defaults.json"
+  qd_launch_quillet quillet-lxde-again
+  qd_wait_for 15 "quillet's main window" qd_main_window || qd_fail "no main window after the relaunch"
+  qd_stop_checked
+  qd_wait_eq 15 "pcmanfm's own colour after the relaunch quit" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was after the kill" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left after the kill" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+
+  qd_section "LXDE: killed in the middle of a run of changes"
+  qd_new_home
+  qd_driver_start lxde-kill "$driver"
+  qd_drive background color >/dev/null
+  local i
+  # Queued without waiting for the answers: the kill lands while pcmanfm takes them.
+  for ((i = 1; i <= 8; i++)); do
+    echo "$(($(wc -l <"$QD_DRIVER_CMDS") + 1)) colour $(printf '#%02X8B57' $((i * 20)))" >>"$QD_DRIVER_CMDS"
+  done
+  qd_wait_for 15 "a colour in pcmanfm's settings" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$' ||
+    qd_fail "no colour reached pcmanfm's settings"
+  qd_stop_process "$QD_DRIVER_PID" KILL 10
+  unset "QD_DRIVERS[$QD_DRIVER]"
+  qd_launch_quillet quillet-lxde-after-kill
+  qd_wait_for 15 "quillet's main window" qd_main_window || qd_fail "no main window after the kill"
+  qd_stop_checked
+  qd_wait_eq 15 "pcmanfm's own colour after a kill in the middle" "$centre_before" centre
+  qd_check_eq "pcmanfm's settings file is as it was after a kill in the middle" "$settings_before" "$(cat "$(lxde_settings)")"
+  qd_check "no pcmanfm record is left after a kill in the middle" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+}
+
+lxde_two_monitors() {
+  if [ "$(id -u)" != 0 ]; then
+    qd_log "SKIP: two monitors run on Xorg's dummy driver, which needs root"
+    return 0
+  fi
+  qd_section "LXDE on two monitors: pcmanfm takes pictures on its first monitor"
+  qd_start_desktop --desktop lxde --monitors 2
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=LXDE
+  local first second
+  first=$(cat "$(lxde_settings)")
+  second=$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")
+  qd_driver_start lxde-two "$driver"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on the first monitor" D35400 centre
+  qd_check_eq "the second monitor keeps pcmanfm's colour" 2A5D8F "$(qd_pixel 2880 600)"
+  qd_check_eq "the second monitor's settings are untouched" "$second" \
+    "$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")"
+  qd_driver_quit
+  qd_wait_eq 15 "pcmanfm's own colour on the first monitor after quitting" 2A5D8F centre
+  qd_check_eq "the first monitor's settings are as they were" "$first" "$(cat "$(lxde_settings)")"
+  qd_check "pcmanfm still runs on two monitors" runs_here pcmanfm
+  qd_stop_desktop
+}
+
+# The lxpanel clock, right of the tray: what the root shows there now.
+clock_shot() { import -window root -crop "$((root_w - clock_x))x24+$clock_x+4" "$1" 2>/dev/null; }
+clock_ticks() { clock_shot "$QD_TMP/clock-now.png" && [ "$(compare -metric AE "$QD_TMP/clock-then.png" "$QD_TMP/clock-now.png" null: 2>&1 | cut -d' ' -f1)" != 0 ]; }
+colours_in() { convert "$1" -format %k info:; }
+lxpanel_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+
+lxpanel_cover() {
+  qd_section "LXDE: the panel cover on lxpanel"
+  qd_driver_start lxpanel "$cover_driver"
+  local items masks x1 w1 x2 w2 root_w clock_x mask_right
+  qd_wait_for 20 "the two tray icons as items" lxpanel_items || qd_fail "lxpanel's tray items: $items"
+  read -r x1 w1 x2 w2 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
+  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+  clock_x=$((x2 + w2 + 4))
+  qd_drive cover items >/dev/null
+  qd_drive settle >/dev/null
+  qd_drive toggle YAD 1 >/dev/null
+  qd_drive settle >/dev/null
+  masks=$(qd_drive masks)
+  mask_right=$(($(sed -n '1s/.* x=\([0-9]*\) .*/\1/p' <<<"$masks") + $(sed -n '1s/.* w=\([0-9]*\) .*/\1/p' <<<"$masks")))
+  qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
+  qd_check "Hide items: the mask covers YAD 1's place ($mask_right >= $((x1 + w1)))" test "$mask_right" -ge $((x1 + w1))
+  qd_check "Hide items: YAD 2, which keeps its place, and the clock are not under it" test "$mask_right" -le "$x2"
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-place.png"
+  qd_check_eq "Hide items: YAD 1's place shows only panel background" 1 "$(colours_in "$QD_TMP/yad1-place.png")"
+  clock_shot "$QD_TMP/clock-then.png"
+  qd_check "Hide items: the clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  qd_drive cover entire >/dev/null
+  qd_drive settle >/dev/null
+  masks=$(qd_drive masks)
+  qd_check "Hide bar: one mask across the whole panel" grep -q "^mask .* x=0 y=0 w=$root_w " <<<"$masks"
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_check_eq "no mask left" "" "$(qd_drive masks)"
+  qd_driver_quit
+  qd_check "lxpanel still runs after the cover" runs_here lxpanel
+}
+
 xfce_late_xfdesktop() {
   qd_section "Xfce: xfdesktop starts after the program, dies and comes back"
   qd_start_desktop --no-xfdesktop
@@ -284,5 +464,7 @@ xfce_late_xfdesktop() {
 
 openbox_tint2
 mate
+lxde
+lxde_two_monitors
 xfce_late_xfdesktop
 qd_finish

@@ -2,9 +2,11 @@
 #include "X11DesktopSession.h"
 
 #include "GSettingsDesktop.h"
+#include "PcmanfmDesktopPictures.h"
 #include "RootWindowDesktopPictures.h"
 #include "X11Connection.h"
 #include "X11DesktopProgram.h"
+#include "X11RandR.h"
 #include "X11Replies.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
@@ -147,6 +149,7 @@ QString windowManagerName()
 X11DesktopSession::X11DesktopSession(const QString& recordDir)
     : m_xfcePictures(std::make_unique<XfceDesktopPictures>(recordDir)),
       m_rootPictures(std::make_unique<RootWindowDesktopPictures>(recordDir)),
+      m_pcmanfmPictures(std::make_unique<PcmanfmDesktopPictures>(recordDir)),
       m_xfceIcons(std::make_unique<XfceDesktopIcons>()),
       m_settingsTools(std::make_unique<QtCommandOutput>())
 {
@@ -216,13 +219,16 @@ DesktopPictures& X11DesktopSession::activePictures() const
         return *m_xfcePictures;
     if (auto* gsettings = m_gsettings.load(); m_backend == Backend::gsettings && gsettings)
         return *gsettings;
+    if (m_backend == Backend::pcmanfm)
+        return *m_pcmanfmPictures;
     return *m_rootPictures;
 }
 
 DesktopPictures* X11DesktopSession::otherPictures() const
 {
-    // A GSettings desktop leaves the root's record to the root (while nothing draws over it).
-    if (m_backend == Backend::xfce || m_backend == Backend::gsettings)
+    // The desktops that keep pictures of their own leave the root's record to the root (while
+    // nothing draws over it).
+    if (m_backend != Backend::root)
         return m_rootPictures.get();
     return m_xfcePictures.get();
 }
@@ -234,6 +240,10 @@ bool X11DesktopSession::otherMayRestore() const
     // take away again, so written back while it is away they would not stay as the user had
     // them. The root only while no desktop program draws over it.
     if (m_backend == Backend::root)
+        return false;
+    // pcmanfm keeps a root pixmap of its own: a root picture waits until no desktop program
+    // draws.
+    if (m_backend == Backend::pcmanfm)
         return false;
     return !m_desktopDrawn.load();
 }
@@ -251,6 +261,9 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
     if (backend == Backend::gsettings)
         return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
                                                                                 : nullptr;
+    // pcmanfm has no setting that hides its icons.
+    if (backend == Backend::pcmanfm)
+        return nullptr;
     // xfdesktop keeps its icon style in xfconf, which outlives xfdesktop itself.
     return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
 }
@@ -342,7 +355,13 @@ QString X11DesktopSession::desktopName(const QString& program) const
 
 void X11DesktopSession::check()
 {
-    const auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
+    auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
+    // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors()) {
+        if (program)
+            break;
+        program = X11::desktopProgramCovering(X11::connection(), X11::rootWindow(), monitor.rect);
+    }
     // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
     // crash when its settings change. Until then the backend stays as it was.
     Backend backend = m_xfdesktop ? Backend::xfce : Backend::root;
@@ -350,8 +369,13 @@ void X11DesktopSession::check()
         backend = m_backend;
         m_settle.start();
     }
-    GSettingsDesktopPictures* gsettings =
-        backend == Backend::root ? gsettingsDesktop(program ? program->name : QString()) : nullptr;
+    // pcmanfm takes pictures through its own command line; caja, nemo, GNOME and Cinnamon
+    // through their GSettings keys.
+    GSettingsDesktopPictures* gsettings = nullptr;
+    if (backend == Backend::root && program && program->name == QLatin1String("pcmanfm"))
+        backend = Backend::pcmanfm;
+    else if (backend == Backend::root)
+        gsettings = gsettingsDesktop(program ? program->name : QString());
     if (gsettings)
         backend = Backend::gsettings;
     // xfdesktop draws the desktop through its settings: it is the backend, not an obstacle.
@@ -362,15 +386,19 @@ void X11DesktopSession::check()
     State state;
     state.desktop = desktopName(program ? program->name : QString());
     state.drawnBy = drawnBy;
-    // A desktop that draws from GSettings takes its pictures there.
-    state.pictures = drawnBy.isEmpty() || backend == Backend::gsettings;
+    // A desktop that draws from GSettings, or pcmanfm, takes its pictures there.
+    state.pictures =
+        drawnBy.isEmpty() || backend == Backend::gsettings || backend == Backend::pcmanfm;
     if (!state.pictures)
         state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
                                            "picture yet")
                                 .arg(drawnBy);
     state.icons = iconsFor(backend, gsettings) != nullptr;
     if (!state.icons) {
-        state.iconsGap = drawnBy.isEmpty()
+        state.iconsGap = backend == Backend::pcmanfm
+                             ? QStringLiteral("pcmanfm has no setting that hides its desktop "
+                                              "icons and keeps the picture")
+                         : drawnBy.isEmpty()
                              ? QStringLiteral("no program draws icons on this desktop")
                              : QStringLiteral("%1 draws the desktop icons, and Quillet cannot "
                                               "hide them there yet")
@@ -395,6 +423,7 @@ void X11DesktopSession::check()
         qCInfo(lcX11, "desktop: %s (%s backend%s)", qUtf8Printable(m_state.desktop),
                backend == Backend::xfce        ? "xfdesktop"
                : backend == Backend::gsettings ? "GSettings"
+               : backend == Backend::pcmanfm   ? "pcmanfm"
                                                : "root window",
                drawnBy.isEmpty() ? "" : qUtf8Printable(QStringLiteral(", drawn by ") + drawnBy));
         emit backendChanged();

@@ -20,6 +20,7 @@ class CommandOutput;
 class GSettingsDesktopIcons;
 class GSettingsDesktopPictures;
 struct GSettingsDesktopKeys;
+class PcmanfmDesktopPictures;
 class RootWindowDesktopPictures;
 class XfceDesktopIcons;
 class XfceDesktopPictures;
@@ -50,8 +51,9 @@ public:
     DesktopIconsBackend* activeIcons() const;
 
 private:
-    // gsettings: a desktop that draws its picture from GSettings (caja on MATE, GNOME, Cinnamon).
-    enum class Backend { xfce, root, gsettings };
+    // gsettings: a desktop that draws its picture from GSettings (caja on MATE, GNOME, Cinnamon);
+    // pcmanfm: LXDE's pcmanfm, reached through its own command line.
+    enum class Backend { xfce, root, gsettings, pcmanfm };
     void scheduleCheck();
     void check();
     // The desktop as the user names it.
@@ -62,6 +64,7 @@ private:
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
     std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
+    std::unique_ptr<PcmanfmDesktopPictures> m_pcmanfmPictures;
     std::unique_ptr<XfceDesktopIcons> m_xfceIcons;
     std::unique_ptr<CommandOutput> m_settingsTools;
     std::vector<std::unique_ptr<GSettingsDesktopPictures>> m_gsettingsPictures;

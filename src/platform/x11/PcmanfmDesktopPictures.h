@@ -1,0 +1,94 @@
+// Desktop pictures on LXDE, where pcmanfm draws the desktop: its per-monitor settings file
+// (<config>/pcmanfm/<profile>/desktop-items-<n>.conf), changed through pcmanfm's own command
+// line, which hands --set-wallpaper and --wallpaper-mode to the running instance. pcmanfm reads
+// that file only when it starts and takes those two options for its first monitor only, so the
+// other monitors are left as they are.
+#pragma once
+
+#include "platform/DesktopPictures.h"
+#include "platform/DesktopRecordFile.h"
+
+#include <QJsonObject>
+#include <QMap>
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+// The running pcmanfm as this program reaches it.
+struct PcmanfmInstance {
+    qint64 pid = 0;
+    // <config>/pcmanfm/<profile>: where its settings files are.
+    QString profileDir;
+    // What a second pcmanfm needs to find the first one's socket.
+    QStringList environment;
+};
+
+// The few things the backend asks of the running pcmanfm; a fake stands in for it in tests.
+class PcmanfmLink {
+public:
+    virtual ~PcmanfmLink() = default;
+    // The pcmanfm drawing the monitor, with pcmanfm's number for it (0 for the monitor its
+    // command line reaches); none when pcmanfm does not draw it.
+    virtual std::optional<std::pair<PcmanfmInstance, int>> find(const ScreenInfo& screen) = 0;
+    // Runs pcmanfm with `arguments` against the running instance; false when that instance
+    // could not be reached or did not take them.
+    virtual bool send(const PcmanfmInstance& instance, const QStringList& arguments) = 0;
+    // The settings a monitor has while its file does not exist (the system-wide file of the
+    // profile, else pcmanfm's defaults).
+    virtual QString fallbackConfig(const PcmanfmInstance& instance, int monitor) = 0;
+};
+
+namespace Pcmanfm {
+// The value of `key` in a GKeyFile-style `[section]`; none when the key is absent.
+std::optional<QString> value(const QString& text, const QString& section, const QString& key);
+// Every key of `section` whose name starts with `prefix`, with its value.
+QMap<QString, QString> keysWithPrefix(const QString& text, const QString& section,
+                                      const QString& prefix);
+// The text with each key of `section` set in place (a new key goes at the end of the section,
+// a missing section at the end of the text); a key mapped to none is removed. Every other line
+// stays as it was.
+QString withKeys(const QString& text, const QString& section,
+                 const QMap<QString, std::optional<QString>>& keys);
+// The profile a pcmanfm command line names ("default" when none).
+QString profileOf(const QStringList& arguments);
+// The settings folder of that profile for a process with this environment.
+QString profileDirOf(const QStringList& environment, const QString& profile);
+// The live link to the pcmanfm drawing the desktop.
+std::unique_ptr<PcmanfmLink> systemLink();
+} // namespace Pcmanfm
+
+class PcmanfmDesktopPictures final : public DesktopPictures {
+public:
+    // The record of every monitor's settings is kept in `recordDir`.
+    explicit PcmanfmDesktopPictures(const QString& recordDir,
+                                    std::unique_ptr<PcmanfmLink> link = Pcmanfm::systemLink());
+    ~PcmanfmDesktopPictures() override;
+
+    std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
+    // What pcmanfm draws: it publishes its drawing as the root pixmap.
+    QImage snapshotDesktopPicture(const ScreenInfo& screen) override;
+
+    // The monitor's picture settings (every "wallpaper…" key of the file, or the fact that
+    // the file does not exist) and what pcmanfm shows by them; only for the monitor pcmanfm's
+    // command line reaches.
+    bool rememberDesktop(const ScreenInfo& screen) override;
+    bool holdsRecord(const ScreenInfo& screen) const override;
+    // Shows the remembered picture (or colour) again through pcmanfm, then puts the remembered
+    // keys back into the file as they were, leaving whatever else pcmanfm wrote there since
+    // (icon positions); a file that did not exist goes away again unless pcmanfm keeps more
+    // than its defaults in it.
+    PictureRestore restoreDesktop(const ScreenInfo& screen) override;
+    bool otherDesktopRecordPending() const override { return m_file.othersPending(); }
+
+    // The picture, cropped to fill the monitor.
+    bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
+
+private:
+    QString settingsPath(const PcmanfmInstance& instance, int monitor) const;
+
+    std::unique_ptr<PcmanfmLink> m_link;
+    DesktopRecordFile m_file;
+    // {"<output>": {"file": path, "existed": bool, "keys": {"wallpaper_mode": "crop", …},
+    //               "mode": shown mode, "picture": shown picture}}
+    QJsonObject m_record;
+};
