@@ -146,7 +146,7 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
     return bar;
 }
 
-void AppModel::recomputeBarTiles(bool rescan)
+void AppModel::recomputeBarTiles(bool rescan, bool sameScreens)
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
     // The controller puts tinted pictures up only while a choice is shown: taking the tint down
@@ -165,18 +165,29 @@ void AppModel::recomputeBarTiles(bool rescan)
         return;
     }
 
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    // Asking for the monitors and their struts takes round trips to the X server; a toggle
+    // reuses the last answer (a change of either rebuilds the tiles through its own event).
+    if (!sameScreens || m_barScreens.isEmpty())
+        m_barScreens = m_platform.screens().screens();
+    const QList<ScreenInfo> screens = m_barScreens;
+    // The permission is asked only when a capture is missing: a build from the cached captures
+    // asks nothing.
+    std::optional<bool> captureAllowed;
+    const auto mayCapture = [&] {
+        if (!captureAllowed)
+            captureAllowed = m_platform.capture().canCaptureScreen() ||
+                             m_platform.capture().requestCaptureAccess();
+        return *captureAllowed;
+    };
     // A capture must not show our own masks: they come down first, and only when a capture is
     // needed. Without one the old masks stay up until the new ones replace them.
-    const bool mayCapture =
-        m_platform.capture().canCaptureScreen() || m_platform.capture().requestCaptureAccess();
     bool captureNeeded = false;
     for (const ScreenInfo& screen : screens) {
         QRectF rect;
         if (screen.displayId && !m_frameCache.contains(*screen.displayId) && barOn(screen, &rect))
-            captureNeeded = mayCapture;
+            captureNeeded = true;
     }
-    if (captureNeeded && !m_platform.capture().capturesBelowOwnWindows())
+    if (captureNeeded && mayCapture() && !m_platform.capture().capturesBelowOwnWindows())
         m_overlays->clearMenuBarWindows();
 
     QList<MaskTile> tiles;
@@ -191,7 +202,7 @@ void AppModel::recomputeBarTiles(bool rescan)
             const quint32 id = *screen.displayId;
             if (const auto cached = m_frameCache.constFind(id); cached != m_frameCache.constEnd()) {
                 capture = *cached;
-            } else if (mayCapture) {
+            } else if (mayCapture()) {
                 const QImage image = m_platform.capture().captureDisplay(id);
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
@@ -277,7 +288,7 @@ void AppModel::toggleItem(quint32 id)
     assign(m_selectedItemIDs, selected, Field::selectedItemIDs);
     m_defaults.setStringList(StoredKeys::hiddenItemLabels,
                              QStringList(m_hiddenLabels.begin(), m_hiddenLabels.end()));
-    recomputeBarTiles();
+    recomputeBarTiles(true, true);
 }
 
 void AppModel::restoreHiddenSelection()
