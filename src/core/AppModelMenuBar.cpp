@@ -43,22 +43,36 @@ void AppModel::startPanelScan()
 
 void AppModel::panelScanned(const PanelSnapshot& snapshot)
 {
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    // Panels and empty stretches in bottom-left points of the given monitors.
+    const auto panelsOn = [&snapshot](const QList<ScreenInfo>& on, QList<QRectF>& panels,
+                                      QList<QRectF>& stretches) {
+        const std::optional<ScreenInfo> primary = Geometry::primaryScreen(on);
+        const double primaryHeight = primary ? primary->frame.height() : 0.0;
+        panels.clear();
+        stretches.clear();
+        for (const WindowListEntry& w : snapshot.windows) {
+            // Horizontal panels only: a vertical one that starts at the top is not a bar.
+            if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
+                panels.append(Geometry::flipped(w.bounds, primaryHeight));
+        }
+        for (const QRectF& r : snapshot.emptyStretches)
+            stretches.append(Geometry::flipped(r, primaryHeight));
+    };
+    // The monitors of the last build stand while the panels stand as they were (a change of
+    // the monitors rebuilds through its own event): asking again costs round trips to the X
+    // server on every scan, one per toggle.
+    QList<ScreenInfo> screens = m_barScreens;
+    QList<QRectF> panels, stretches;
+    if (!screens.isEmpty())
+        panelsOn(screens, panels, stretches);
+    if (screens.isEmpty() || panels != m_topPanels || stretches != m_emptyStretches) {
+        screens = m_platform.screens().screens();
+        panelsOn(screens, panels, stretches);
+    }
     const QList<MenuBarItem> items = MenuBarScanner::itemsFrom(
         screens, snapshot.windows, MenuBarNamer::named(snapshot.names), m_trayProcessOrder);
     MenuBarScanner::rememberProcesses(m_trayProcessOrder, items);
 
-    const std::optional<ScreenInfo> primary = Geometry::primaryScreen(screens);
-    const double primaryHeight = primary ? primary->frame.height() : 0.0;
-    QList<QRectF> panels;
-    for (const WindowListEntry& w : snapshot.windows) {
-        // Horizontal panels only: a vertical one that starts at the top is not a bar.
-        if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
-            panels.append(Geometry::flipped(w.bounds, primaryHeight));
-    }
-    QList<QRectF> stretches;
-    for (const QRectF& r : snapshot.emptyStretches)
-        stretches.append(Geometry::flipped(r, primaryHeight));
     const bool panelChanged = panels != m_topPanels || stretches != m_emptyStretches;
     m_topPanels = panels;
     m_emptyStretches = stretches;
@@ -157,6 +171,8 @@ void AppModel::recomputeBarTiles(bool rescan, bool sameScreens)
     else
         m_wallpaperWaitsForDesktop = true;
     if (!active) {
+        // Without a cover nothing tells of monitor changes here: the next build asks again.
+        m_barScreens.clear();
         m_overlays->setMenuBarHidden(false);
         m_overlays->setBarTiles({});
         // No capture is kept while no cover is on.
