@@ -20,17 +20,21 @@ qd_start_desktop
 # launch → mapped (ms), the CPU time used by then (ms) and the resident memory (KiB) to the arrays
 # named PREFIX_times, PREFIX_cpu and PREFIX_rss.
 measure() { # PREFIX TITLE COMMAND...
-  local prefix=$1 title=$2 start shown child ticks
+  local prefix=$1 title=$2 start shown child ticks ready
   shift 2
   qd_new_home
+  # The moment of mapping comes from the X server's event, seen by an outside client that
+  # watches before the launch.
+  coproc WATCH { "$QD_PYTHON" "$(dirname "$0")/map_wait.py" "$title" 20; }
+  read -r ready <&"${WATCH[0]}"
   start=$(date +%s%N)
   qd_launch child "$QD_TMP/$prefix-$i.log" env QT_QPA_PLATFORM=xcb "$@"
-  if ! qd_wait_for 20 "the window" xdotool search --onlyvisible --name "^$title\$"; then
+  if ! read -r shown <&"${WATCH[0]}" || [ -z "$shown" ]; then
     echo "run $i: the $prefix window never appeared" >&2
     qd_stop_process "$child" TERM 10 || true
     return
   fi
-  shown=$(date +%s%N)
+  wait "$WATCH_PID" 2>/dev/null
   # utime + stime, in clock ticks, right after the window appeared.
   ticks=$(awk '{print $14 + $15}' "/proc/$child/stat")
   eval "${prefix}_times+=($(((shown - start) / 1000000)))"

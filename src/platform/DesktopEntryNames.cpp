@@ -131,7 +131,11 @@ std::optional<DesktopEntryNames::Entry> DesktopEntryNames::entryFor(const QStrin
             const qsizetype eq = line.indexOf(QLatin1Char('='));
             if (eq <= 0)
                 continue;
+            // Translated entries hold hundreds of keys; only these few are kept.
             const QString key = line.left(eq).trimmed();
+            if (key != QLatin1String("Hidden") && key != QLatin1String("StartupWMClass") &&
+                !key.startsWith(QLatin1String("Name")))
+                continue;
             const QString value = unescape(line.mid(eq + 1).trimmed());
             if (key == QLatin1String("Hidden"))
                 hidden = value == QLatin1String("true");
@@ -163,6 +167,11 @@ void DesktopEntryNames::buildWMClassIndex()
         const QStringList files =
             QDir(*dir).entryList({QStringLiteral("*.desktop")}, QDir::Files | QDir::Readable);
         for (const QString& file : files) {
+            // Few entries name a window class: the others are not parsed at all.
+            QFile entryFile(*dir + QLatin1Char('/') + file);
+            if (entryFile.size() > kMaxEntryBytes || !entryFile.open(QIODevice::ReadOnly) ||
+                !entryFile.readAll().contains("StartupWMClass"))
+                continue;
             const QString id = file.chopped(8);
             if (const auto entry = entryFor(id); entry && !entry->startupWMClass.isEmpty())
                 m_byWMClass.insert(entry->startupWMClass, entry->name);

@@ -40,15 +40,19 @@ QIcon drawnSparkles(const QColor& color)
 
 } // namespace
 
+QIcon drawnAppIcon()
+{
+    return drawnSparkles(QColor(0x5b, 0x6e, 0xe1));
+}
+
 QIcon appIcon()
 {
-    return QIcon::fromTheme(QStringLiteral("quillet"), drawnSparkles(QColor(0x5b, 0x6e, 0xe1)));
+    return QIcon::fromTheme(QStringLiteral("quillet"), drawnAppIcon());
 }
 
 QIcon trayIcon()
 {
     // Freedesktop themes have no "sparkles" name: an installed "quillet-symbolic" wins, else
     // our drawn sparkles in an accent blue that reads on light and dark panels.
-    return QIcon::fromTheme(QStringLiteral("quillet-symbolic"),
-                            drawnSparkles(QColor(0x5b, 0x6e, 0xe1)));
+    return QIcon::fromTheme(QStringLiteral("quillet-symbolic"), drawnAppIcon());
 }

@@ -5,5 +5,7 @@
 
 // The application icon ("quillet" in the icon theme, else drawn).
 QIcon appIcon();
+// Our own drawing of it, which needs no search through the icon theme's folders.
+QIcon drawnAppIcon();
 // The tray icon: a sparkles symbol.
 QIcon trayIcon();

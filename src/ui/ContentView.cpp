@@ -155,11 +155,11 @@ bool ContentView::showCustomPopover() const
 }
 bool ContentView::showColorPopover() const
 {
-    return colorPopover()->isVisible();
+    return m_desktopCard->colorPopoverShown();
 }
 bool ContentView::showImagePopover() const
 {
-    return imagePopover()->isVisible();
+    return m_desktopCard->imagePopoverShown();
 }
 bool ContentView::showItemsPopover() const
 {

@@ -66,23 +66,24 @@ DesktopCard::DesktopCard(AppModel& model, QWidget* parent)
                       [this] { m_model.setBackground(DesktopBackground::keep); });
     m_color = addThumb(backgroundRow, QT_TR_NOOP("Color"), [this] {
         m_model.setBackground(DesktopBackground::color);
-        m_colorPopover->open(m_color);
+        colorPopover()->open(m_color);
     });
     m_image = addThumb(backgroundRow, QT_TR_NOOP("Image"), [this] {
         m_model.setBackground(DesktopBackground::image);
-        m_imagePopover->open(m_image);
+        imagePopover()->open(m_image);
     });
     m_iconsGroup->setMembers({m_showIcons, m_hideIcons});
     m_backgroundGroup->setMembers({m_keep, m_color, m_image});
     setContent(content);
 
-    buildPopovers();
     connect(&m_model, &AppModel::published, this, &DesktopCard::onPublished);
     refresh();
 }
 
-void DesktopCard::buildPopovers()
+Popover* DesktopCard::colorPopover()
 {
+    if (m_colorPopover)
+        return m_colorPopover;
     m_colorPopover = new Popover(tr("Background color"), this);
     auto* colorLayout = new QVBoxLayout(m_colorPopover);
     colorLayout->setContentsMargins(0, 0, 0, 0);
@@ -96,7 +97,13 @@ void DesktopCard::buildPopovers()
             picker->boundColorChanged(m_model.backgroundColor());
     });
     colorLayout->addWidget(picker);
+    return m_colorPopover;
+}
 
+Popover* DesktopCard::imagePopover()
+{
+    if (m_imagePopover)
+        return m_imagePopover;
     m_imagePopover = new Popover(tr("Background images"), this);
     auto* wells = new QHBoxLayout(m_imagePopover);
     wells->setContentsMargins(16, 16, 16, 16);
@@ -114,6 +121,17 @@ void DesktopCard::buildPopovers()
             [this] { m_model.setDarkWallpaperURL(std::nullopt); });
     wells->addWidget(m_lightWell);
     wells->addWidget(m_darkWell);
+    return m_imagePopover;
+}
+
+bool DesktopCard::colorPopoverShown() const
+{
+    return m_colorPopover && m_colorPopover->isVisible();
+}
+
+bool DesktopCard::imagePopoverShown() const
+{
+    return m_imagePopover && m_imagePopover->isVisible();
 }
 
 QList<QWidget*> DesktopCard::focusOrder() const
@@ -162,6 +180,8 @@ void DesktopCard::refresh()
     show(m_image, m_backgroundGroup, choice == DesktopBackground::image,
          MiniScreen::Background::image(m_model.lightWallpaperURL()), false);
 
-    m_lightWell->setPath(m_model.lightWallpaperURL());
-    m_darkWell->setPath(m_model.darkWallpaperURL());
+    if (m_imagePopover) {
+        m_lightWell->setPath(m_model.lightWallpaperURL());
+        m_darkWell->setPath(m_model.darkWallpaperURL());
+    }
 }

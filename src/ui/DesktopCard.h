@@ -15,15 +15,18 @@ class DesktopCard final : public SectionCard {
 public:
     explicit DesktopCard(AppModel& model, QWidget* parent = nullptr);
 
-    Popover* colorPopover() const { return m_colorPopover; }
-    Popover* imagePopover() const { return m_imagePopover; }
+    // Built when first needed: most runs never open them, and start-up need not pay for the
+    // picker's swatches nor for reading the pictures' thumbnails.
+    Popover* colorPopover();
+    Popover* imagePopover();
+    bool colorPopoverShown() const;
+    bool imagePopoverShown() const;
     // The icon choices, then the background choices (one Tab stop each).
     QList<QWidget*> focusOrder() const;
 
 private:
     void onPublished(AppModel::Field field);
     void refresh();
-    void buildPopovers();
 
     AppModel& m_model;
     PickThumb* m_showIcons = nullptr;

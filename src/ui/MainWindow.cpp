@@ -25,7 +25,9 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
 {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(tr("Quillet"));
-    setWindowIcon(appIcon());
+    // Searching the icon theme takes longer than drawing: the window opens with our drawing and
+    // takes the theme's icon (an icon theme may restyle ours) once it has been painted.
+    setWindowIcon(drawnAppIcon());
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
     buildMenu();
@@ -58,6 +60,10 @@ void MainWindow::watchScreen(QScreen* screen)
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == this && event->type() == QEvent::Paint && !m_themeIconAsked) {
+        m_themeIconAsked = true;
+        QTimer::singleShot(0, this, [this] { setWindowIcon(appIcon()); });
+    }
     // Shown before it is mapped, so its desktop hints are in place when it appears.
     if (watched == m_settings && event->type() == QEvent::Show)
         emit settingsShown();
@@ -114,8 +120,21 @@ MainWindow::~MainWindow()
 void MainWindow::followAppearance()
 {
     // The desktop's setting wins (the Xfce theme name, the portal's colour scheme), as GTK
-    // programs follow it; a theme that is already dark is left alone.
-    const bool dark = m_model.appearance().isDark();
+    // programs follow it. The theme name is known at once, so the window opens in the right
+    // colours on most desktops; the full answer may need a bus call and a child process, and
+    // arrives without holding the window up.
+    showDark(m_model.appearance().quickGuessDark());
+    const quint64 asked = ++m_appearanceQuestions;
+    m_model.appearance().queryDark(this, [this, asked](bool dark) {
+        // Only the answer to the latest question counts.
+        if (asked == m_appearanceQuestions)
+            showDark(dark);
+    });
+}
+
+void MainWindow::showDark(bool dark)
+{
+    // A theme that is already dark is left alone.
     if (dark && !m_darkened && !Look::isDark(m_themePalette)) {
         QApplication::setPalette(Look::darkPalette(m_themePalette));
         m_darkened = true;

@@ -50,6 +50,7 @@ private:
     void buildMenu();
     // Gives the program's windows the desktop's light or dark appearance.
     void followAppearance();
+    void showDark(bool dark);
     void watchScreen(QScreen* screen);
     // After a change of the monitors: moves this window and the settings window fully onto the
     // monitor each of them was on.
@@ -67,4 +68,6 @@ private:
     // The theme's own palette, put back when the desktop turns light again.
     QPalette m_themePalette;
     bool m_darkened = false;
+    quint64 m_appearanceQuestions = 0;
+    bool m_themeIconAsked = false;
 };

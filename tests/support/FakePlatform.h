@@ -6,7 +6,10 @@
 
 #include <QHash>
 #include <QStringList>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 class FakeScreens final : public Screens {
 public:
@@ -253,7 +256,20 @@ private:
 class FakeAppearance final : public Appearance {
 public:
     bool dark = false;
+    // What the desktop's settings tell at once; `dark` when unset.
+    std::optional<bool> guess;
+    // Questions asked without waiting are held here until answered by the test.
+    bool answersLater = false;
+    std::vector<std::function<void(bool)>> questions;
     bool isDark() const override { return dark; }
+    bool quickGuessDark() const override { return guess.value_or(dark); }
+    void queryDark(QObject*, std::function<void(bool)> done) override
+    {
+        if (answersLater)
+            questions.push_back(std::move(done));
+        else
+            done(dark);
+    }
     void set(bool isDark)
     {
         dark = isDark;

@@ -682,6 +682,29 @@ TEST_F(PanelFixture, followsTheDesktopsDarkAppearanceAndSavesScreenshots)
     EXPECT_FALSE(Look::isDark(view.palette()));
 }
 
+TEST_F(PanelFixture, opensInTheColoursTheThemeNameTellsAndTakesOnlyTheLatestFullAnswer)
+{
+    // A dark theme name; the portal's or GNOME's answer comes later.
+    fake.appearance->guess = true;
+    fake.appearance->answersLater = true;
+    ContentView& view = showWindow();
+    EXPECT_TRUE(Look::isDark(view.palette()));
+    ASSERT_EQ(fake.appearance->questions.size(), 1u);
+    // The desktop changes before the first answer arrives: the older answer no longer counts.
+    fake.appearance->guess = false;
+    fake.appearance->set(false);
+    QApplication::processEvents();
+    ASSERT_EQ(fake.appearance->questions.size(), 2u);
+    EXPECT_FALSE(Look::isDark(view.palette()));
+    fake.appearance->questions[0](true);
+    QApplication::processEvents();
+    EXPECT_FALSE(Look::isDark(view.palette()));
+    // The portal prefers dark although the theme name does not say so.
+    fake.appearance->questions[1](true);
+    QApplication::processEvents();
+    EXPECT_TRUE(Look::isDark(view.palette()));
+}
+
 TEST(WallpaperWell, chooserStartsBesideThePictureElseInThePicturesFolder)
 {
     TestDirs dirs;

@@ -9,9 +9,12 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QFileInfo>
 #include <QProcess>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 namespace {
 
@@ -32,37 +35,63 @@ std::optional<quint32> unwrapScheme(QVariant value)
     return ok ? std::optional<quint32>(scheme) : std::nullopt;
 }
 
-std::optional<quint32> portalColorScheme()
+QDBusMessage portalCall()
 {
     QDBusMessage call = QDBusMessage::createMethodCall(kPortalService, kPortalPath, kPortalSettings,
                                                        QStringLiteral("Read"));
     call << kAppearanceGroup << kColorScheme;
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 1000);
+    return call;
+}
+
+std::optional<quint32> portalScheme(const QDBusMessage& reply)
+{
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return std::nullopt;
     return unwrapScheme(reply.arguments().constFirst());
 }
 
-std::optional<QString> gnomeColorScheme()
+constexpr int kAnswerMs = 1000;
+const QString kGsettings = QStringLiteral("/usr/bin/gsettings");
+
+const QStringList& gnomeSchemeArguments()
 {
-    const QString gsettings = QStringLiteral("/usr/bin/gsettings");
-    if (!QFileInfo(gsettings).isExecutable())
-        return std::nullopt;
-    QProcess process;
-    process.start(gsettings, {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.interface"),
-                              kColorScheme});
-    if (!process.waitForFinished(1000)) {
-        process.kill();
-        process.waitForFinished(500);
-        return std::nullopt;
-    }
+    static const QStringList arguments{QStringLiteral("get"),
+                                       QStringLiteral("org.gnome.desktop.interface"), kColorScheme};
+    return arguments;
+}
+
+// gsettings prints the value quoted: 'prefer-dark'.
+std::optional<QString> gnomeScheme(QProcess& process)
+{
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
         return std::nullopt;
-    // Printed as a quoted string: 'prefer-dark'.
     QString value = QString::fromUtf8(process.readAllStandardOutput()).trimmed();
     if (value.size() >= 2 && value.startsWith(u'\'') && value.endsWith(u'\''))
         value = value.mid(1, value.size() - 2);
     return value;
+}
+
+std::optional<QString> gnomeColorScheme()
+{
+    if (!QFileInfo(kGsettings).isExecutable())
+        return std::nullopt;
+    QProcess process;
+    process.start(kGsettings, gnomeSchemeArguments());
+    if (!process.waitForFinished(kAnswerMs)) {
+        process.kill();
+        process.waitForFinished(500);
+        return std::nullopt;
+    }
+    return gnomeScheme(process);
+}
+
+// The GNOME preference is asked only where the sources before it leave the answer open.
+bool needsGnomeScheme(const AppearanceRule::Sources& sources)
+{
+    if (sources.portalColorScheme == 1u || sources.portalColorScheme == 2u)
+        return false;
+    return !sources.themeName ||
+           !sources.themeName->contains(QLatin1String("dark"), Qt::CaseInsensitive);
 }
 
 } // namespace
@@ -90,14 +119,56 @@ X11Appearance::~X11Appearance()
 bool X11Appearance::isDark() const
 {
     AppearanceRule::Sources sources;
-    sources.portalColorScheme = portalColorScheme();
-    if (sources.portalColorScheme != 1u && sources.portalColorScheme != 2u) {
-        sources.themeName = XSettings::stringSetting(XSettings::currentBlob(), kThemeName);
-        if (!sources.themeName ||
-            !sources.themeName->contains(QLatin1String("dark"), Qt::CaseInsensitive))
-            sources.gnomeColorScheme = gnomeColorScheme();
-    }
+    sources.portalColorScheme =
+        portalScheme(QDBusConnection::sessionBus().call(portalCall(), QDBus::Block, kAnswerMs));
+    sources.themeName = XSettings::stringSetting(XSettings::currentBlob(), kThemeName);
+    if (needsGnomeScheme(sources))
+        sources.gnomeColorScheme = gnomeColorScheme();
     return AppearanceRule::isDark(sources);
+}
+
+bool X11Appearance::quickGuessDark() const
+{
+    AppearanceRule::Sources sources;
+    sources.themeName = m_themeName;
+    return AppearanceRule::isDark(sources);
+}
+
+void X11Appearance::queryDark(QObject* context, std::function<void(bool)> done)
+{
+    // The same sources in the same order as isDark(), each answer awaited through the event loop.
+    auto* portal = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(portalCall(), kAnswerMs), context);
+    connect(portal, &QDBusPendingCallWatcher::finished, context,
+            [portal, context, done = std::move(done)] {
+                portal->deleteLater();
+                AppearanceRule::Sources sources;
+                sources.portalColorScheme = portalScheme(portal->reply());
+                sources.themeName = XSettings::stringSetting(XSettings::currentBlob(), kThemeName);
+                if (!needsGnomeScheme(sources) || !QFileInfo(kGsettings).isExecutable()) {
+                    done(AppearanceRule::isDark(sources));
+                    return;
+                }
+                auto* process = new QProcess(context);
+                auto answered = std::make_shared<bool>(false);
+                auto answer = [process, sources, done, answered](bool finished) mutable {
+                    if (std::exchange(*answered, true))
+                        return;
+                    if (finished)
+                        sources.gnomeColorScheme = gnomeScheme(*process);
+                    process->deleteLater();
+                    done(AppearanceRule::isDark(sources));
+                };
+                connect(process, &QProcess::finished, context,
+                        [answer]() mutable { answer(true); });
+                connect(process, &QProcess::errorOccurred, context,
+                        [answer](QProcess::ProcessError) mutable { answer(false); });
+                QTimer::singleShot(kAnswerMs, process, [process, answer]() mutable {
+                    process->kill();
+                    answer(false);
+                });
+                process->start(kGsettings, gnomeSchemeArguments());
+            });
 }
 
 void X11Appearance::portalSettingChanged(const QString& group, const QString& key,

@@ -17,6 +17,8 @@ public:
     ~X11Appearance() override;
 
     bool isDark() const override;
+    void queryDark(QObject* context, std::function<void(bool)> done) override;
+    bool quickGuessDark() const override;
 
 private slots:
     void portalSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);

@@ -30,7 +30,10 @@ std::optional<DesktopProgram> desktopProgramCovering(xcb_connection_t* c, xcb_wi
         return std::nullopt;
     // A window manager that hangs must not hang the caller for long.
     const QDeadlineTimer deadline(1500);
-    const QList<TreeNode> tree = viewableTree(c, root, deadline);
+    // A desktop window is a top-level client: at most a window manager's frame (and, with some
+    // managers, one more level) lies between it and the root. The programs' own inner windows
+    // below that would only cost round trips.
+    const QList<TreeNode> tree = viewableTree(c, root, deadline, 3);
     QList<xcb_window_t> windows;
     windows.reserve(tree.size());
     for (const TreeNode& node : tree)

@@ -9,11 +9,12 @@
 
 namespace X11 {
 
-QList<TreeNode> viewableTree(xcb_connection_t* c, xcb_window_t root, const QDeadlineTimer& deadline)
+QList<TreeNode> viewableTree(xcb_connection_t* c, xcb_window_t root, const QDeadlineTimer& deadline,
+                             int depth)
 {
     QList<TreeNode> result;
     QList<xcb_window_t> level{root};
-    while (!level.isEmpty()) {
+    for (int below = 0; below < depth && !level.isEmpty(); ++below) {
         QList<xcb_query_tree_cookie_t> trees;
         trees.reserve(level.size());
         for (xcb_window_t w : std::as_const(level))

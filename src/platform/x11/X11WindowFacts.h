@@ -8,6 +8,7 @@
 #include <QPoint>
 #include <QRect>
 #include <QString>
+#include <limits>
 #include <optional>
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
@@ -39,9 +40,10 @@ struct TreeNode {
 };
 
 // Every viewable window below `root`, breadth first, each level in stacking order from bottom
-// to top. Subtrees of unmapped windows are left out.
-QList<TreeNode> viewableTree(xcb_connection_t* c, xcb_window_t root,
-                             const QDeadlineTimer& deadline);
+// to top. Subtrees of unmapped windows are left out, and so are windows more than `depth`
+// levels below the root.
+QList<TreeNode> viewableTree(xcb_connection_t* c, xcb_window_t root, const QDeadlineTimer& deadline,
+                             int depth = std::numeric_limits<int>::max());
 
 // Facts of each window, in the order given; requests for all windows are sent before any reply
 // is read.

@@ -67,7 +67,9 @@ QImage shippedThumbnail(const QFileInfo& picture)
                           picture.fileName());
     if (!small.exists() || small.lastModified() < picture.lastModified())
         return {};
-    return QImage(small.absoluteFilePath());
+    // Our thumbnails are PNG: naming the format spares probing every image plugin (and loading
+    // their libraries) to recognise the file.
+    return QImage(small.absoluteFilePath(), "PNG");
 }
 
 // The freedesktop thumbnail cache: $XDG_CACHE_HOME/thumbnails/large/<md5 of the file URI>.png,
@@ -83,7 +85,7 @@ QString cachedThumbnailPath(const QFileInfo& picture)
 
 QImage cachedThumbnail(const QFileInfo& picture)
 {
-    QImageReader reader(cachedThumbnailPath(picture));
+    QImageReader reader(cachedThumbnailPath(picture), "PNG");
     if (reader.text(QStringLiteral("Thumb::MTime")) !=
         QString::number(picture.lastModified().toSecsSinceEpoch()))
         return {};
