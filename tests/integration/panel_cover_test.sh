@@ -280,10 +280,11 @@ qd_check "the bare panel was not" test "$(off_row "$bare" "${root_w}x$h+0+0")" -
 strip_colour=$(convert "$entire" -format "%[hex:u.p{$((root_w / 2)),$((h / 2))}]" info: | cut -c1-6)
 qd_check "the strip is not black" test "$strip_colour" != 000000
 
-old_panel=$(qd_xprobe windows --type dock | sed -n '1s/^\(0x[0-9a-f]*\) .*/\1/p')
+before_restart=$(field win "$masks")
 xfce4-panel -r >"$QD_TMP/panel-restart-2.log" 2>&1
-new_panel() { local p; p=$(qd_xprobe windows --type dock | sed -n '1s/^\(0x[0-9a-f]*\) .*/\1/p') && [ -n "$p" ] && [ "$p" != "$old_panel" ]; }
-qd_check "the panel restarted" qd_wait_for 30 "a new panel window" new_panel
+# The restarted panel may get its old window id back; the masks made for it are new windows.
+remade() { [[ "$(qd_drive masks | head -n 1)" =~ win=(0x[0-9a-f]+) ]] && [ "${BASH_REMATCH[1]}" != "$before_restart" ]; }
+qd_check "the masks are made again for the restarted panel" qd_wait_for 30 "new masks" remade
 # Once the new panel has painted, the strip is the panel's own background again, not black.
 strip_back() {
   qd_drive settle >/dev/null
