@@ -35,6 +35,15 @@ struct ControllerFixture : ::testing::Test {
         platform.displays = {5, 7};
         platform.main = 5;
     }
+    // Two monitors side by side at their start-up modes, with a store for the crash record.
+    void twoMonitors(int rotationOfTheSecond = 1)
+    {
+        platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
+        platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
+        platform.current = {{5, 50}, {7, 70}};
+        platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
+                               {7, {QStringLiteral("DP-2"), {1920, 0}, rotationOfTheSecond}}};
+    }
     QList<qint32> offered(const QList<PlatformDisplayMode>& modes)
     {
         platform.modes.insert(5, modes);
@@ -54,6 +63,8 @@ TEST_F(ControllerFixture, oneModePerSizeAtItsBestRefreshLargestFirst)
     // Equal areas (1600x900 and 1440x1000): the higher refresh rate first, whatever the order.
     EXPECT_EQ(offered({mode(1, 1600, 900, 60), mode(2, 1440, 1000, 75)}), QList<qint32>({2, 1}));
     EXPECT_EQ(offered({mode(1, 1440, 1000, 75), mode(2, 1600, 900, 60)}), QList<qint32>({1, 2}));
+    // By area, not by width: 1280x1024 before 1440x900.
+    EXPECT_EQ(offered({mode(1, 1440, 900, 60), mode(2, 1280, 1024, 60)}), QList<qint32>({2, 1}));
 }
 
 TEST_F(ControllerFixture, scaledModesHideUnscaledOnesAndUnusableModesAreDropped)
@@ -137,56 +148,11 @@ TEST_F(ControllerFixture, identicalMonitorsAreToldApartByTheirConnector)
     EXPECT_EQ(controller.localizedName(5), QStringLiteral("DP-1"));
 }
 
-TEST_F(ControllerFixture, thirtyFiveModesOfARealMonitorKeepTheirFilterAndOrder)
-{
-    // A monitor's list as xrandr shows it: sizes down to 640x350, several rates per size, one
-    // interlaced mode.
-    const QList<std::tuple<int, int, QList<double>>> sizes{
-        {1920, 1080, {60, 59.94, 50, 30, 25, 24}},
-        {1920, 1080, {60.05}},
-        {1680, 1050, {59.95}},
-        {1600, 900, {60}},
-        {1280, 1024, {75.02, 60.02}},
-        {1440, 900, {59.89}},
-        {1280, 800, {59.81}},
-        {1152, 864, {75}},
-        {1280, 720, {60, 59.94, 50}},
-        {1024, 768, {75.03, 70.07, 60}},
-        {832, 624, {74.55}},
-        {800, 600, {72.19, 75, 60.32, 56.25}},
-        {720, 576, {50}},
-        {720, 480, {60, 59.94}},
-        {640, 480, {75, 72.81, 66.67, 60, 59.94}},
-        {720, 400, {70.08}},
-        {640, 350, {70.07}}};
-    QList<PlatformDisplayMode> modes;
-    qint32 id = 100;
-    for (const auto& [w, h, rates] : sizes) {
-        for (double rate : rates)
-            modes.append(mode(id++, w, h, rate));
-    }
-    modes[1].usableForDesktop = false; // 1920x1080 at 59.94, interlaced
-    ASSERT_EQ(modes.size(), 35);
-    platform.modes.insert(5, modes);
-    QStringList shown;
-    for (const DisplayMode& m : DisplayController(platform, screens).availableModes(5))
-        shown << QStringLiteral("%1x%2@%3").arg(m.width).arg(m.height).arg(m.refresh);
-    EXPECT_EQ(shown.join(QLatin1Char(' ')),
-              QStringLiteral("1920x1080@60.05 1680x1050@59.95 1600x900@60 1280x1024@75.02 "
-                             "1440x900@59.89 1280x800@59.81 1152x864@75 1280x720@60 "
-                             "1024x768@75.03 832x624@74.55 800x600@75 720x576@50 720x480@60 "
-                             "640x480@75 720x400@70.08 640x350@70.07"));
-}
-
 TEST_F(ControllerFixture, theOriginalsAreRecordedBeforeTheFirstSwitchAndClearedOnlyWhenAllAreBack)
 {
     TestDirs dirs;
     DefaultsStore store(dirs.defaultsPath());
-    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
-    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
-    platform.current = {{5, 50}, {7, 70}};
-    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
-                           {7, {QStringLiteral("DP-2"), {1920, 0}, 2}}};
+    twoMonitors(2);
     DisplayController controller(platform, screens, &store);
     EXPECT_TRUE(store.rawValue(StoredKeys::originalDisplayModes).isUndefined());
 
@@ -224,11 +190,7 @@ TEST_F(ControllerFixture, aCrashRecordIsWhatTheNextLaunchRestores)
 {
     TestDirs dirs;
     DefaultsStore store(dirs.defaultsPath());
-    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
-    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
-    platform.current = {{5, 50}, {7, 70}};
-    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
-                           {7, {QStringLiteral("DP-2"), {1920, 0}, 1}}};
+    twoMonitors();
     {
         DisplayController crashed(platform, screens, &store);
         crashed.switchMode(5, 51);
@@ -265,11 +227,7 @@ TEST_F(ControllerFixture, aMonitorAbsentAtTheRelaunchKeepsItsEntryUntilItIsBack)
 {
     TestDirs dirs;
     DefaultsStore store(dirs.defaultsPath());
-    platform.modes.insert(5, {mode(50, 1920, 1080, 60), mode(51, 1280, 720, 60)});
-    platform.modes.insert(7, {mode(70, 1920, 1080, 60), mode(71, 1024, 768, 60)});
-    platform.current = {{5, 50}, {7, 70}};
-    platform.placements = {{5, {QStringLiteral("DP-1"), {0, 0}, 1}},
-                           {7, {QStringLiteral("DP-2"), {1920, 0}, 1}}};
+    twoMonitors();
     {
         DisplayController crashed(platform, screens, &store);
         crashed.switchMode(5, 51);

@@ -41,32 +41,14 @@ struct PreferencesFixture : ::testing::Test {
 
 } // namespace
 
-TEST_F(PreferencesFixture, firstLaunchDefaultsAndApply)
+TEST_F(PreferencesFixture, firstLaunchAppliesTheDefaultsInOrder)
 {
     Preferences preferences(store, login, &shell);
-
-    EXPECT_FALSE(preferences.restoreOnLaunch());
-    EXPECT_TRUE(preferences.showInDock());
-    EXPECT_FALSE(preferences.showInMenuBar());
-    EXPECT_FALSE(preferences.launchAtLogin());
-
     preferences.apply();
     EXPECT_EQ(shell.log, QStringList({"taskbar on", "front", "tray off"}));
     EXPECT_EQ(login.registrations + login.unregistrations, 0);
     // apply() writes what the system reports.
     EXPECT_EQ(store.boolValue(StoredKeys::launchAtLogin), false);
-}
-
-TEST_F(PreferencesFixture, everyAssignmentStoresAndApplies)
-{
-    Preferences preferences(store, login, &shell);
-
-    preferences.setShowInDock(false);
-    preferences.setShowInDock(false);
-    preferences.setShowInMenuBar(true);
-    EXPECT_EQ(shell.log, QStringList({"taskbar off", "taskbar off", "tray on"}));
-    EXPECT_EQ(store.boolValue(StoredKeys::showInDock), false);
-    EXPECT_EQ(store.boolValue(StoredKeys::showInMenuBar), true);
 }
 
 TEST_F(PreferencesFixture, loginItemIsChangedOnlyWhenTheSystemDiffers)

@@ -202,18 +202,6 @@ TEST_F(WallpaperFixture, onItsOwnThreadTheLastRequestWinsAndTheRestoreFollows)
     controller.reset();
 }
 
-TEST_F(WallpaperFixture, theCurrentPictureChosenAsLightOrDarkIsStillPutBack)
-{
-    // The user picks the picture the desktop shows now: it counts as staged, so the picture
-    // record keeps nothing, but the desktop's own record still does.
-    WallpaperController& c = make();
-    c.show(chooseImage(userPicture(), userPicture()));
-    EXPECT_TRUE(c.originals().isEmpty());
-    c.show(chooseColor());
-    c.restore();
-    EXPECT_EQ(shown(), userPicture());
-}
-
 TEST_F(WallpaperFixture, recordsLeftByACrashAreKeptAndRestored)
 {
     store.setValue(StoredKeys::originalURLs, QJsonObject{{"1", "/p/mine.png"}});
@@ -343,48 +331,6 @@ TEST_F(WallpaperFixture, keepModeRestoresUnlessThePanelIsCovered)
     const QImage picture(shown());
     ASSERT_FALSE(picture.isNull());
     EXPECT_TRUE(near(picture.pixelColor(700, 450), Qt::red));
-}
-
-TEST_F(WallpaperFixture, keepWithACoveredPanelTintsWhatTheDesktopShowed)
-{
-    // What the desktop draws (a plain colour, a tiled or centred picture) is the base, not the
-    // file its settings name.
-    fake.capture->allowed = true;
-    fake.desktopPictures->snapshots.insert("DP-1", solid(1440, 900, QColor(0x33, 0x66, 0x99)));
-    fake.windowList->entries = {panel(QRectF(0, 0, 1440, 32))};
-    WallpaperController& c = make();
-    c.show({});
-    c.setBarTintActive(true);
-    const QImage picture(shown());
-    EXPECT_EQ(picture.size(), QSize(1440, 900));
-    EXPECT_TRUE(near(picture.pixelColor(700, 450), QColor(0x33, 0x66, 0x99)));
-    EXPECT_TRUE(near(picture.pixelColor(700, 10), QColor(0x33, 0x66, 0x99)));
-}
-
-TEST_F(WallpaperFixture, withTheSwitchOffNothingOfOursGoesOnTheDesktop)
-{
-    // Through the model: colour and a covered panel, then the switch off.
-    fake.windowList->entries = {panel(QRectF(0, 0, 1440, 25))};
-    AppModel& m = makeModel();
-    m.setBackground(DesktopBackground::color);
-    m.setMenuBarCover(MenuBarCover::entire);
-    EXPECT_TRUE(shown().contains("tinted-1-"));
-
-    const qsizetype requests = fake.desktopPictures->setRequests.size();
-    m.setEnabled(false);
-    EXPECT_EQ(shown(), userPicture());
-    EXPECT_EQ(fake.desktopPictures->setRequests.size(), requests) << "the desktop's own restore";
-    EXPECT_TRUE(storedRecord().isUndefined());
-    EXPECT_TRUE(fake.desktopPictures->records.isEmpty());
-
-    // Choices made while off and a change of monitors change nothing either.
-    m.setBackgroundColor(RgbColor{0, 1, 0, 1});
-    m.setMenuBarCover(MenuBarCover::keep);
-    fake.screens->announceChange();
-    EXPECT_EQ(shown(), userPicture());
-
-    m.setEnabled(true);
-    EXPECT_TRUE(shown().contains("quillet-color-")) << shown().toStdString();
 }
 
 TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewIsWritten)

@@ -1,5 +1,5 @@
-// Other applications' windows: the enumeration filters (current workspace only) and grouping
-// (front to back within an application), region geometry and the two coordinate systems, clamped
+// Other applications' windows: the enumeration filters and grouping (the workspace and stacking
+// rules are checked on a real desktop), region geometry and the two coordinate systems, clamped
 // resizing, the preset sizes, the model's selection rules, and keeping our own window on its
 // monitor.
 #include "FakeApp.h"
@@ -189,27 +189,6 @@ TEST(WindowList, filtersAndGroupsByApplication)
     EXPECT_EQ(fake.windowControl->listings, listings);
 }
 
-TEST(WindowList, currentWorkspaceOnlyEachApplicationFrontToBack)
-{
-    FakePlatform fake;
-    const auto at = [](ClientWindow w, int depth, bool shown = true) {
-        w.depth = depth;
-        w.onCurrentWorkspace = shown;
-        return w;
-    };
-    fake.windowControl->list = {
-        at(client(1, 30, "Files", "Home"), 4), at(client(2, 20, "Editor", "a.txt"), 3),
-        at(client(3, 30, "Files", "Elsewhere"), 0, false), at(client(4, 20, "Editor", "b.txt"), 1),
-        at(client(5, 30, "Files", "Pictures"), 2), at(client(6, 60, "Notes", "Hidden"), 5, false),
-        // No stacking known: after the ones with a place.
-        at(client(7, 30, "Files", "Unknown"), -1), at(client(8, 30, "Files", "Music"), 6)};
-    // Applications keep the order of their first window; within each the front window leads.
-    // An application whose windows are all on other workspaces is not listed.
-    EXPECT_EQ(labels(WindowMover::windows(fake)),
-              QStringList({"Files \u2014 Pictures", "Files \u2014 Home", "Files \u2014 Music",
-                           "Files \u2014 Unknown", "Editor \u2014 b.txt", "Editor \u2014 a.txt"}));
-}
-
 TEST(MainWindowPlacement, aWindowPartlyOffItsMonitorIsMovedFullyOntoIt)
 {
     const QRect monitor(0, 0, 1280, 720);
@@ -286,12 +265,4 @@ TEST_F(WindowModelFixture, operationsActOnTheSelectedEntry)
     fake.windowControl->list.removeAt(1);
     m.resizeSelected({800, 600});
     EXPECT_EQ(fake.windowControl->frames.value(2), QRectF(320, 137.5, 800, 600));
-
-    // Hiding minimises, refreshes and selects the first remaining window.
-    fake.windowControl->log.clear();
-    m.setSelectedWindowID(m.windows().first().id);
-    m.hideSelectedWindow();
-    EXPECT_EQ(fake.windowControl->log, QStringList({"minimize 1"}));
-    EXPECT_EQ(labels(m.windows()), QStringList({"Editor \u2014 b.txt"}));
-    EXPECT_EQ(m.selectedWindowID(), m.windows().first().id);
 }
