@@ -184,7 +184,9 @@ private:
     void followDesktopBackend();
     void pollForAccessibility();
     // `rescan`: a panel scan follows, whose result rebuilds the tiles when the panel changed.
-    void recomputeBarTiles(bool rescan = true);
+    // `sameScreens`: the monitors and their panels are those of the last build (a toggle), so
+    // they are not asked for again.
+    void recomputeBarTiles(bool rescan = true, bool sameScreens = false);
     void scheduleBarRecapture();
     void startPanelScan();
     void panelScanned(const PanelSnapshot& snapshot);
@@ -239,6 +241,8 @@ private:
     // What the last panel scan saw, global bottom-left points.
     QList<QRectF> m_topPanels;
     QList<QRectF> m_emptyStretches;
+    // The monitors of the last build of the tiles.
+    QList<ScreenInfo> m_barScreens;
     // Owners of tray items in the order they were first seen: numbers icons of one program.
     QList<qint64> m_trayProcessOrder;
     // The next scan result empties the capture cache and rebuilds the tiles.

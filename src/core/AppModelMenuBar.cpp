@@ -43,22 +43,36 @@ void AppModel::startPanelScan()
 
 void AppModel::panelScanned(const PanelSnapshot& snapshot)
 {
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    // Panels and empty stretches in bottom-left points of the given monitors.
+    const auto panelsOn = [&snapshot](const QList<ScreenInfo>& on, QList<QRectF>& panels,
+                                      QList<QRectF>& stretches) {
+        const std::optional<ScreenInfo> primary = Geometry::primaryScreen(on);
+        const double primaryHeight = primary ? primary->frame.height() : 0.0;
+        panels.clear();
+        stretches.clear();
+        for (const WindowListEntry& w : snapshot.windows) {
+            // Horizontal panels only: a vertical one that starts at the top is not a bar.
+            if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
+                panels.append(Geometry::flipped(w.bounds, primaryHeight));
+        }
+        for (const QRectF& r : snapshot.emptyStretches)
+            stretches.append(Geometry::flipped(r, primaryHeight));
+    };
+    // The monitors of the last build stand while the panels stand as they were (a change of
+    // the monitors rebuilds through its own event): asking again costs round trips to the X
+    // server on every scan, one per toggle.
+    QList<ScreenInfo> screens = m_barScreens;
+    QList<QRectF> panels, stretches;
+    if (!screens.isEmpty())
+        panelsOn(screens, panels, stretches);
+    if (screens.isEmpty() || panels != m_topPanels || stretches != m_emptyStretches) {
+        screens = m_platform.screens().screens();
+        panelsOn(screens, panels, stretches);
+    }
     const QList<MenuBarItem> items = MenuBarScanner::itemsFrom(
         screens, snapshot.windows, MenuBarNamer::named(snapshot.names), m_trayProcessOrder);
     MenuBarScanner::rememberProcesses(m_trayProcessOrder, items);
 
-    const std::optional<ScreenInfo> primary = Geometry::primaryScreen(screens);
-    const double primaryHeight = primary ? primary->frame.height() : 0.0;
-    QList<QRectF> panels;
-    for (const WindowListEntry& w : snapshot.windows) {
-        // Horizontal panels only: a vertical one that starts at the top is not a bar.
-        if (w.layer == WindowLayer::panel && w.bounds.width() > w.bounds.height())
-            panels.append(Geometry::flipped(w.bounds, primaryHeight));
-    }
-    QList<QRectF> stretches;
-    for (const QRectF& r : snapshot.emptyStretches)
-        stretches.append(Geometry::flipped(r, primaryHeight));
     const bool panelChanged = panels != m_topPanels || stretches != m_emptyStretches;
     m_topPanels = panels;
     m_emptyStretches = stretches;
@@ -146,7 +160,7 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
     return bar;
 }
 
-void AppModel::recomputeBarTiles(bool rescan)
+void AppModel::recomputeBarTiles(bool rescan, bool sameScreens)
 {
     const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
     // The controller puts tinted pictures up only while a choice is shown: taking the tint down
@@ -157,6 +171,8 @@ void AppModel::recomputeBarTiles(bool rescan)
     else
         m_wallpaperWaitsForDesktop = true;
     if (!active) {
+        // Without a cover nothing tells of monitor changes here: the next build asks again.
+        m_barScreens.clear();
         m_overlays->setMenuBarHidden(false);
         m_overlays->setBarTiles({});
         // No capture is kept while no cover is on.
@@ -165,18 +181,29 @@ void AppModel::recomputeBarTiles(bool rescan)
         return;
     }
 
-    const QList<ScreenInfo> screens = m_platform.screens().screens();
+    // Asking for the monitors and their struts takes round trips to the X server; a toggle
+    // reuses the last answer (a change of either rebuilds the tiles through its own event).
+    if (!sameScreens || m_barScreens.isEmpty())
+        m_barScreens = m_platform.screens().screens();
+    const QList<ScreenInfo> screens = m_barScreens;
+    // The permission is asked only when a capture is missing: a build from the cached captures
+    // asks nothing.
+    std::optional<bool> captureAllowed;
+    const auto mayCapture = [&] {
+        if (!captureAllowed)
+            captureAllowed = m_platform.capture().canCaptureScreen() ||
+                             m_platform.capture().requestCaptureAccess();
+        return *captureAllowed;
+    };
     // A capture must not show our own masks: they come down first, and only when a capture is
     // needed. Without one the old masks stay up until the new ones replace them.
-    const bool mayCapture =
-        m_platform.capture().canCaptureScreen() || m_platform.capture().requestCaptureAccess();
     bool captureNeeded = false;
     for (const ScreenInfo& screen : screens) {
         QRectF rect;
         if (screen.displayId && !m_frameCache.contains(*screen.displayId) && barOn(screen, &rect))
-            captureNeeded = mayCapture;
+            captureNeeded = true;
     }
-    if (captureNeeded && !m_platform.capture().capturesBelowOwnWindows())
+    if (captureNeeded && mayCapture() && !m_platform.capture().capturesBelowOwnWindows())
         m_overlays->clearMenuBarWindows();
 
     QList<MaskTile> tiles;
@@ -191,7 +218,7 @@ void AppModel::recomputeBarTiles(bool rescan)
             const quint32 id = *screen.displayId;
             if (const auto cached = m_frameCache.constFind(id); cached != m_frameCache.constEnd()) {
                 capture = *cached;
-            } else if (mayCapture) {
+            } else if (mayCapture()) {
                 const QImage image = m_platform.capture().captureDisplay(id);
                 if (!image.isNull()) {
                     m_frameCache.insert(id, image);
@@ -277,7 +304,7 @@ void AppModel::toggleItem(quint32 id)
     assign(m_selectedItemIDs, selected, Field::selectedItemIDs);
     m_defaults.setStringList(StoredKeys::hiddenItemLabels,
                              QStringList(m_hiddenLabels.begin(), m_hiddenLabels.end()));
-    recomputeBarTiles();
+    recomputeBarTiles(true, true);
 }
 
 void AppModel::restoreHiddenSelection()

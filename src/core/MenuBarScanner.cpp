@@ -6,9 +6,11 @@
 #include "platform/Platform.h"
 
 #include <QHash>
+#include <QSet>
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <optional>
 
 namespace {
@@ -19,28 +21,23 @@ constexpr double maxWidthFraction = 0.6;
 constexpr double maxNamingDistance = 16.0;
 constexpr double minClockWidth = 80.0;
 
-// A panel window at the top edge that holds tray icons.
-bool holdsTrayIcons(const WindowListEntry& panel, const QList<WindowListEntry>& windows)
-{
-    return std::any_of(windows.begin(), windows.end(), [&](const WindowListEntry& w) {
-        return w.layer == WindowLayer::trayIcon && panel.bounds.contains(w.bounds.center());
-    });
-}
-
+// Whether a window list entry stands in the bar. `topPanels` are the panel windows at the top
+// edge, `trayPanels` those of them that hold tray icons (both a handful, whatever the number of
+// icons).
 bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidth,
-                     const QList<WindowListEntry>& windows)
+                     const QList<const WindowListEntry*>& topPanels,
+                     const QList<const WindowListEntry*>& trayPanels)
 {
     if (!MenuBarScanner::menuBarLayers.contains(entry.layer))
         return false;
     // A panel that holds the tray is the bar itself, however short it is.
-    if (entry.layer == WindowLayer::panel && holdsTrayIcons(entry, windows))
+    if (entry.layer == WindowLayer::panel && trayPanels.contains(&entry))
         return false;
     // A tray icon keeps its own extents; the panel around it decides whether it stands in the
     // bar, so icons of a panel of any height count.
     if (entry.layer == WindowLayer::trayIcon) {
-        for (const WindowListEntry& panel : windows) {
-            if (panel.layer == WindowLayer::panel && panel.bounds.top() <= maxTopEdge &&
-                panel.bounds.contains(entry.bounds.center()))
+        for (const WindowListEntry* panel : topPanels) {
+            if (panel->bounds.contains(entry.bounds.center()))
                 return !maxWidth || entry.bounds.width() <= *maxWidth;
         }
     }
@@ -51,21 +48,42 @@ bool isMenuBarWindow(const WindowListEntry& entry, std::optional<double> maxWidt
     return !maxWidth || r.width() <= *maxWidth;
 }
 
+// Each item takes the name of the entry nearest to its left edge; of equally near entries the
+// one listed first. The entries are sorted once and searched, so n items cost n log n.
 void nameByNearestEntry(QList<MenuBarItem>& items, const QList<NamedExtra>& named)
 {
+    // Entry indexes by x, and by list order among equal x.
+    QList<qsizetype> byX(named.size());
+    std::iota(byX.begin(), byX.end(), 0);
+    std::stable_sort(byX.begin(), byX.end(),
+                     [&](qsizetype a, qsizetype b) { return named.at(a).x < named.at(b).x; });
+    const auto xAt = [&](qsizetype sorted) { return named.at(byX.at(sorted)).x; };
     for (MenuBarItem& item : items) {
         const double left = item.frame.x();
-        qsizetype best = 0;
-        double bestDistance = std::abs(named.first().x - left);
-        for (qsizetype i = 1; i < named.size(); ++i) {
-            const double distance = std::abs(named.at(i).x - left);
-            if (distance < bestDistance) {
-                best = i;
+        // The first entry at or right of the edge, and the first of the nearest ones left of it.
+        const auto right =
+            std::lower_bound(byX.cbegin(), byX.cend(), left,
+                             [&](qsizetype i, double x) { return named.at(i).x < x; });
+        std::optional<qsizetype> best;
+        double bestDistance = 0.0;
+        const auto consider = [&](qsizetype index) {
+            const double distance = std::abs(named.at(index).x - left);
+            if (!best || distance < bestDistance || (distance == bestDistance && index < *best)) {
+                best = index;
                 bestDistance = distance;
             }
+        };
+        if (right != byX.cend())
+            consider(*right);
+        if (right != byX.cbegin()) {
+            const qsizetype last = (right - byX.cbegin()) - 1;
+            const auto first =
+                std::lower_bound(byX.cbegin(), byX.cbegin() + last, xAt(last),
+                                 [&](qsizetype i, double x) { return named.at(i).x < x; });
+            consider(*first);
         }
-        if (bestDistance <= maxNamingDistance)
-            item.label = named.at(best).name;
+        if (best && bestDistance <= maxNamingDistance)
+            item.label = named.at(*best).name;
     }
 }
 
@@ -80,9 +98,12 @@ void numberDuplicates(QList<MenuBarItem>& items, const QList<qint64>& processOrd
     QList<qsizetype> order;
     for (qsizetype i = 0; i < items.size(); ++i)
         order.append(i);
+    QHash<qint64, qsizetype> rankOf;
+    for (qsizetype r = processOrder.size() - 1; r >= 0; --r)
+        rankOf.insert(processOrder[r], r);
     const auto key = [&](qsizetype i) {
-        const qsizetype rank = items[i].pid > 0 ? processOrder.indexOf(items[i].pid) : -1;
-        return rank >= 0 ? rank : std::numeric_limits<qsizetype>::max();
+        return items[i].pid > 0 ? rankOf.value(items[i].pid, std::numeric_limits<qsizetype>::max())
+                                : std::numeric_limits<qsizetype>::max();
     };
     std::stable_sort(order.begin(), order.end(),
                      [&](qsizetype a, qsizetype b) { return key(a) < key(b); });
@@ -118,9 +139,27 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
     const double screenHeight = primary->frame.height();
     const std::optional<double> maxWidth = maxWidthFraction * primary->frame.width();
 
+    QList<const WindowListEntry*> topPanels;
+    QList<const WindowListEntry*> trayPanels;
+    for (const WindowListEntry& w : windows) {
+        if (w.layer == WindowLayer::panel && w.bounds.top() <= maxTopEdge)
+            topPanels.append(&w);
+    }
+    for (const WindowListEntry& w : windows) {
+        if (w.layer != WindowLayer::panel)
+            continue;
+        const bool holdsTray =
+            std::any_of(windows.begin(), windows.end(), [&](const WindowListEntry& icon) {
+                return icon.layer == WindowLayer::trayIcon &&
+                       w.bounds.contains(icon.bounds.center());
+            });
+        if (holdsTray)
+            trayPanels.append(&w);
+    }
+
     QList<MenuBarItem> items;
     for (const WindowListEntry& entry : windows) {
-        if (!isMenuBarWindow(entry, maxWidth, windows))
+        if (!isMenuBarWindow(entry, maxWidth, topPanels, trayPanels))
             continue;
         MenuBarItem item;
         item.id = entry.number;
@@ -154,9 +193,12 @@ QList<MenuBarItem> itemsFrom(const QList<ScreenInfo>& screens,
 void rememberProcesses(QList<qint64>& processOrder, const QList<MenuBarItem>& items,
                        qsizetype limit)
 {
+    QSet<qint64> known(processOrder.begin(), processOrder.end());
     for (const MenuBarItem& item : items) {
-        if (item.pid > 0 && !processOrder.contains(item.pid))
+        if (item.pid > 0 && !known.contains(item.pid)) {
             processOrder.append(item.pid);
+            known.insert(item.pid);
+        }
     }
     if (processOrder.size() > limit)
         processOrder.remove(0, processOrder.size() - limit);

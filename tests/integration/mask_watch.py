@@ -4,7 +4,10 @@
 # and the longest such moment in milliseconds (until a mask was mapped again, or the end):
 #   "uncovered=<times> longest_ms=<ms> maps=<n> unmaps=<n>"
 # The X server reports maps and unmaps in the order it handled them, so a mask that replaces
-# another one without a gap never leaves the set empty.
+# another one without a gap never leaves the set empty. A window is judged by what the events
+# themselves say (its creation and configure events carry its place, its map event whether it
+# bypasses the window manager), not by asking the server when the event is read: by then a
+# short-lived mask may be gone already, and its map would be missed.
 #
 #   mask_watch.py SECONDS
 import ctypes
@@ -26,11 +29,40 @@ class XStructureEvent(ctypes.Structure):
     ]
 
 
+class XCreateWindowEvent(ctypes.Structure):
+    _fields_ = [
+        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+        ("display", ctypes.c_void_p), ("parent", Window), ("window", Window),
+        ("x", ctypes.c_int), ("y", ctypes.c_int), ("width", ctypes.c_int),
+        ("height", ctypes.c_int), ("border_width", ctypes.c_int),
+        ("override_redirect", ctypes.c_int),
+    ]
+
+
+class XConfigureEvent(ctypes.Structure):
+    _fields_ = [
+        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+        ("display", ctypes.c_void_p), ("event", Window), ("window", Window),
+        ("x", ctypes.c_int), ("y", ctypes.c_int), ("width", ctypes.c_int),
+        ("height", ctypes.c_int), ("border_width", ctypes.c_int), ("above", Window),
+        ("override_redirect", ctypes.c_int),
+    ]
+
+
+class XMapEvent(ctypes.Structure):
+    _fields_ = [
+        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+        ("display", ctypes.c_void_p), ("event", Window), ("window", Window),
+        ("override_redirect", ctypes.c_int),
+    ]
+
+
 class XEvent(ctypes.Union):
-    _fields_ = [("head", XStructureEvent), ("pad", ctypes.c_long * 24)]
+    _fields_ = [("head", XStructureEvent), ("create", XCreateWindowEvent),
+                ("configure", XConfigureEvent), ("map", XMapEvent), ("pad", ctypes.c_long * 24)]
 
 
-DESTROY_NOTIFY, UNMAP_NOTIFY, MAP_NOTIFY = 17, 18, 19
+CREATE_NOTIFY, DESTROY_NOTIFY, UNMAP_NOTIFY, MAP_NOTIFY, CONFIGURE_NOTIFY = 16, 17, 18, 19, 22
 SUBSTRUCTURE_NOTIFY_MASK = 1 << 19
 
 xlib.XSelectInput.argtypes = [ctypes.c_void_p, Window, ctypes.c_long]
@@ -43,11 +75,15 @@ xlib.XSetErrorHandler.argtypes = [ctypes.c_void_p]
 ERROR_HANDLER = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)(lambda d, e: 0)
 
 
+def looks_like_mask(override_redirect, y, height):
+    return bool(override_redirect) and y == 0 and height <= 128
+
+
 def is_mask(display, window):
     attrs = XWindowAttributes()
     if not xlib.XGetWindowAttributes(display, window, ctypes.byref(attrs)):
         return False
-    return bool(attrs.override_redirect) and attrs.y == 0 and attrs.height <= 128
+    return looks_like_mask(attrs.override_redirect, attrs.y, attrs.height)
 
 
 def main():
@@ -75,6 +111,8 @@ def main():
                 mapped.add(w)
         xlib.XFree(children)
 
+    # The place (y, height) of every window created while watching, from its events.
+    places = {}
     seen_any = bool(mapped)
     uncovered = maps = unmaps = 0
     longest = 0.0
@@ -87,7 +125,18 @@ def main():
             continue
         xlib.XNextEvent(display, ctypes.byref(event))
         kind, window = event.head.type, event.head.window
-        if kind == MAP_NOTIFY and is_mask(display, window):
+        if kind == CREATE_NOTIFY:
+            places[window] = (event.create.y, event.create.height)
+            continue
+        if kind == CONFIGURE_NOTIFY:
+            places[window] = (event.configure.y, event.configure.height)
+            continue
+        if kind == MAP_NOTIFY:
+            # Windows older than the watch are asked about; they were made before it began.
+            place = places.get(window)
+            mask = (looks_like_mask(event.map.override_redirect, *place) if place
+                    else is_mask(display, window))
+        if kind == MAP_NOTIFY and mask:
             mapped.add(window)
             seen_any = True
             maps += 1
@@ -101,6 +150,8 @@ def main():
                 uncovered += 1
                 bare_since = time.monotonic()
                 print(f"uncovered at {bare_since:.3f}: 0x{window:x} went", file=sys.stderr)
+        if kind == DESTROY_NOTIFY:
+            places.pop(window, None)
     if bare_since is not None:
         longest = max(longest, time.monotonic() - bare_since)
     print(f"uncovered={uncovered} longest_ms={longest * 1000:.0f} maps={maps} unmaps={unmaps}")

@@ -154,6 +154,8 @@ qd_check "the pointer is over the panel, not over the mask" \
 xdotool click 1
 activated() { [ "$(grep -c '^activated' "$sni_log")" -gt "$before" ]; }
 qd_check "a click on the masked status item activates it" qd_wait_for 5 "activation" activated
+# The pointer leaves the panel: a highlighted item would be captured so.
+xdotool mousemove $((root_w / 2)) 400
 
 qd_section "icons that come and go while one is hidden, and a panel restart"
 hidden_of() { sed -n "s/.* hidden=\([01]\) label=$1\$/\1/p" <<<"$items"; }
@@ -166,6 +168,69 @@ masked() {
   items=$(qd_drive items) && masks=$(qd_drive masks) && [ -n "$masks" ]
 }
 
+# Checks a picture of the panel under the masks against the layout the reflow makes of the
+# current items: every shown item packed against the right end of the rightmost item at the
+# median gap, YAD 1 and the status item as pixel-exact copies of their bare pictures, nothing
+# but panel background left of the first item and in the gaps, and YAD 2's picture neither at
+# its own place nor in any slot. Only what lies under the mask is checked; the rest is live.
+# The panel strip of a picture, cut once: checks on it read far less than on the whole screen.
+strip_of() { # FILE
+  local out=${1%.png}-strip.png
+  [ -f "$out" ] || convert "$1" -crop "${root_w}x$h+0+0" +repage "$out"
+  echo "$out"
+}
+check_layout() { # SHOT WHAT
+  local shot what=$2 line x w lbl i spacing cursor mask_x mask_r failures=$QD_FAILURES ref
+  shot=$(strip_of "$1") ref=$(strip_of "$bare")
+  local -a xs=() ws=() labels_=() hidden_=() gaps=() new_x=()
+  while read -r line; do
+    [ -n "$line" ] || continue
+    xs+=("$(field x "$line")") ws+=("$(field w "$line")")
+    hidden_+=("$(field hidden "$line")") labels_+=("${line##* label=}")
+  done <<<"$items"
+  for ((i = 1; i < ${#xs[@]}; i++)); do
+    gaps+=($((xs[i] - xs[i - 1] - ws[i - 1])))
+  done
+  spacing=$(printf '%s\n' "${gaps[@]}" | awk '$1 >= 0' | sort -n | awk '{ g[NR] = $1 } END { print NR ? g[int(NR / 2) + 1] : 6 }')
+  cursor=$((xs[-1] + ws[-1]))
+  for ((i = ${#xs[@]} - 1; i >= 0; i--)); do
+    [ "${hidden_[i]}" = 1 ] && continue
+    cursor=$((cursor - ws[i]))
+    new_x[i]=$cursor
+    cursor=$((cursor - spacing))
+  done
+  mask_x=$(field x "$masks") mask_r=$(($(field x "$masks") + $(field w "$masks")))
+  local first=-1 prev_end=-1
+  for ((i = 0; i < ${#xs[@]}; i++)); do
+    [ -n "${new_x[i]:-}" ] || continue
+    x=${new_x[i]} w=${ws[i]} lbl=${labels_[i]}
+    ((x + w <= mask_r)) || break
+    if ((first < 0)); then
+      first=$x
+      qd_check_eq "$what: only panel background left of $lbl" 0 \
+        "$(off_row "$shot" "$((x - mask_x))x$h+$mask_x+0")"
+    else
+      qd_check_eq "$what: only panel background left of $lbl, back to the item before" 0 \
+        "$(off_row "$shot" "$((x - prev_end))x$h+$prev_end+0")"
+    fi
+    prev_end=$((x + w))
+    case $lbl in
+    "YAD 1") qd_check_eq "$what: YAD 1 whole at $x" 0 "$(differing "$ref" "${w1}x$h+$x1+0" "$shot" "${w}x$h+$x+0")" ;;
+    "Quillet test status item") qd_check_eq "$what: the status item whole at $x" 0 \
+      "$(differing "$ref" "${w3}x$h+$x3+0" "$shot" "${w}x$h+$x+0")" ;;
+    esac
+    qd_check "$what: YAD 2's picture is not in $lbl's slot" \
+      test "$(differing "$ref" "${w2}x$h+$x2+0" "$shot" "${w2}x$h+$x+0")" -gt 0
+  done
+  qd_check "$what: the first shown item is under the mask" test "$first" -ge "$mask_x"
+  for ((i = 0; i < ${#xs[@]}; i++)); do
+    [ "${labels_[i]}" = "YAD 2" ] || continue
+    qd_check "$what: YAD 2 does not show at its own place" \
+      test "$(differing "$ref" "${w2}x$h+$x2+0" "$shot" "${w2}x$h+${xs[i]}+0")" -gt 0
+  done
+  [ "$QD_FAILURES" = "$failures" ]
+}
+
 qd_launch extra_pid "$QD_TMP/yad-extra.log" yad --notification --text="Quillet test tray icon three" \
   --image=dialog-error
 has_third() { items=$(qd_drive items) && [[ "$items" == *"label=YAD 3"* ]]; }
@@ -174,6 +239,8 @@ qd_check "with it, the masks are up again" qd_wait_for 20 "the masks" masked
 qd_check_eq "YAD 2 is still hidden" 1 "$(hidden_of "YAD 2")"
 qd_check_eq "the mask starts 8 pixels left of the new leftmost item" \
   "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+shoot with_third
+check_layout "$with_third" "a new icon left of the others"
 
 qd_stop_process "$extra_pid" TERM 10
 no_third() { items=$(qd_drive items) && [[ "$items" != *"label=YAD 3"* ]]; }
@@ -181,6 +248,8 @@ qd_check "an icon whose program quits is no item" qd_wait_for 20 "YAD 3 gone" no
 qd_check "without it, the masks are up again" qd_wait_for 20 "the masks" masked
 qd_check_eq "the mask starts 8 pixels left of the leftmost item again" \
   "$(($(leftmost_x) - 8))" "$(field x "$masks")"
+shoot without_third
+check_layout "$without_third" "its program quit"
 
 old_id=$(field id "$(grep 'label=YAD 2$' <<<"$items")")
 xfce4-panel -r >"$QD_TMP/panel-restart.log" 2>&1
@@ -192,6 +261,15 @@ qd_check "after a panel restart YAD 2 docks again with a new id" qd_wait_for 30 
 qd_check "the restarted panel's masks are up" qd_wait_for 30 "the masks" masked
 qd_check_eq "YAD 2 is hidden again by its label" 1 "$(hidden_of "YAD 2")"
 qd_check_eq "YAD 1 is not" 0 "$(hidden_of "YAD 1")"
+# The rebuild follows the new panel's first paint: the picture is of the panel, not of the
+# window before it was drawn.
+restarted_layout_ok() {
+  qd_drive settle >/dev/null
+  items=$(qd_drive items) && masks=$(qd_drive masks) && shoot restarted &&
+    (QD_DESKTOP_STATE='' check_layout "$restarted" "after a panel restart") >/dev/null 2>&1
+}
+qd_wait_for 20 "the restarted panel under the masks" restarted_layout_ok
+check_layout "${restarted:-}" "after a panel restart"
 
 qd_section "the whole panel"
 cover entire
@@ -199,6 +277,24 @@ qd_check_eq "one mask over the whole panel" "0 0 $root_w" "$(rect "$masks" | cut
 shoot entire
 qd_check_eq "every row of the panel strip is one colour" 0 "$(off_row "$entire" "${root_w}x$h+0+0")"
 qd_check "the bare panel was not" test "$(off_row "$bare" "${root_w}x$h+0+0")" -gt 0
+strip_colour=$(convert "$entire" -format "%[hex:u.p{$((root_w / 2)),$((h / 2))}]" info: | cut -c1-6)
+qd_check "the strip is not black" test "$strip_colour" != 000000
+
+before_restart=$(field win "$masks")
+xfce4-panel -r >"$QD_TMP/panel-restart-2.log" 2>&1
+# The restarted panel may get its old window id back; the masks made for it are new windows.
+remade() { [[ "$(qd_drive masks | head -n 1)" =~ win=(0x[0-9a-f]+) ]] && [ "${BASH_REMATCH[1]}" != "$before_restart" ]; }
+qd_check "the masks are made again for the restarted panel" qd_wait_for 30 "new masks" remade
+# Once the new panel has painted, the strip is the panel's own background again, not black.
+strip_back() {
+  qd_drive settle >/dev/null
+  shoot entire_again &&
+    [ "$(off_row "$entire_again" "${root_w}x$h+0+0")" = 0 ] &&
+    [ "$(convert "$entire_again" -format "%[hex:u.p{$((root_w / 2)),$((h / 2))}]" info: | cut -c1-6)" = "$strip_colour" ]
+}
+qd_check "after a panel restart the strip is uniform and of the panel's colour ($strip_colour)" \
+  qd_wait_for 30 "the panel's strip again" strip_back
+masks=$(qd_drive masks)
 
 qd_section "a compositing window manager replaces xfwm4"
 old_wm=$(qd_xprobe owner WM_S0)

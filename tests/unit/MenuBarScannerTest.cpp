@@ -5,6 +5,8 @@
 #include "FakePlatform.h"
 #include "core/MenuBarNamer.h"
 
+#include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace {
@@ -234,4 +236,36 @@ TEST_F(ScannerFixture, iconsOfOneProgramKeepTheirNumbersWhenTheyDockAgain)
     EXPECT_EQ(labels(items), (QStringList{u"yad 2"_qs, u"yad 1"_qs}));
     MenuBarScanner::rememberProcesses(order, items, 2);
     EXPECT_EQ(order, (QList<qint64>{1000, 3000}));
+}
+
+// Many items and entries, on a coarse grid so that equal distances and equal positions are
+// common: every item gets the name the plain rule (nearest, first listed on a tie, within 16
+// points) gives.
+TEST(MenuBarScannerNaming, manyItemsGetTheNearestFirstListedName)
+{
+    ScreenInfo screen;
+    screen.frame = QRectF(0, 0, 4000, 1000);
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        std::srand(seed);
+        QList<WindowListEntry> windows;
+        for (quint32 i = 0; i < 120; ++i)
+            windows << window(i + 1, {double(std::rand() % 400) * 4, 0, 20, 20});
+        QList<NamedExtra> named;
+        for (int i = 0; i < 90; ++i)
+            named << NamedExtra{double(std::rand() % 200) * 8 + (std::rand() % 2) * 0.5,
+                                QStringLiteral("n%1").arg(i)};
+        for (const MenuBarItem& item : MenuBarScanner::itemsFrom({screen}, windows, named)) {
+            qsizetype best = 0;
+            for (qsizetype i = 1; i < named.size(); ++i) {
+                if (std::abs(named[i].x - item.frame.x()) <
+                    std::abs(named[best].x - item.frame.x()))
+                    best = i;
+            }
+            const bool near = std::abs(named[best].x - item.frame.x()) <= 16.0;
+            // Numbered duplicates end in " <n>"; the name is what comes before.
+            const QString label = item.label.section(QLatin1Char(' '), 0, 0);
+            EXPECT_EQ(label, near ? named[best].name : u"app"_qs)
+                << "seed " << seed << " item at " << item.frame.x();
+        }
+    }
 }

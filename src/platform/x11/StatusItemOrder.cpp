@@ -2,6 +2,8 @@
 // first; hidden items are left out unless the overflow arrow is expanded, which shows all.
 #include "StatusItemOrder.h"
 
+#include <QHash>
+#include <QSet>
 #include <algorithm>
 #include <numeric>
 
@@ -15,19 +17,24 @@ QList<qsizetype> match(qsizetype buttonCount, const QStringList& ids, const QStr
         return {};
     QList<qsizetype> all(ids.size());
     std::iota(all.begin(), all.end(), 0);
-    // Ids missing from the list (for example while the panel saves it) sort last.
-    auto rank = [&](qsizetype i) {
-        const qsizetype r = known.indexOf(ids[i]);
-        return r < 0 ? known.size() : r;
-    };
+    // Ids missing from the list (for example while the panel saves it) sort last. The places
+    // are looked up once, so a tray of n items costs n log n, not n² log n.
+    QHash<QString, qsizetype> place;
+    for (qsizetype r = known.size() - 1; r >= 0; --r)
+        place.insert(known[r], r);
+    QList<qsizetype> ranks(ids.size());
+    for (qsizetype i = 0; i < ids.size(); ++i)
+        ranks[i] = place.value(ids[i], known.size());
+    const auto rank = [&](qsizetype i) { return ranks[i]; };
     std::stable_sort(all.begin(), all.end(), [&](qsizetype a, qsizetype b) {
         if (rank(a) != rank(b))
             return rank(a) < rank(b);
         return a > b;
     });
+    const QSet<QString> hiddenIds(hidden.begin(), hidden.end());
     QList<qsizetype> shown;
     for (qsizetype i : std::as_const(all)) {
-        if (!hidden.contains(ids[i]))
+        if (!hiddenIds.contains(ids[i]))
             shown.append(i);
     }
     const QList<qsizetype>* result = buttonCount == shown.size() ? &shown
