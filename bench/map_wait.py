@@ -11,27 +11,13 @@ import select
 import sys
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "support", "desktop"))
-from xprobe import Display, Window, xlib  # noqa: E402
+here = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(here, "..", "tests", "support", "desktop"))
+sys.path.insert(0, os.path.join(here, "..", "tests", "integration"))
+# The Xlib bindings and the structure-event declarations the desktop tests already have.
+from mask_watch import MAP_NOTIFY, SUBSTRUCTURE_NOTIFY_MASK, XEvent  # noqa: E402
+from xprobe import Display, xlib  # noqa: E402
 
-
-class XMapEvent(ctypes.Structure):
-    _fields_ = [
-        ("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
-        ("display", ctypes.c_void_p), ("event", Window), ("window", Window),
-    ]
-
-
-class XEvent(ctypes.Union):
-    _fields_ = [("head", XMapEvent), ("pad", ctypes.c_long * 24)]
-
-
-MAP_NOTIFY = 19
-SUBSTRUCTURE_NOTIFY_MASK = 1 << 19
-xlib.XSelectInput.argtypes = [ctypes.c_void_p, Window, ctypes.c_long]
-xlib.XPending.argtypes = [ctypes.c_void_p]
-xlib.XNextEvent.argtypes = [ctypes.c_void_p, ctypes.POINTER(XEvent)]
-xlib.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
 xlib.XConnectionNumber.argtypes = [ctypes.c_void_p]
 
 
