@@ -378,9 +378,10 @@ void X11DesktopSession::check()
         gsettings = gsettingsDesktop(program ? program->name : QString());
     if (gsettings)
         backend = Backend::gsettings;
-    // xfdesktop draws the desktop through its settings: it is the backend, not an obstacle.
+    // xfdesktop and pcmanfm draw the desktop through their own settings: each is the backend,
+    // not an obstacle. caja and nemo still count as drawing over the root.
     const QString drawnBy =
-        backend != Backend::xfce && program
+        (backend == Backend::root || backend == Backend::gsettings) && program
             ? (program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name)
             : QString();
     State state;
