@@ -16,6 +16,7 @@
 #include "ui/Popover.h"
 #include "ui/StatusItemController.h"
 #include "ui/UpdaterController.h"
+#include "ui/components/Look.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
@@ -89,6 +90,8 @@ void QuilletApp::start(bool showWindow)
         return Platform::shared().screens().windowGeometry(bottomLeft);
     });
     AppModel::shared().overlays().setPresenter(m_masks.get());
+    // The window opens with our own symbols and takes the icon theme's after its first paint.
+    Look::holdThemeSymbols();
     m_mainWindow = std::make_unique<MainWindow>(AppModel::shared(), Preferences::shared());
     // The desktop hints go on every native window the main window gets.
     connect(m_mainWindow.get(), &MainWindow::windowShown, this,
@@ -107,8 +110,15 @@ void QuilletApp::start(bool showWindow)
     Popover::setKeepOffTaskbar([](QWindow* window) { X11::setSkipTaskbar(window, true); });
     connect(&StatusItemController::shared(), &StatusItemController::showWindowRequested, this,
             &QuilletApp::reopenMainWindow);
-    if (showWindow)
+    // Listing the other windows reads every window's properties and the installed programs'
+    // names: the window opens first and shows them just after its first paint.
+    if (showWindow) {
+        connect(m_mainWindow.get(), &MainWindow::firstPainted, this,
+                [] { AppModel::shared().refreshWindows(); });
         m_mainWindow->show();
+    } else {
+        AppModel::shared().refreshWindows();
+    }
 
     Preferences::shared().apply();
     AppModel& model = AppModel::shared();

@@ -56,7 +56,8 @@ AppModel::AppModel(Dependencies deps)
     connect(&m_platform.panelScan(), &PanelScan::scanned, this, &AppModel::panelScanned);
     connect(&m_platform.panelScan(), &PanelScan::panelChanged, this, &AppModel::panelChanged);
     refreshMenuBarItems();
-    refreshWindows();
+    if (!deps.listWindowsLater)
+        refreshWindows();
 
     m_overlays->onScreenChange = [self = QPointer<AppModel>(this)] {
         if (!self)
@@ -103,7 +104,7 @@ AppModel& AppModel::shared()
     // Never ended: its thread goes with the process, after the quit has waited for its work.
     static TaskQueue* pictureWork = new ThreadTaskQueue(QStringLiteral("desktop pictures"));
     static AppModel* model = new AppModel(
-        {Platform::shared(), DefaultsStore::standard(), scheduler, {}, nullptr, pictureWork});
+        {Platform::shared(), DefaultsStore::standard(), scheduler, {}, nullptr, pictureWork, true});
     return *model;
 }
 

@@ -77,6 +77,9 @@ public:
         // Where the desktop pictures are read, rendered and set; null means on the calling
         // thread, as the tests have it.
         TaskQueue* pictureWork = nullptr;
+        // The running program lists the other windows once its own window has been painted
+        // (refreshWindows); until then windowsListed() is false. Tests have them listed at once.
+        bool listWindowsLater = false;
     };
 
     explicit AppModel(Dependencies deps);
@@ -159,6 +162,8 @@ public:
     bool enabled() const { return m_enabled; }
     std::optional<DisplayMode> lastAppliedMode() const { return m_lastAppliedMode; }
     const QList<ManagedWindow>& windows() const { return m_windows; }
+    // False until the windows have been listed for the first time.
+    bool windowsListed() const { return m_windowsListed; }
     std::optional<QUuid> selectedWindowID() const { return m_selectedWindowID; }
     bool canControlWindows() const { return m_canControlWindows; }
     // Why the desktop could not be put back exactly as it was; empty when it could.
@@ -234,6 +239,7 @@ private:
     bool m_enabled = true;
     std::optional<DisplayMode> m_lastAppliedMode;
     QList<ManagedWindow> m_windows;
+    bool m_windowsListed = false;
     std::optional<QUuid> m_selectedWindowID;
     bool m_canControlWindows = false;
     QString m_desktopNotice;

@@ -5,6 +5,7 @@
 
 void AppModel::refreshWindows()
 {
+    m_windowsListed = true;
     assign(m_windows, WindowMover::windows(m_platform), Field::windows);
     // Identities are fresh on every enumeration, so in practice the first window is selected.
     const bool kept = m_selectedWindowID && std::any_of(m_windows.cbegin(), m_windows.cend(),

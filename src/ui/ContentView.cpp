@@ -8,6 +8,7 @@
 #include "Popover.h"
 #include "ResolutionCard.h"
 #include "WindowCard.h"
+#include "components/Look.h"
 #include "components/PermissionBanner.h"
 #include "components/SessionBanner.h"
 
@@ -75,6 +76,7 @@ ContentView::ContentView(AppModel& model, QWidget* parent) : QWidget(parent), m_
     connect(&m_model, &AppModel::published, this, &ContentView::onPublished);
     refreshBanners();
     updateSymbols();
+    Look::whenThemeSymbolsArrive(this, [this] { updateSymbols(); });
     updatePanelWidth();
     updateTabOrder();
 }

@@ -28,6 +28,7 @@ DesktopSupportBanner::DesktopSupportBanner(AppModel& model, QWidget* parent)
     row->addWidget(m_label, 1);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     updateColours();
+    Look::whenThemeSymbolsArrive(this, [this] { updateColours(); });
 
     connect(&m_model, &AppModel::published, this, [this](AppModel::Field field) {
         using F = AppModel::Field;

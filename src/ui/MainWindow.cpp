@@ -26,7 +26,7 @@ MainWindow::MainWindow(AppModel& model, Preferences& preferences, QWidget* paren
     setObjectName(QStringLiteral("main"));
     setWindowTitle(tr("Quillet"));
     // Searching the icon theme takes longer than drawing: the window opens with our drawing and
-    // takes the theme's icon (an icon theme may restyle ours) once it has been painted.
+    // takes the theme's icons (an icon theme may restyle ours) once it has been painted.
     setWindowIcon(drawnAppIcon());
     m_content = new ContentView(model, this);
     setCentralWidget(m_content);
@@ -62,7 +62,12 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == this && event->type() == QEvent::Paint && !m_themeIconAsked) {
         m_themeIconAsked = true;
-        QTimer::singleShot(0, this, [this] { setWindowIcon(appIcon()); });
+        QTimer::singleShot(0, this, [this] {
+            setWindowIcon(appIcon());
+            m_updatesAction->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
+            Look::releaseThemeSymbols();
+            emit firstPainted();
+        });
     }
     // Shown before it is mapped, so its desktop hints are in place when it appears.
     if (watched == m_settings && event->type() == QEvent::Show)
@@ -154,10 +159,10 @@ void MainWindow::buildMenu()
                               "everything back afterwards.")
                                .arg(QStringLiteral(QUILLET_VERSION)));
     });
-    QAction* updates = m_appMenu->addAction(tr("Check for &Updates\u2026"), this, [this] {
+    // Its theme icon comes with the others', once the window has been painted.
+    m_updatesAction = m_appMenu->addAction(tr("Check for &Updates\u2026"), this, [this] {
         UpdaterController::shared().checkForUpdates(this);
     });
-    updates->setIcon(QIcon::fromTheme(QStringLiteral("view-refresh")));
     m_appMenu->addSeparator();
     QAction* settings =
         m_appMenu->addAction(tr("&Settings\u2026"), this, &MainWindow::openSettings);

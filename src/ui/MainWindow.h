@@ -10,6 +10,7 @@
 class AppModel;
 class ContentView;
 class Preferences;
+class QAction;
 class QMenu;
 class QScreen;
 
@@ -40,6 +41,9 @@ signals:
     void settingsShown();
     // Emitted after the user closed the window (its close button, Alt+F4, the window menu).
     void closed();
+    // Emitted once, just after the window's first paint: work that the first look does not need
+    // (the theme's icons, lists that take a while to read) starts here.
+    void firstPainted();
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -63,6 +67,7 @@ private:
     AppModel& m_model;
     Preferences& m_preferences;
     QMenu* m_appMenu = nullptr;
+    QAction* m_updatesAction = nullptr;
     ContentView* m_content = nullptr;
     QPointer<QWidget> m_settings;
     // The theme's own palette, put back when the desktop turns light again.

@@ -7,6 +7,7 @@
 #include <QLinearGradient>
 #include <QScrollBar>
 #include <QWheelEvent>
+#include <algorithm>
 
 ResolutionStrip::ResolutionStrip(QWidget* parent) : QScrollArea(parent)
 {
@@ -85,6 +86,10 @@ void ResolutionStrip::updateMask()
     for (const FadeStop& stop : stops)
         gradient.setColorAt(stop.location, stop.opaque ? QColor(0, 0, 0, 255) : QColor(0, 0, 0, 0));
     m_fade->setOpacityMask(QBrush(gradient));
+    // The effect paints the strip into a picture of its own first: only worth it while an edge
+    // fades out.
+    m_fade->setEnabled(std::any_of(stops.cbegin(), stops.cend(),
+                                   [](const FadeStop& stop) { return !stop.opaque; }));
 }
 
 void ResolutionStrip::resizeEvent(QResizeEvent* event)

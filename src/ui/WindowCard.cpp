@@ -230,7 +230,8 @@ void WindowCard::onPublished(AppModel::Field field)
 void WindowCard::refreshWindowList()
 {
     const QList<WindowRow*> before = m_windowList->rows();
-    m_windowList->setWindows(m_model.windows(), m_model.selectedWindowID());
+    m_windowList->setWindows(m_model.windows(), m_model.selectedWindowID(),
+                             m_model.windowsListed());
     const QList<WindowRow*>& rows = m_windowList->rows();
     if (rows != before) {
         m_rowGroup->setMembers(QList<QWidget*>(rows.cbegin(), rows.cend()));

@@ -43,8 +43,10 @@ WindowListBox::WindowListBox(QWidget* parent) : QWidget(parent)
 }
 
 void WindowListBox::setWindows(const QList<ManagedWindow>& windows,
-                               const std::optional<QUuid>& selected)
+                               const std::optional<QUuid>& selected, bool listed)
 {
+    // Before the first listing the box stays blank rather than claim there are none.
+    m_empty->setVisible(listed && windows.isEmpty());
     const auto sameRows = [&] {
         if (windows.size() != m_windows.size())
             return false;
@@ -71,7 +73,6 @@ void WindowListBox::setWindows(const QList<ManagedWindow>& windows,
             m_stack->insertWidget(int(i), row);
             m_rows.append(row);
         }
-        m_empty->setVisible(windows.isEmpty());
     }
     for (qsizetype i = 0; i < m_rows.size(); ++i) {
         const QSignalBlocker block(m_rows[i]);

@@ -17,8 +17,10 @@ class WindowListBox final : public QWidget {
 public:
     explicit WindowListBox(QWidget* parent = nullptr);
 
-    // Rebuilds the rows when the windows differ, then marks the selected one.
-    void setWindows(const QList<ManagedWindow>& windows, const std::optional<QUuid>& selected);
+    // Rebuilds the rows when the windows differ, then marks the selected one. "No windows" shows
+    // only once they have been `listed`.
+    void setWindows(const QList<ManagedWindow>& windows, const std::optional<QUuid>& selected,
+                    bool listed = true);
     const QList<WindowRow*>& rows() const { return m_rows; }
     QLabel* emptyLabel() const { return m_empty; }
 

@@ -9,9 +9,12 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
+#include <QPointer>
 #include <QWidget>
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace Look {
 
@@ -210,7 +213,54 @@ void drawFallback(QPainter& p, const QString& name)
     }
 }
 
+struct ThemeSymbolWait {
+    QPointer<const QObject> context;
+    std::function<void()> redraw;
+};
+
+struct ThemeSymbolHold {
+    bool held = false;
+    std::vector<ThemeSymbolWait> waiting;
+};
+
+ThemeSymbolHold& themeSymbolHold()
+{
+    static ThemeSymbolHold hold;
+    return hold;
+}
+
 } // namespace
+
+void holdThemeSymbols()
+{
+    themeSymbolHold().held = true;
+}
+
+void releaseThemeSymbols()
+{
+    ThemeSymbolHold& hold = themeSymbolHold();
+    if (!hold.held)
+        return;
+    hold.held = false;
+    // A redraw may register again (a widget built meanwhile): take the list first.
+    const std::vector<ThemeSymbolWait> waiting = std::exchange(hold.waiting, {});
+    for (const ThemeSymbolWait& wait : waiting) {
+        if (wait.context)
+            wait.redraw();
+    }
+}
+
+bool themeSymbolsHeld()
+{
+    return themeSymbolHold().held;
+}
+
+void whenThemeSymbolsArrive(const QObject* context, std::function<void()> redraw)
+{
+    ThemeSymbolHold& hold = themeSymbolHold();
+    if (hold.held)
+        hold.waiting.push_back({context, std::move(redraw)});
+}
 
 QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal devicePixelRatio)
 {
@@ -224,7 +274,8 @@ QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal dev
         // Only one-colour (symbolic) theme icons keep their shape as a silhouette; a full-colour
         // icon would become a blob, so our own drawing stands in for those.
         QIcon icon;
-        if (!themeName.isEmpty() && QIcon::hasThemeIcon(themeName + QStringLiteral("-symbolic")))
+        if (!themeName.isEmpty() && !themeSymbolsHeld() &&
+            QIcon::hasThemeIcon(themeName + QStringLiteral("-symbolic")))
             icon = QIcon::fromTheme(themeName + QStringLiteral("-symbolic"));
         if (!icon.isNull()) {
             icon.paint(&p, QRect(0, 0, device, device));

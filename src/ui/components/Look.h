@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QPixmap>
 #include <QRectF>
+#include <functional>
 
 class QPainter;
 class QPalette;
@@ -47,6 +48,16 @@ QPixmap symbol(const QString& name, int pixelSize, const QColor& tint, qreal dev
 // line of callout text high.
 void paintBannerFill(QWidget* banner);
 QPixmap bannerSymbol(const QWidget* banner);
+// The first look into the icon theme reads its index files and loads the icon plugins, which
+// takes longer than building the whole window: while the main window opens, theme symbols are
+// held back and symbol() draws our own shapes; once it has been painted they are released and
+// every widget showing a symbol draws it again (whenThemeSymbolsArrive).
+void holdThemeSymbols();
+void releaseThemeSymbols();
+bool themeSymbolsHeld();
+// Runs `redraw` once the theme symbols are released, unless `context` is gone by then. Nothing
+// happens while they are not held: the symbols drawn now are already the theme's.
+void whenThemeSymbolsArrive(const QObject* context, std::function<void()> redraw);
 // The freedesktop icon name standing in for a symbol name (empty when there is none).
 QString themeIconName(const QString& name);
 

@@ -21,6 +21,7 @@ MiniScreen::MiniScreen(const Background& background, Bar bar, bool icons, QWidge
     : QWidget(parent), m_background(background), m_bar(bar), m_icons(icons)
 {
     loadImage();
+    Look::whenThemeSymbolsArrive(this, [this] { update(); });
 }
 
 void MiniScreen::setBackground(const Background& background)

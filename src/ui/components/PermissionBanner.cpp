@@ -48,6 +48,7 @@ PermissionBanner::PermissionBanner(const QString& text, QWidget* parent)
     row->addWidget(m_grant, 0, Qt::AlignVCenter);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     updateColours();
+    Look::whenThemeSymbolsArrive(this, [this] { updateColours(); });
 }
 
 QString PermissionBanner::grantTitle()

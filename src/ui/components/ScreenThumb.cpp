@@ -24,6 +24,7 @@ ScreenThumb::ScreenThumb(const QRectF& region, const std::optional<QString>& cap
     : QAbstractButton(parent), m_region(region), m_caption(caption), m_dashed(dashed),
       m_glyph(glyph), m_w(w), m_h(h), m_menuBar(menuBar)
 {
+    Look::whenThemeSymbolsArrive(this, [this] { update(); });
     if (caption) {
         setText(*caption);
         setAccessibleName(*caption);

@@ -36,6 +36,7 @@ SectionCard::SectionCard(const QString& title, const QString& systemImage, bool 
     setSizePolicy(fill ? QSizePolicy::Expanding : QSizePolicy::Fixed,
                   stretch ? QSizePolicy::Expanding : QSizePolicy::Fixed);
     updateSymbol();
+    Look::whenThemeSymbolsArrive(this, [this] { updateSymbol(); });
 }
 
 void SectionCard::setAccessory(QWidget* accessory)

@@ -49,6 +49,7 @@ SessionBanner::SessionBanner(PermissionGap gap, QWidget* parent) : QWidget(paren
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     setVisible(!m_title->text().isEmpty());
     updateColours();
+    Look::whenThemeSymbolsArrive(this, [this] { updateColours(); });
 }
 
 QString SessionBanner::title(PermissionGap gap)

@@ -54,6 +54,7 @@ WallpaperWell::WallpaperWell(const QString& label, const std::optional<QString>&
                              QWidget* parent)
     : QAbstractButton(parent)
 {
+    Look::whenThemeSymbolsArrive(this, [this] { update(); });
     setText(label);
     setAccessibleName(label);
     setFocusPolicy(Qt::TabFocus);
