@@ -685,3 +685,42 @@ TEST_F(PanelFixture, aDesktopChoiceThatCannotWorkIsExplainedNamingTheDesktopAndW
     EXPECT_TRUE(
         banner->text().startsWith(QStringLiteral("Background: “Image” has no effect on MATE")));
 }
+
+TEST_F(PanelFixture, windowsListedAfterTheFirstPaintLeaveTheListBlankUntilThen)
+{
+    // The program's own model: the window opens before the other windows are read.
+    preferences = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
+    AppModel::Dependencies deps{fake, store, scheduler, {dirs.resourceDir()}, preferences.get()};
+    deps.listWindowsLater = true;
+    model = std::make_unique<AppModel>(deps);
+    window = std::make_unique<MainWindow>(*model, *preferences);
+    QObject::connect(window.get(), &MainWindow::firstPainted, model.get(),
+                     &AppModel::refreshWindows);
+    WindowListBox* list = window->content()->windowList();
+    EXPECT_FALSE(model->windowsListed());
+    EXPECT_TRUE(list->rows().isEmpty());
+    EXPECT_TRUE(list->emptyLabel()->isHidden()) << "no \"No windows\" before the list is read";
+
+    // Symbols are our own until the window has been painted, then the theme's.
+    Look::holdThemeSymbols();
+    int redrawn = 0;
+    auto* gone = new QObject;
+    Look::whenThemeSymbolsArrive(window.get(), [&] { ++redrawn; });
+    Look::whenThemeSymbolsArrive(gone, [&] { redrawn += 100; });
+    delete gone;
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    QTRY_VERIFY(model->windowsListed());
+    EXPECT_FALSE(Look::themeSymbolsHeld());
+    EXPECT_EQ(redrawn, 1) << "only the living widget draws again";
+    ASSERT_EQ(list->rows().size(), 2);
+    EXPECT_TRUE(list->rows()[0]->isSelected());
+    // Released symbols need no waiting.
+    Look::whenThemeSymbolsArrive(window.get(), [&] { ++redrawn; });
+    EXPECT_EQ(redrawn, 1);
+
+    // A listing that finds nothing says so.
+    fake.windowControl->list.clear();
+    model->refreshWindows();
+    EXPECT_FALSE(list->emptyLabel()->isHidden());
+}
