@@ -1,6 +1,10 @@
 // The worker thread behind TaskQueue: a QObject living on it receives each task as a queued call.
 #include "TaskQueue.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <QPointer>
 
 void InlineTaskQueue::post(std::function<void()> work, QObject*, std::function<void()> done)
@@ -33,6 +37,13 @@ void ThreadTaskQueue::post(std::function<void()> work, QObject* context, std::fu
         [this, work = std::move(work), context = QPointer<QObject>(context),
          done = std::move(done)] {
             work();
+#ifdef __GLIBC__
+            // The work renders pictures of whole monitors. Once glibc has raised its mmap
+            // threshold past their size it keeps them freed on its heap for reuse: after the
+            // last task of a burst, hand that memory back.
+            if (m_pending == 1)
+                malloc_trim(0);
+#endif
             // Counted as run before the answer is posted: whoever waits for an idle queue may
             // rely on the work's effects, not on the answer having arrived.
             --m_pending;

@@ -4,7 +4,8 @@
 # median spacing and nothing of the hidden one shows, while the panel's clock right of them is
 # not covered and stays live; clicks on a masked icon reach the panel;
 # with "entire" the panel strip is uniform; the masks are made again and stay visible after
-# "xfwm4 --replace" with compositing; on two monitors only the one with the panel gets a mask.
+# "xfwm4 --replace" with compositing, and a translucent panel there is read under its masks
+# without a seam; on two monitors only the one with the panel gets a mask.
 # While an icon is hidden, a new icon left of it, its program quitting and a panel restart
 # leave it hidden (by its label) and the masks starting left of the leftmost item.
 # On Xfce's default panel layout with the accessibility bus on and a tray icon of our own, the
@@ -311,6 +312,39 @@ qd_drive settle
 # The new compositor paints the new mask in its own time.
 covered_again() { shoot replaced && [ "$(off_row "$replaced" "${root_w}x$h+0+0")" = 0 ]; }
 qd_check "the panel strip is covered again" qd_wait_for 20 "the covered strip" covered_again
+
+qd_section "a translucent panel under the compositor: read under its masks, no seam"
+# Half-transparent red over the desktop, as Xfce's panel preferences set it.
+xfconf-query -c xfce4-panel -p /panels/panel-1/background-style -n -t int -s 1
+xfconf-query -c xfce4-panel -p /panels/panel-1/background-rgba -n \
+  -t double -s 0.8 -t double -s 0.2 -t double -s 0.2 -t double -s 0.5
+cover items
+# Left of the mask the live panel shows the desktop through it; the mask's first column must
+# show the same, row for row, or a seam shows.
+seam() { # SHOT
+  local x=$(($(field x "$masks") - 1))
+  crop "$1" "1x$h+$x+0" "$QD_TMP/live.png" && crop "$1" "1x$h+$((x + 1))+0" "$QD_TMP/mask.png" &&
+    compare -metric AE "$QD_TMP/live.png" "$QD_TMP/mask.png" null: 2>&1 | cut -d' ' -f1
+}
+"$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 5 >"$watch_log" 2>&1 &
+watch_pid=$!
+sleep 1
+# A new desktop colour shows through the panel: the capture under the masks must follow.
+for colour in '#3060A0' '#A07030'; do
+  qd_drive colour "$colour"
+  sleep 1.5
+done
+wait "$watch_pid"
+qd_check_eq "no moment without a mask while the colour behind the translucent panel changes" \
+  "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
+no_seam() {
+  qd_drive settle >/dev/null
+  masks=$(qd_drive masks) && shoot translucent && [ "$(seam "$translucent")" = 0 ]
+}
+qd_check "the mask's edge matches the live translucent panel beside it" \
+  qd_wait_for 15 "no seam" no_seam
+qd_check "the panel is shown translucent (its colour is not the opaque red)" \
+  test "$(convert "$translucent" -format "%[hex:u.p{$(($(field x "$masks") - 1)),$((h / 2))}]" info: | cut -c1-6)" != CC3333
 
 qd_driver_quit
 qd_stop_process "$wm_pid" TERM 10 || true

@@ -261,15 +261,148 @@ QImage X11Capture::panelPixels(xcb_window_t panel, bool* translucent) const
     const auto* data = xcb_get_image_data(reply.get());
     const auto length = std::size_t(xcb_get_image_data_length(reply.get()));
     // Without a compositing manager the server shows a 32-bit panel's colour bytes as they
-    // are; with one, a translucent panel shows the desktop through it, which its copy lacks.
+    // are; with one, a translucent panel shows what lies below it through it, blended as
+    // premultiplied colour over it: the same blend of the same pixels gives what the screen
+    // shows.
     if (geometry->depth == 32 && !allOpaque(data, length) && compositingManagerRuns(c)) {
-        *translucent = true;
-        return {};
+        QImage own(geometry->width, geometry->height, QImage::Format_ARGB32_Premultiplied);
+        const std::size_t rowBytes = std::size_t(geometry->width) * 4;
+        QImage shown;
+        if (!own.isNull() && length >= rowBytes * geometry->height) {
+            for (int y = 0; y < own.height(); ++y)
+                std::memcpy(own.scanLine(y), data + rowBytes * std::size_t(y), rowBytes);
+            shown = belowPanel(panel, own.size());
+        }
+        if (shown.isNull()) {
+            *translucent = true;
+            return {};
+        }
+        QPainter painter(&shown);
+        painter.setOpacity(windowOpacity(panel));
+        painter.drawImage(0, 0, own);
+        return shown;
     }
     QImage image(geometry->width, geometry->height, QImage::Format_RGB32);
     if (image.isNull() || !copyOpaque(data, length, image))
         return {};
     return image;
+}
+
+QImage X11Capture::belowPanel(xcb_window_t panel, QSize size) const
+{
+    xcb_connection_t* c = m_connection;
+    const xcb_window_t root = X11::rootWindow();
+    const Reply<xcb_translate_coordinates_reply_t> origin(xcb_translate_coordinates_reply(
+        c, xcb_translate_coordinates(c, panel, root, 0, 0), nullptr));
+    if (!origin)
+        return {};
+    const QRect area(origin->dst_x, origin->dst_y, size.width(), size.height());
+    // The panel's window among the root's children: its frame, under a reparenting manager.
+    xcb_window_t topLevel = panel;
+    for (int depth = 0; depth < 4; ++depth) {
+        const Reply<xcb_query_tree_reply_t> up(
+            xcb_query_tree_reply(c, xcb_query_tree(c, topLevel), nullptr));
+        if (!up)
+            return {};
+        if (up->parent == root || up->parent == XCB_WINDOW_NONE)
+            break;
+        topLevel = up->parent;
+    }
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+    if (!tree)
+        return {};
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    const int count = xcb_query_tree_children_length(tree.get());
+    int index = int(std::find(children, children + count, topLevel) - children);
+    // Bottom to top: the first window below the panel that reaches into its area decides. Only
+    // the desktop's own window can be read back as it is shown; another window there may be
+    // translucent or shadowed itself, and the screen is read instead.
+    while (--index >= 0) {
+        const xcb_window_t below = children[index];
+        const Reply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, below), nullptr));
+        const Reply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(c, xcb_get_geometry(c, below), nullptr));
+        if (!attributes || !geometry || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+            attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
+            continue;
+        const int border = 2 * geometry->border_width;
+        if (!QRect(geometry->x, geometry->y, geometry->width + border, geometry->height + border)
+                 .intersects(area))
+            continue;
+        const xcb_window_t desktop = desktopWindowIn(below);
+        if (desktop == XCB_WINDOW_NONE)
+            return {};
+        const Reply<xcb_translate_coordinates_reply_t> offset(xcb_translate_coordinates_reply(
+            c,
+            xcb_translate_coordinates(c, root, desktop, std::int16_t(area.x()),
+                                      std::int16_t(area.y())),
+            nullptr));
+        return offset ? pixelsOf(desktop, QRect(QPoint(offset->dst_x, offset->dst_y), size))
+                      : QImage();
+    }
+    // Nothing between the panel and the root: the root's picture, where a setter left one.
+    const Reply<xcb_get_property_reply_t> picture(X11::reply<xcb_get_property_reply_t>(
+        c, X11::requestProperty(c, root, X11::atom("_XROOTPMAP_ID")),
+        QDeadlineTimer(std::chrono::milliseconds(250))));
+    const QList<quint32> pixmap = X11::cardinals(picture.get());
+    return pixmap.isEmpty() ? QImage() : pixelsOf(pixmap.first(), area);
+}
+
+xcb_window_t X11Capture::desktopWindowIn(xcb_window_t topLevel) const
+{
+    xcb_connection_t* c = m_connection;
+    const xcb_atom_t desktopType = X11::atom("_NET_WM_WINDOW_TYPE_DESKTOP");
+    const auto isDesktop = [&](xcb_window_t window) {
+        const Reply<xcb_get_property_reply_t> types(X11::reply<xcb_get_property_reply_t>(
+            c, X11::requestProperty(c, window, X11::atom("_NET_WM_WINDOW_TYPE")),
+            QDeadlineTimer(std::chrono::milliseconds(250))));
+        return X11::cardinals(types.get()).contains(desktopType);
+    };
+    if (isDesktop(topLevel))
+        return topLevel;
+    // A window manager's frame holds the desktop window one level down.
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(c, xcb_query_tree(c, topLevel), nullptr));
+    if (!tree)
+        return XCB_WINDOW_NONE;
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+        if (isDesktop(children[i]))
+            return children[i];
+    }
+    return XCB_WINDOW_NONE;
+}
+
+QImage X11Capture::pixelsOf(xcb_drawable_t drawable, const QRect& rect) const
+{
+    xcb_connection_t* c = m_connection;
+    const Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+        c,
+        xcb_get_image(c, XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, std::int16_t(rect.x()),
+                      std::int16_t(rect.y()), std::uint16_t(rect.width()),
+                      std::uint16_t(rect.height()), ~0u),
+        nullptr));
+    if (!reply || reply->depth != 24)
+        return {};
+    QImage image(rect.size(), QImage::Format_RGB32);
+    if (image.isNull() || !copyOpaque(xcb_get_image_data(reply.get()),
+                                      std::size_t(xcb_get_image_data_length(reply.get())), image))
+        return {};
+    return image;
+}
+
+double X11Capture::windowOpacity(xcb_window_t panel) const
+{
+    // Compositing managers take the opacity from the client window (and copy it to their
+    // frame); fully opaque when it is not set.
+    xcb_connection_t* c = m_connection;
+    const Reply<xcb_get_property_reply_t> opacity(X11::reply<xcb_get_property_reply_t>(
+        c, X11::requestProperty(c, panel, X11::atom("_NET_WM_WINDOW_OPACITY")),
+        QDeadlineTimer(std::chrono::milliseconds(250))));
+    const QList<quint32> value = X11::cardinals(opacity.get());
+    return value.isEmpty() ? 1.0 : double(value.first()) / double(0xffffffffu);
 }
 
 void X11Capture::endRedirection()

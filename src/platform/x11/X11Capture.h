@@ -47,9 +47,19 @@ private:
     // Has the server keep an offscreen copy of the panel from now on (drawn on the screen as
     // before); false for a panel that cannot be read that way.
     bool redirect(xcb_window_t panel);
-    // The panel's pixels from its offscreen copy; null when that failed, with `translucent` set
-    // when the copy does not show what the screen shows.
+    // The panel as the screen shows it, from its offscreen copy (blended over what lies below
+    // it when a compositing manager shows it translucent); null when that failed, with
+    // `translucent` set when what lies below cannot be read.
     QImage panelPixels(xcb_window_t panel, bool* translucent) const;
+    // What the screen shows in the panel's place without the panel: the desktop window's or
+    // the root picture's pixels; null when another window lies between.
+    QImage belowPanel(xcb_window_t panel, QSize size) const;
+    // The desktop window in a top-level window (itself or a child of a frame), or none.
+    xcb_window_t desktopWindowIn(xcb_window_t topLevel) const;
+    // A rectangle of a 24-bit drawable as an opaque RGB32 image.
+    QImage pixelsOf(xcb_drawable_t drawable, const QRect& rect) const;
+    // _NET_WM_WINDOW_OPACITY as 0 to 1.
+    double windowOpacity(xcb_window_t panel) const;
     // Reads the panel from the screen from now on.
     void dropRedirection(xcb_window_t panel);
     void endRedirection();
@@ -61,8 +71,8 @@ private:
     bool m_compositeUsable = false;
     // Panels whose offscreen copy is ours to read.
     QSet<xcb_window_t> m_redirected;
-    // Panels whose copy does not show what the screen shows (translucent ones under a
-    // compositing manager).
+    // Panels whose copy cannot show what the screen shows (translucent ones under a
+    // compositing manager over another window).
     QSet<xcb_window_t> m_unreadable;
     xcb_connection_t* m_connection = nullptr;
     std::uint32_t m_segment = 0;
