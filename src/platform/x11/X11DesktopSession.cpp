@@ -394,6 +394,16 @@ void X11DesktopSession::check()
         state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
                                            "picture yet")
                                 .arg(drawnBy);
+    if (backend == Backend::pcmanfm) {
+        // pcmanfm's command line hands a picture to its first monitor only; it reads the other
+        // monitors' settings only when it starts.
+        const QStringList drawn = Pcmanfm::monitorsDrawnBy(program->pid);
+        if (drawn.size() > 1)
+            state.picturesLimit = QStringLiteral("pcmanfm takes a new picture for its first "
+                                                 "monitor (%1) only, the other monitors keep "
+                                                 "their own")
+                                      .arg(drawn.first());
+    }
     state.icons = iconsFor(backend, gsettings) != nullptr;
     if (!state.icons) {
         state.iconsGap = backend == Backend::pcmanfm
