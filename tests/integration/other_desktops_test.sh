@@ -427,6 +427,13 @@ lxde_two_monitors() {
     local said="Background: “Color” reaches only part of LXDE: pcmanfm takes a new picture for its first monitor ($first_name) only, the other monitors keep their own."
     qd_check "the main window says the other monitor keeps its picture" \
       qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+    # This user never had a picture of their own: pcmanfm takes no empty one back, so it keeps
+    # the name of the program's last picture, and the window says so once the colour is back.
+    "${atspi[@]}" press "$quillet_pid" "Keep" "check box" || qd_fail "no Keep choice to press"
+    qd_wait_eq 15 "pcmanfm's own colour on the first monitor with Keep chosen" 2A5D8F right_side
+    local kept="pcmanfm shows your desktop as before, but it takes no empty picture from other programs: until it restarts it keeps the name of Quillet's last picture, and may write it into its settings."
+    qd_check "the main window says pcmanfm keeps the name of the last picture" \
+      qd_wait_for 10 "the notice" "${atspi[@]}" showing "$quillet_pid" "$kept"
   else
     qd_log "SKIP: pyatspi is not installed"
   fi
