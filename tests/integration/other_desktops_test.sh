@@ -10,16 +10,20 @@
 #   show on caja's desktop and in GSettings; twenty picture and cover changes later caja and
 #   mate-panel still run; quitting, and a kill -9 followed by another run, leave every key as
 #   the user had it (unset keys unset); the main window with "Color" chosen shows it unexplained;
+#   under "Hide items" mate-panel's clock (showing seconds) keeps ticking;
 # - LXDE (pcmanfm draws the desktop, lxpanel is the panel): a colour and an image reach
 #   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
 #   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
-#   the screen; a program killed with SIGKILL right after a change, or in the middle of a run of
+#   the screen, and pcmanfm holds the user's earlier picture again (its next save names it, and
+#   a picture mode shows it); a program killed with SIGKILL right after a change, or in the middle of a run of
 #   changes, leaves a record the next run puts back; with icons hidden the main window says why
 #   pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
 #   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
-#   first monitor (the one its command line reaches) and the second one's settings stay as they
-#   were;
+#   first monitor (the one its command line reaches), the main window names that monitor and
+#   says the others keep theirs, and the second one's settings stay as they were; for a user
+#   who never had a picture, "Keep" brings pcmanfm's colour back and the window says pcmanfm
+#   keeps the name of the last picture;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -241,15 +245,7 @@ mate_panel_cover() {
   gsettings set org.mate.panel.applet.clock:/org/mate/panel/objects/clock/prefs/ show-seconds true
   qd_driver_start mate-cover "$cover_driver"
   local items masks x1 w1 x2 w2 root_w clock_x
-  qd_wait_for 20 "the two tray icons as items" yad_items || qd_fail "mate-panel's tray items: $items"
-  read -r x1 w1 x2 w2 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
-  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
-  clock_x=$((x2 + w2 + 4))
-  qd_drive cover items >/dev/null
-  qd_drive settle >/dev/null
-  qd_drive toggle YAD 1 >/dev/null
-  qd_drive settle >/dev/null
-  masks=$(qd_drive masks)
+  hide_first_tray_icon mate-panel
   qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
   clock_shot "$QD_TMP/clock-then.png"
   qd_check "Hide items: the clock keeps more than the panel's colour" test "$(colours_in "$QD_TMP/clock-then.png")" -gt 2
@@ -451,13 +447,10 @@ lxde_two_monitors() {
 clock_shot() { import -window root -crop "$((root_w - clock_x))x24+$clock_x+4" "$1" 2>/dev/null; }
 clock_ticks() { clock_shot "$QD_TMP/clock-now.png" && [ "$(compare -metric AE "$QD_TMP/clock-then.png" "$QD_TMP/clock-now.png" null: 2>&1 | cut -d' ' -f1)" != 0 ]; }
 colours_in() { convert "$1" -format %k info:; }
-yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
-
-lxpanel_cover() {
-  qd_section "LXDE: the panel cover on lxpanel"
-  qd_driver_start lxpanel "$cover_driver"
-  local items masks x1 w1 x2 w2 root_w clock_x mask_right
-  qd_wait_for 20 "the two tray icons as items" yad_items || qd_fail "lxpanel's tray items: $items"
+# "Hide items" with the first tray icon hidden, as both panels' checks begin: sets the caller's
+# items, masks, x1 w1 x2 w2 (the two icons), root_w and clock_x (right of the tray).
+hide_first_tray_icon() { # PANEL
+  qd_wait_for 20 "the two tray icons as items" yad_items || qd_fail "$1's tray items: $items"
   read -r x1 w1 x2 w2 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
   root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
   clock_x=$((x2 + w2 + 4))
@@ -466,6 +459,14 @@ lxpanel_cover() {
   qd_drive toggle YAD 1 >/dev/null
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
+}
+yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+
+lxpanel_cover() {
+  qd_section "LXDE: the panel cover on lxpanel"
+  qd_driver_start lxpanel "$cover_driver"
+  local items masks x1 w1 x2 w2 root_w clock_x mask_right
+  hide_first_tray_icon lxpanel
   mask_right=$(($(sed -n '1s/.* x=\([0-9]*\) .*/\1/p' <<<"$masks") + $(sed -n '1s/.* w=\([0-9]*\) .*/\1/p' <<<"$masks")))
   qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
   qd_check "Hide items: the mask covers YAD 1's place ($mask_right >= $((x1 + w1)))" test "$mask_right" -ge $((x1 + w1))
