@@ -3,6 +3,7 @@
 #include "QuilletApp.h"
 #include "RemoteCommand.h"
 #include "core/AppModel.h"
+#include "core/DefaultsStore.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -54,6 +55,7 @@ int main(int argc, char* argv[])
         return forwardedStatus;
     app.start(!commandLine.hidden);
     const int status = QApplication::exec();
+    DefaultsStore::standard().flush();
     // The quit waited a few seconds for the pictures to go back. Work still running then is held
     // up by a desktop that does not answer; its records stay for the next launch, and ending
     // here keeps that thread away from the objects the normal exit destroys.

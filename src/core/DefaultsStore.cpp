@@ -71,6 +71,57 @@ DefaultsStore::DefaultsStore(QString filePath) : m_filePath(std::move(filePath))
     load();
 }
 
+DefaultsStore::~DefaultsStore()
+{
+    if (m_writer.joinable()) {
+        {
+            const std::lock_guard lock(m_writerMutex);
+            m_stopWriter = true;
+        }
+        m_writerWake.notify_one();
+        m_writer.join();
+    }
+    flush();
+}
+
+void DefaultsStore::writeInBackground()
+{
+    if (!m_writer.joinable())
+        m_writer = std::thread([this] { writerLoop(); });
+}
+
+void DefaultsStore::writerLoop()
+{
+    std::unique_lock lock(m_writerMutex);
+    for (;;) {
+        m_writerWake.wait(lock, [this] { return m_writePending || m_stopWriter; });
+        if (m_stopWriter)
+            return; // the destructor writes what is left
+        m_writePending = false;
+        lock.unlock();
+        save();
+        lock.lock();
+    }
+}
+
+void DefaultsStore::flush()
+{
+    save();
+}
+
+void DefaultsStore::changed(const StoredKey& key)
+{
+    if (m_writer.joinable() && !key.writtenBeforeTheChange) {
+        {
+            const std::lock_guard lock(m_writerMutex);
+            m_writePending = true;
+        }
+        m_writerWake.notify_one();
+        return;
+    }
+    save();
+}
+
 QString DefaultsStore::standardPath()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
@@ -79,8 +130,13 @@ QString DefaultsStore::standardPath()
 
 DefaultsStore& DefaultsStore::standard()
 {
-    static DefaultsStore store(standardPath());
-    return store;
+    static DefaultsStore* const store = [] {
+        // Never destroyed: threads that outlive main() may still read it; main() flushes it.
+        auto* opened = new DefaultsStore(standardPath());
+        opened->writeInBackground();
+        return opened;
+    }();
+    return *store;
 }
 
 QJsonValue DefaultsStore::rawValue(const StoredKey& key) const
@@ -120,9 +176,12 @@ std::optional<QStringList> DefaultsStore::stringListValue(const StoredKey& key) 
 
 void DefaultsStore::setValue(const StoredKey& key, const QJsonValue& value)
 {
-    const QMutexLocker lock(&m_mutex);
-    m_values.insert(key.name, value);
-    save();
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_values.insert(key.name, value);
+        ++m_changes;
+    }
+    changed(key);
 }
 
 void DefaultsStore::setStringList(const StoredKey& key, const QStringList& value)
@@ -132,9 +191,12 @@ void DefaultsStore::setStringList(const StoredKey& key, const QStringList& value
 
 void DefaultsStore::remove(const StoredKey& key)
 {
-    const QMutexLocker lock(&m_mutex);
-    m_values.remove(key.name);
-    save();
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_values.remove(key.name);
+        ++m_changes;
+    }
+    changed(key);
 }
 
 void DefaultsStore::load()
@@ -242,6 +304,16 @@ void DefaultsStore::save()
 {
     if (m_leaveFileAlone)
         return;
+    const std::lock_guard fileLock(m_fileMutex);
+    QJsonObject values;
+    quint64 changes = 0;
+    {
+        const QMutexLocker lock(&m_mutex);
+        values = m_values;
+        changes = m_changes;
+    }
+    if (changes <= m_saved)
+        return;
     const QString topic = m_filePath + QStringLiteral(" (writing)");
     const QFileInfo info(m_filePath);
     const QString folder = info.absolutePath();
@@ -264,11 +336,14 @@ void DefaultsStore::save()
     } else {
         // Private before any byte is written: the file holds picture paths of the user.
         file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-        const QByteArray bytes = QJsonDocument(m_values).toJson(QJsonDocument::Indented);
+        const QByteArray bytes = QJsonDocument(values).toJson(QJsonDocument::Indented);
         if (!writeAll(file, bytes) || !file.commit())
             failure = QStringLiteral("no file can be written in the folder %1 (%2)")
                           .arg(folder, file.errorString());
     }
+    // A failed write is not repeated until the next change: the report says changes last only
+    // for this run.
+    m_saved = changes;
     if (failure.isEmpty()) {
         ProblemLog::clear(topic);
         return;

@@ -1,4 +1,4 @@
-// The per-user store of choices and preferences: one JSON object file, written atomically on
+// The per-user store of choices and preferences: one JSON object file, written atomically after
 // every change. A damaged file is moved aside, one that cannot be opened is left alone (and not
 // written); either way the user is told once and the defaults are used.
 #pragma once
@@ -9,7 +9,10 @@
 #include <QMutex>
 #include <QString>
 #include <QStringList>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 class QFileDevice;
 
@@ -23,6 +26,18 @@ class DefaultsStore final {
 public:
     // Opens (or later creates) the store at `filePath`.
     explicit DefaultsStore(QString filePath);
+    // Writes what is still pending and stops the writing thread.
+    ~DefaultsStore();
+    DefaultsStore(const DefaultsStore&) = delete;
+    DefaultsStore& operator=(const DefaultsStore&) = delete;
+
+    // From now on ordinary changes are written by a thread of the store's own, the latest state
+    // once for a burst of changes, so that a click never waits for the disk (a synced write can
+    // take tens of milliseconds). Keys written before the change they record stay synchronous.
+    void writeInBackground();
+    // Returns when every change made so far is on disk (or its write has failed and been
+    // reported).
+    void flush();
 
     // `$XDG_CONFIG_HOME/Quillet/defaults.json`.
     static QString standardPath();
@@ -53,7 +68,10 @@ public:
 
 private:
     void load();
+    // Writes the current values unless a newer or equal state is already on disk.
     void save();
+    void writerLoop();
+    void changed(const StoredKey& key);
     void reportMistypedValues() const;
     // The file cannot be used but is intact or not ours: use the defaults, never write it.
     void leaveAlone(const QString& reason);
@@ -66,4 +84,17 @@ private:
     QJsonObject m_values;
     // Set when an unreadable file could not be moved aside: it must not be overwritten.
     bool m_leaveFileAlone = false;
+    // Counts changes; a write records the count it saved, so an older state never replaces a
+    // newer one whichever thread writes last.
+    quint64 m_changes = 0;
+
+    // One file write at a time; guards m_saved.
+    std::mutex m_fileMutex;
+    quint64 m_saved = 0;
+
+    std::mutex m_writerMutex;
+    std::condition_variable m_writerWake;
+    bool m_writePending = false;
+    bool m_stopWriter = false;
+    std::thread m_writer;
 };

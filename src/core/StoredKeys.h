@@ -13,6 +13,9 @@ struct StoredKey {
     Kind kind;
     // Undefined means "absent": the reader decides what absence means.
     QJsonValue fallback;
+    // A record of the user's own state that a later launch puts back: it is on disk before the
+    // change it records is made, so a crash in between cannot lose it.
+    bool writtenBeforeTheChange = false;
 };
 
 namespace StoredKeys {
@@ -23,7 +26,7 @@ inline const StoredKey backgroundColor{QLatin1StringView("state.backgroundColor"
 inline const StoredKey background{QLatin1StringView("state.background"), StoredKey::Kind::string,
                                   QJsonValue::Undefined};
 inline const StoredKey desktopIconsHidden{QLatin1StringView("state.desktopIconsHidden"),
-                                          StoredKey::Kind::boolean, false};
+                                          StoredKey::Kind::boolean, false, true};
 inline const StoredKey menuBarCover{QLatin1StringView("state.menuBarCover"),
                                     StoredKey::Kind::string, QJsonValue::Undefined};
 inline const StoredKey lightWallpaperURL{QLatin1StringView("lightWallpaperURL"),
@@ -32,11 +35,11 @@ inline const StoredKey darkWallpaperURL{QLatin1StringView("darkWallpaperURL"),
                                         StoredKey::Kind::string, QJsonValue::Undefined};
 // The record of the user's own desktop pictures is validated by its reader as a whole.
 inline const StoredKey originalURLs{QLatin1StringView("wallpaper.originalURLs"),
-                                    StoredKey::Kind::object, QJsonValue::Undefined};
+                                    StoredKey::Kind::object, QJsonValue::Undefined, true};
 // The displays' modes, places and rotations before the first switch, by connector; present
 // only while a switch may still need undoing (after a crash: at the next launch).
 inline const StoredKey originalDisplayModes{QLatin1StringView("display.originalModes"),
-                                            StoredKey::Kind::object, QJsonValue::Undefined};
+                                            StoredKey::Kind::object, QJsonValue::Undefined, true};
 inline const StoredKey restoreOnLaunch{QLatin1StringView("pref.restoreOnLaunch"),
                                        StoredKey::Kind::boolean, false};
 inline const StoredKey showInDock{QLatin1StringView("pref.showInDock"), StoredKey::Kind::boolean,

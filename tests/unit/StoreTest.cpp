@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <csignal>
@@ -13,6 +14,7 @@
 #include <linux/capability.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -112,6 +114,38 @@ TEST(DefaultsStore, writesAtomicallyPrivatelyAndReadsBack)
     DefaultsStore reopened(dirs.defaultsPath());
     EXPECT_EQ(reopened.stringListValue(StoredKeys::hiddenItemLabels),
               QStringList({QStringLiteral("Clock"), QStringLiteral("yad 2")}));
+}
+
+TEST(DefaultsStore, inTheBackgroundRecordsStillComeFirstAndTheLatestStateWins)
+{
+    TestDirs dirs;
+    const auto onDisk = [&] {
+        return QJsonDocument::fromJson(readFile(dirs.defaultsPath())).object();
+    };
+    DefaultsStore store(dirs.defaultsPath());
+    store.writeInBackground();
+    // A record is on disk when the call returns, whatever the writer thread is doing.
+    store.setValue(StoredKeys::originalDisplayModes,
+                   QJsonObject{{QStringLiteral("DP-1"), QStringLiteral("1920x1080")}});
+    EXPECT_TRUE(onDisk().contains(QStringLiteral("display.originalModes")));
+
+    // Changes from two threads at once: whichever write ends last, the file holds the final
+    // state, never an older one.
+    std::thread other([&] {
+        for (int i = 0; i < 200; ++i)
+            store.setString(StoredKeys::backgroundColor, QString::number(i));
+    });
+    for (int i = 0; i < 200; ++i)
+        store.setStringList(StoredKeys::hiddenItemLabels, {QString::number(i)});
+    other.join();
+    store.remove(StoredKeys::originalDisplayModes);
+    store.flush();
+    const QJsonObject json = onDisk();
+    EXPECT_EQ(json.value(QStringLiteral("state.backgroundColor")),
+              QJsonValue(QStringLiteral("199")));
+    EXPECT_EQ(json.value(QStringLiteral("state.hiddenItemLabels")),
+              QJsonArray({QStringLiteral("199")}));
+    EXPECT_FALSE(json.contains(QStringLiteral("display.originalModes")));
 }
 
 TEST(DefaultsStore, damagedFilesAreMovedAsideWithTheirBytesAndReportedOnce)

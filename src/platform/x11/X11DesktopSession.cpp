@@ -189,13 +189,23 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
     m_poll.start();
     if (QCoreApplication::instance())
         QCoreApplication::instance()->installNativeEventFilter(this);
-    check();
+    m_searchThread.setObjectName(QStringLiteral("desktop search"));
+    m_searchContext = new QObject;
+    m_searchContext->moveToThread(&m_searchThread);
+    connect(&m_searchThread, &QThread::finished, m_searchContext, &QObject::deleteLater);
+    m_searchThread.start();
+    // The first answer is waited for: until it is known, a picture could go to the root
+    // window under a desktop program's window.
+    apply(findDesktopProgram());
 }
 
 X11DesktopSession::~X11DesktopSession()
 {
     if (QCoreApplication::instance())
         QCoreApplication::instance()->removeNativeEventFilter(this);
+    // A search still running ends at its deadline; its answer is then dropped with this object.
+    m_searchThread.quit();
+    m_searchThread.wait();
 }
 
 QString X11DesktopSession::platformName() const
@@ -353,7 +363,7 @@ QString X11DesktopSession::desktopName(const QString& program) const
     return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
 }
 
-void X11DesktopSession::check()
+std::optional<X11::DesktopProgram> X11DesktopSession::findDesktopProgram()
 {
     auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
     // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
@@ -362,6 +372,29 @@ void X11DesktopSession::check()
             break;
         program = X11::desktopProgramCovering(X11::connection(), X11::rootWindow(), monitor.rect);
     }
+    return program;
+}
+
+void X11DesktopSession::check()
+{
+    if (m_searching) {
+        m_searchAgain = true;
+        return;
+    }
+    m_searching = true;
+    QMetaObject::invokeMethod(m_searchContext, [this] {
+        const std::optional<X11::DesktopProgram> program = findDesktopProgram();
+        QMetaObject::invokeMethod(this, [this, program] {
+            m_searching = false;
+            apply(program);
+            if (std::exchange(m_searchAgain, false))
+                check();
+        });
+    });
+}
+
+void X11DesktopSession::apply(const std::optional<X11::DesktopProgram>& program)
+{
     // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
     // crash when its settings change. Until then the backend stays as it was.
     Backend backend = m_xfdesktop ? Backend::xfce : Backend::root;

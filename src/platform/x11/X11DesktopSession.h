@@ -1,16 +1,19 @@
 // Follows the desktop as it runs: which program draws it (xfdesktop, caja, pcmanfm, …, or none,
 // where the root window shows), and hands desktop pictures and icons to the backend that fits,
 // switching when a desktop program starts late, dies or restarts. Nothing here waits on another
-// process: xfdesktop and xfconfd are followed through their bus names' owner changes, desktop
-// windows through the root window's client list, both delivered as events.
+// process on the interface thread: xfdesktop and xfconfd are followed through their bus names'
+// owner changes, desktop windows through the root window's client list, both delivered as
+// events, and the window tree is searched on a thread of its own.
 #pragma once
 
+#include "X11DesktopProgram.h"
 #include "platform/DesktopIconsBackend.h"
 #include "platform/DesktopPictures.h"
 #include "platform/DesktopSupport.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QDBusServiceWatcher>
+#include <QThread>
 #include <QTimer>
 #include <atomic>
 #include <memory>
@@ -55,7 +58,12 @@ private:
     // pcmanfm: LXDE's pcmanfm, reached through its own command line.
     enum class Backend { xfce, root, gsettings, pcmanfm };
     void scheduleCheck();
+    // Starts a search for the desktop program's window on the search thread (or notes that
+    // another is due when one runs); the answer comes back to apply().
     void check();
+    // Chooses the backend for the desktop program found (or none).
+    void apply(const std::optional<X11::DesktopProgram>& program);
+    static std::optional<X11::DesktopProgram> findDesktopProgram();
     // The desktop as the user names it.
     QString desktopName(const QString& program) const;
     // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
@@ -81,4 +89,10 @@ private:
     std::atomic<bool> m_desktopDrawn = false;
     qint64 m_programPid = 0;
     State m_state;
+    // The window tree is read there: a busy X server (a large picture being drawn) or a window
+    // manager that hangs then holds up nobody.
+    QThread m_searchThread;
+    QObject* m_searchContext = nullptr; // lives on the search thread, deleted when it ends
+    bool m_searching = false;
+    bool m_searchAgain = false;
 };
