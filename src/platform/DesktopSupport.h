@@ -21,6 +21,9 @@ public:
         // Why not, in a few words for the user ("caja draws the desktop"); empty when both work.
         QString picturesGap;
         QString iconsGap;
+        // Where pictures reach only part of the desktop: which part keeps its own, in a few
+        // words for the user; empty when they reach all of it.
+        QString picturesLimit;
         bool operator==(const State&) const = default;
     };
 

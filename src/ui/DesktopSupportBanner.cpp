@@ -45,11 +45,15 @@ QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool icon
     QStringList lines;
     if (iconsHidden && !state.icons)
         lines << tr("Icons: “Hide” has no effect on %1: %2.").arg(desktop, state.iconsGap);
-    if (background != DesktopBackground::keep && !state.pictures) {
+    if (background != DesktopBackground::keep) {
         const QString choice =
             background == DesktopBackground::color ? tr("“Color”") : tr("“Image”");
-        lines << tr("Background: %1 has no effect on %2: %3.")
-                     .arg(choice, desktop, state.picturesGap);
+        if (!state.pictures)
+            lines << tr("Background: %1 has no effect on %2: %3.")
+                         .arg(choice, desktop, state.picturesGap);
+        else if (!state.picturesLimit.isEmpty())
+            lines << tr("Background: %1 reaches only part of %2: %3.")
+                         .arg(choice, desktop, state.picturesLimit);
     }
     return lines.join(u'\n');
 }

@@ -10,16 +10,20 @@
 #   show on caja's desktop and in GSettings; twenty picture and cover changes later caja and
 #   mate-panel still run; quitting, and a kill -9 followed by another run, leave every key as
 #   the user had it (unset keys unset); the main window with "Color" chosen shows it unexplained;
+#   under "Hide items" mate-panel's clock (showing seconds) keeps ticking;
 # - LXDE (pcmanfm draws the desktop, lxpanel is the panel): a colour and an image reach
 #   pcmanfm's desktop and its settings file; twenty picture and cover changes later pcmanfm and
 #   lxpanel still run; quitting puts the settings file back byte for byte and pcmanfm's colour on
-#   the screen; a program killed with SIGKILL right after a change, or in the middle of a run of
+#   the screen, and pcmanfm holds the user's earlier picture again (its next save names it, and
+#   a picture mode shows it); a program killed with SIGKILL right after a change, or in the middle of a run of
 #   changes, leaves a record the next run puts back; with icons hidden the main window says why
 #   pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
 #   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
-#   first monitor (the one its command line reaches) and the second one's settings stay as they
-#   were;
+#   first monitor (the one its command line reaches), the main window names that monitor and
+#   says the others keep theirs, and the second one's settings stay as they were; for a user
+#   who never had a picture, "Keep" brings pcmanfm's colour back and the window says pcmanfm
+#   keeps the name of the last picture;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -230,7 +234,26 @@ mate() {
   gsettings reset org.mate.background primary-color
   colour_shown_on_mate
   qd_check "caja still runs after the program quit" runs_here caja
+  mate_panel_cover
   qd_stop_desktop
+}
+
+# mate-panel's clock, right of the notification area, stays live under "Hide items": the
+# clock shows seconds, so it changes within a second or two unless something paints over it.
+mate_panel_cover() {
+  qd_section "MATE: the panel cover keeps mate-panel's clock live"
+  gsettings set org.mate.panel.applet.clock:/org/mate/panel/objects/clock/prefs/ show-seconds true
+  qd_driver_start mate-cover "$cover_driver"
+  local items masks x1 w1 x2 w2 root_w clock_x
+  hide_first_tray_icon mate-panel
+  qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
+  clock_shot "$QD_TMP/clock-then.png"
+  qd_check "Hide items: the clock keeps more than the panel's colour" test "$(colours_in "$QD_TMP/clock-then.png")" -gt 2
+  qd_check "Hide items: mate-panel's clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_driver_quit
+  qd_check "mate-panel still runs after the cover" runs_here mate-panel
 }
 
 # The program itself, with "Color" chosen: caja shows the colour and the window has nothing to
@@ -267,16 +290,31 @@ pcmanfm_windows() {
     xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP || echo "$id"
   done
 }
+# pcmanfm's own command line, run as the desktop runs its programs (the desktop's pcmanfm
+# takes it over its socket).
+pcmanfm_says() { # ARGUMENTS...
+  local pid environ=()
+  for pid in $(pgrep -x pcmanfm); do
+    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && break
+  done
+  mapfile -d '' environ <"/proc/$pid/environ"
+  env -i "${environ[@]}" pcmanfm "$@"
+}
 lxde() {
   qd_section "LXDE: pcmanfm draws the desktop"
   qd_start_desktop --desktop lxde
   qd_new_home
   export XDG_CURRENT_DESKTOP=LXDE
-  local settings_before centre_before image=$QD_TMP/green.png
+  local settings_before centre_before image=$QD_TMP/green.png own=$QD_TMP/own.png
+  convert -size 64x48 xc:'#00A000' "$image"
+  # The user once had a picture of their own and then chose pcmanfm's plain colour: pcmanfm
+  # keeps that picture's name and writes it whenever it saves.
+  convert -size 64x48 xc:'#6C3483' "$own"
+  pcmanfm_says --set-wallpaper="$own" --wallpaper-mode=color
+  qd_wait_eq 15 "the user's earlier picture in pcmanfm's settings" "$own" lxde_setting wallpaper
   settings_before=$(cat "$(lxde_settings)")
   centre_before=$(centre)
   qd_check_eq "pcmanfm shows its own colour" 2A5D8F "$centre_before"
-  convert -size 64x48 xc:'#00A000' "$image"
   qd_driver_start lxde "$driver"
   qd_check_eq "the desktop as the program sees it" "support LXDE||1|0" "$(qd_drive support)"
   qd_drive background color >/dev/null
@@ -300,6 +338,14 @@ lxde() {
   qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
   qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"
   qd_check "no pcmanfm record is left" test ! -e "$(support_dir)/desktop-pcmanfm.json"
+  # The user picks a picture mode later: pcmanfm saves its file and shows the picture it holds,
+  # which is the user's again, not the program's last.
+  pcmanfm_says --wallpaper-mode=stretch
+  qd_wait_eq 15 "pcmanfm's next picture is the user's own" 6C3483 centre
+  qd_check_eq "pcmanfm's next save names the user's picture" "$own" "$(lxde_setting wallpaper)"
+  pcmanfm_says --wallpaper-mode=color
+  qd_wait_eq 15 "pcmanfm's colour again" "$centre_before" centre
+  settings_before=$(cat "$(lxde_settings)")
   lxde_killed_during_a_change
   lxpanel_cover
   qd_check "pcmanfm still runs at the end" runs_here pcmanfm
@@ -362,22 +408,36 @@ lxde_two_monitors() {
     qd_log "SKIP: two monitors run on Xorg's dummy driver, which needs root"
     return 0
   fi
-  qd_section "LXDE on two monitors: pcmanfm takes pictures on its first monitor"
+  qd_section "LXDE on two monitors: pcmanfm takes pictures on its first monitor, the window says so"
   qd_start_desktop --desktop lxde --monitors 2
   qd_new_home
   export XDG_CURRENT_DESKTOP=LXDE
-  local first second
+  local first second first_name
   first=$(cat "$(lxde_settings)")
   second=$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")
-  qd_driver_start lxde-two "$driver"
-  qd_drive background color >/dev/null
-  qd_drive colour '#D35400' >/dev/null
-  qd_wait_eq 15 "the colour on the first monitor" D35400 centre
+  first_name=$(xrandr --listmonitors | awk '$3 ~ /\+0\+0$/ { print $NF; exit }')
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#D35400"}'
+  qd_launch_quillet quillet-lxde-two QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_eq 20 "the colour on the first monitor beside the main window" D35400 right_side
+  if "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    local said="Background: “Color” reaches only part of LXDE: pcmanfm takes a new picture for its first monitor ($first_name) only, the other monitors keep their own."
+    qd_check "the main window says the other monitor keeps its picture" \
+      qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+    # This user never had a picture of their own: pcmanfm takes no empty one back, so it keeps
+    # the name of the program's last picture, and the window says so once the colour is back.
+    "${atspi[@]}" press "$quillet_pid" "Keep" "check box" || qd_fail "no Keep choice to press"
+    qd_wait_eq 15 "pcmanfm's own colour on the first monitor with Keep chosen" 2A5D8F right_side
+    local kept="pcmanfm shows your desktop as before, but it takes no empty picture from other programs: until it restarts it keeps the name of Quillet's last picture, and may write it into its settings."
+    qd_check "the main window says pcmanfm keeps the name of the last picture" \
+      qd_wait_for 10 "the notice" "${atspi[@]}" showing "$quillet_pid" "$kept"
+  else
+    qd_log "SKIP: pyatspi is not installed"
+  fi
   qd_check_eq "the second monitor keeps pcmanfm's colour" 2A5D8F "$(qd_pixel 2880 600)"
   qd_check_eq "the second monitor's settings are untouched" "$second" \
     "$(cat "${QUILLET_DESKTOP_STATE}/config/pcmanfm/quillet/desktop-items-1.conf")"
-  qd_driver_quit
-  qd_wait_eq 15 "pcmanfm's own colour on the first monitor after quitting" 2A5D8F centre
+  qd_stop_checked
+  qd_wait_eq 15 "pcmanfm's own colour on the first monitor after quitting" 2A5D8F right_side
   qd_check_eq "the first monitor's settings are as they were" "$first" "$(cat "$(lxde_settings)")"
   qd_check "pcmanfm still runs on two monitors" runs_here pcmanfm
   qd_stop_desktop
@@ -387,13 +447,10 @@ lxde_two_monitors() {
 clock_shot() { import -window root -crop "$((root_w - clock_x))x24+$clock_x+4" "$1" 2>/dev/null; }
 clock_ticks() { clock_shot "$QD_TMP/clock-now.png" && [ "$(compare -metric AE "$QD_TMP/clock-then.png" "$QD_TMP/clock-now.png" null: 2>&1 | cut -d' ' -f1)" != 0 ]; }
 colours_in() { convert "$1" -format %k info:; }
-lxpanel_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
-
-lxpanel_cover() {
-  qd_section "LXDE: the panel cover on lxpanel"
-  qd_driver_start lxpanel "$cover_driver"
-  local items masks x1 w1 x2 w2 root_w clock_x mask_right
-  qd_wait_for 20 "the two tray icons as items" lxpanel_items || qd_fail "lxpanel's tray items: $items"
+# "Hide items" with the first tray icon hidden, as both panels' checks begin: sets the caller's
+# items, masks, x1 w1 x2 w2 (the two icons), root_w and clock_x (right of the tray).
+hide_first_tray_icon() { # PANEL
+  qd_wait_for 20 "the two tray icons as items" yad_items || qd_fail "$1's tray items: $items"
   read -r x1 w1 x2 w2 <<<"$(sed 's/.* x=\([0-9]*\) .* w=\([0-9]*\) .*/\1 \2/' <<<"$items" | paste -sd ' ')"
   root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
   clock_x=$((x2 + w2 + 4))
@@ -402,6 +459,14 @@ lxpanel_cover() {
   qd_drive toggle YAD 1 >/dev/null
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
+}
+yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+
+lxpanel_cover() {
+  qd_section "LXDE: the panel cover on lxpanel"
+  qd_driver_start lxpanel "$cover_driver"
+  local items masks x1 w1 x2 w2 root_w clock_x mask_right
+  hide_first_tray_icon lxpanel
   mask_right=$(($(sed -n '1s/.* x=\([0-9]*\) .*/\1/p' <<<"$masks") + $(sed -n '1s/.* w=\([0-9]*\) .*/\1/p' <<<"$masks")))
   qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
   qd_check "Hide items: the mask covers YAD 1's place ($mask_right >= $((x1 + w1)))" test "$mask_right" -ge $((x1 + w1))

@@ -684,6 +684,17 @@ TEST_F(PanelFixture, aDesktopChoiceThatCannotWorkIsExplainedNamingTheDesktopAndW
     m.setBackground(DesktopBackground::image);
     EXPECT_TRUE(
         banner->text().startsWith(QStringLiteral("Background: “Image” has no effect on MATE")));
+
+    // A picture that reaches only part of the desktop says which part keeps its own.
+    DesktopSupport::State lxde;
+    lxde.desktop = QStringLiteral("LXDE");
+    lxde.pictures = lxde.icons = true;
+    lxde.picturesLimit = QStringLiteral("the other monitors keep their own");
+    fake.desktopSupport->takeOver(lxde);
+    EXPECT_EQ(banner->text(), QStringLiteral("Background: “Image” reaches only part of LXDE: the "
+                                             "other monitors keep their own."));
+    m.setBackground(DesktopBackground::keep);
+    EXPECT_FALSE(banner->isVisible());
 }
 
 TEST_F(PanelFixture, windowsListedAfterTheFirstPaintLeaveTheListBlankUntilThen)

@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -86,7 +87,13 @@ protected:
         ASSERT_TRUE(m_dir.isValid());
         QDir().mkpath(profileDir());
         m_pcmanfm.profileDir = profileDir();
+        QImage picture(8, 8, QImage::Format_RGB32);
+        picture.fill(Qt::darkCyan);
+        ASSERT_TRUE(picture.save(sea()));
     }
+    // The user's own picture, an image pcmanfm can read.
+    QString sea() const { return m_dir.path() + QStringLiteral("/sea.png"); }
+    QString userFile() const;
     QString profileDir() const { return m_dir.path() + QStringLiteral("/config/pcmanfm/p"); }
     QString recordDir() const { return m_dir.path() + QStringLiteral("/records"); }
     QString recordPath() const { return recordDir() + QStringLiteral("/desktop-pcmanfm.json"); }
@@ -107,16 +114,22 @@ protected:
     FakePcmanfm m_pcmanfm;
 };
 
+// The user's settings, with their picture's path for %1.
 const QString kUserFile = QStringLiteral("[*]\n"
                                          "wallpaper_mode=center\n"
                                          "wallpaper_common=1\n"
-                                         "wallpaper=/home/u/sea.jpg\n"
+                                         "wallpaper=%1\n"
                                          "desktop_bg=#2a5d8f\n"
                                          "show_trash=1\n"
                                          "\n"
                                          "[notes.desktop]\n"
                                          "x=10\n"
                                          "y=40\n");
+
+QString PcmanfmPictures::userFile() const
+{
+    return kUserFile.arg(sea());
+}
 
 } // namespace
 
@@ -179,11 +192,11 @@ TEST(PcmanfmConfig, profileAndSettingsFolderFollowTheRunningPcmanfm)
 
 TEST_F(PcmanfmPictures, theRecordIsOnDiskBeforeTheChangeAndTheFileComesBackExactly)
 {
-    write(m_pcmanfm.file(), kUserFile);
+    write(m_pcmanfm.file(), userFile());
     m_pcmanfm.mode = QStringLiteral("center");
-    m_pcmanfm.picture = QStringLiteral("/home/u/sea.jpg");
+    m_pcmanfm.picture = sea();
     auto pictures = backend();
-    EXPECT_EQ(pictures->desktopPicture(screen()), QStringLiteral("/home/u/sea.jpg"));
+    EXPECT_EQ(pictures->desktopPicture(screen()), sea());
     ASSERT_TRUE(pictures->rememberDesktop(screen()));
     EXPECT_TRUE(QFile::exists(recordPath()));
     EXPECT_TRUE(m_pcmanfm.sent.isEmpty());
@@ -200,9 +213,9 @@ TEST_F(PcmanfmPictures, theRecordIsOnDiskBeforeTheChangeAndTheFileComesBackExact
           read(m_pcmanfm.file()).replace(QStringLiteral("x=10"), QStringLiteral("x=99")));
     EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
     EXPECT_EQ(m_pcmanfm.sent.constLast(),
-              QStringLiteral("--set-wallpaper=/home/u/sea.jpg --wallpaper-mode=center"));
+              QStringLiteral("--set-wallpaper=%1 --wallpaper-mode=center").arg(sea()));
     EXPECT_EQ(read(m_pcmanfm.file()),
-              QString(kUserFile).replace(QStringLiteral("x=10"), QStringLiteral("x=99")));
+              QString(userFile()).replace(QStringLiteral("x=10"), QStringLiteral("x=99")));
     EXPECT_FALSE(pictures->holdsRecord(screen()));
     EXPECT_FALSE(QFile::exists(recordPath()));
     EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::nothingHeld);
@@ -222,9 +235,38 @@ TEST_F(PcmanfmPictures, aFileThatDidNotExistGoesAwayAndAColourDesktopStaysAColou
     EXPECT_FALSE(QFile::exists(m_pcmanfm.file()));
 }
 
+TEST_F(PcmanfmPictures, aColourDesktopGetsItsEarlierPictureBackForPcmanfmsNextSave)
+{
+    // pcmanfm holds the last picture it was given while it shows a colour and writes it out
+    // whenever it saves: the user's own goes back with the colour, not ours.
+    const QString colourFile = QString(userFile())
+                                   .replace(QStringLiteral("wallpaper_mode=center"),
+                                            QStringLiteral("wallpaper_mode=color"));
+    write(m_pcmanfm.file(), colourFile);
+    m_pcmanfm.picture = sea();
+    auto pictures = backend();
+    ASSERT_TRUE(pictures->rememberDesktop(screen()));
+    ASSERT_TRUE(pictures->setDesktopPicture(screen(), QStringLiteral("/tmp/colour.png")));
+    EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
+    EXPECT_EQ(m_pcmanfm.picture, sea());
+    EXPECT_EQ(m_pcmanfm.mode, QStringLiteral("color"));
+    EXPECT_EQ(read(m_pcmanfm.file()), colourFile);
+    EXPECT_TRUE(pictures->restoreLimitation().isEmpty());
+
+    // An earlier picture that is gone (or no image) pcmanfm would refuse: the colour still
+    // comes back, and the user is told pcmanfm keeps the name of ours.
+    ASSERT_TRUE(QFile::remove(sea()));
+    ASSERT_TRUE(pictures->rememberDesktop(screen()));
+    ASSERT_TRUE(pictures->setDesktopPicture(screen(), QStringLiteral("/tmp/colour.png")));
+    EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
+    EXPECT_EQ(m_pcmanfm.sent.constLast(), QStringLiteral("--wallpaper-mode=color"));
+    EXPECT_EQ(read(m_pcmanfm.file()), colourFile);
+    EXPECT_FALSE(pictures->restoreLimitation().isEmpty());
+}
+
 TEST_F(PcmanfmPictures, aKilledRunLeavesARecordTheNextRunPutsBack)
 {
-    write(m_pcmanfm.file(), kUserFile);
+    write(m_pcmanfm.file(), userFile());
     {
         auto crashed = backend();
         ASSERT_TRUE(crashed->rememberDesktop(screen()));
@@ -236,13 +278,13 @@ TEST_F(PcmanfmPictures, aKilledRunLeavesARecordTheNextRunPutsBack)
     // What the next run sees first must not replace the record of the user's settings.
     ASSERT_TRUE(next->rememberDesktop(screen()));
     EXPECT_EQ(next->restoreDesktop(screen()), PictureRestore::restored);
-    EXPECT_EQ(read(m_pcmanfm.file()), kUserFile);
+    EXPECT_EQ(read(m_pcmanfm.file()), userFile());
     EXPECT_FALSE(QFile::exists(recordPath()));
 }
 
 TEST_F(PcmanfmPictures, nothingChangesWherePcmanfmCannotTakeItAndTheRecordWaits)
 {
-    write(m_pcmanfm.file(), kUserFile);
+    write(m_pcmanfm.file(), userFile());
     auto pictures = backend();
     // A monitor pcmanfm's command line does not reach is left alone, without a record.
     EXPECT_FALSE(pictures->rememberDesktop(screen(QStringLiteral("HDMI-2"))));
@@ -265,5 +307,5 @@ TEST_F(PcmanfmPictures, nothingChangesWherePcmanfmCannotTakeItAndTheRecordWaits)
     EXPECT_TRUE(QFile::exists(recordPath()));
     m_pcmanfm.reachable = true;
     EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
-    EXPECT_EQ(read(m_pcmanfm.file()), kUserFile);
+    EXPECT_EQ(read(m_pcmanfm.file()), userFile());
 }

@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QProcess>
 #include <QSaveFile>
 #include <QThread>
@@ -330,6 +331,25 @@ QString profileDirOf(const QStringList& environment, const QString& profile)
     return config + QStringLiteral("/pcmanfm/") + profile;
 }
 
+QStringList monitorsDrawnBy(qint64 pid)
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c || pid <= 0)
+        return {};
+    QList<std::pair<xcb_window_t, QString>> drawn;
+    for (const X11::RandrMonitor& monitor : X11::randrMonitors()) {
+        const auto program = X11::desktopProgramCovering(c, X11::rootWindow(), monitor.rect);
+        if (program && program->pid == pid)
+            drawn.append({program->window, monitor.name});
+    }
+    // As in find(): pcmanfm's first monitor is the one with its oldest desktop window.
+    std::sort(drawn.begin(), drawn.end());
+    QStringList names;
+    for (const auto& [window, name] : drawn)
+        names.append(name);
+    return names;
+}
+
 std::unique_ptr<PcmanfmLink> systemLink()
 {
     return std::make_unique<SystemLink>();
@@ -441,8 +461,14 @@ PictureRestore PcmanfmDesktopPictures::restoreDesktop(const ScreenInfo& screen)
     const QString file = entry.value(QStringLiteral("file")).toString();
     const QString mode = entry.value(QStringLiteral("mode")).toString();
     const QString picture = entry.value(QStringLiteral("picture")).toString();
+    // pcmanfm keeps the picture it was last given even while it shows a colour, and writes it
+    // into its file whenever it saves (an icon moved, another mode chosen): the user's own
+    // picture goes back with the colour. It takes only a file it can read as an image, and no
+    // empty one: a user who never had a picture keeps our last one in pcmanfm until it
+    // restarts.
+    const bool givesPicture = !picture.isEmpty() && QImageReader(picture).canRead();
     QStringList arguments;
-    if (!picture.isEmpty())
+    if (givesPicture)
         arguments << QStringLiteral("--set-wallpaper=") + picture;
     arguments << QStringLiteral("--wallpaper-mode=") + mode;
     if (!m_link->send(found->first, arguments))
@@ -452,10 +478,17 @@ PictureRestore PcmanfmDesktopPictures::restoreDesktop(const ScreenInfo& screen)
     const bool written = waitFor([&] {
         const QString text = readText(file).value_or(QString());
         return Pcmanfm::value(text, kAll, kMode) == mode &&
-               (picture.isEmpty() || Pcmanfm::value(text, kAll, kPicture) == picture);
+               (!givesPicture || Pcmanfm::value(text, kAll, kPicture) == picture);
     });
     if (!written)
         return PictureRestore::failed;
+    if (!givesPicture) {
+        qCInfo(lcX11, "pcmanfm keeps the name of the last picture: it had none it could take back");
+        m_limitation = QStringLiteral(
+            "pcmanfm shows your desktop as before, but it takes no empty picture from other "
+            "programs: until it restarts it keeps the name of Quillet's last picture, and may "
+            "write it into its settings.");
+    }
 
     const QString now = readText(file).value_or(QString());
     const QJsonObject keys = entry.value(QStringLiteral("keys")).toObject();

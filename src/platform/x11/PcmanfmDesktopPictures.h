@@ -53,6 +53,9 @@ QString withKeys(const QString& text, const QString& section,
 QString profileOf(const QStringList& arguments);
 // The settings folder of that profile for a process with this environment.
 QString profileDirOf(const QStringList& environment, const QString& profile);
+// The monitors whose desktop window belongs to the pcmanfm with this process id, by name, the
+// one its command line reaches first.
+QStringList monitorsDrawnBy(qint64 pid);
 // The live link to the pcmanfm drawing the desktop.
 std::unique_ptr<PcmanfmLink> systemLink();
 } // namespace Pcmanfm
@@ -79,6 +82,7 @@ public:
     // than its defaults in it.
     PictureRestore restoreDesktop(const ScreenInfo& screen) override;
     bool otherDesktopRecordPending() const override { return m_file.othersPending(); }
+    QString restoreLimitation() const override { return m_limitation; }
 
     // The picture, cropped to fill the monitor.
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override;
@@ -91,4 +95,6 @@ private:
     // {"<output>": {"file": path, "existed": bool, "keys": {"wallpaper_mode": "crop", …},
     //               "mode": shown mode, "picture": shown picture}}
     QJsonObject m_record;
+    // Said once a restore could not put back all pcmanfm held.
+    QString m_limitation;
 };

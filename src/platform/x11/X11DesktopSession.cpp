@@ -363,7 +363,7 @@ QString X11DesktopSession::desktopName(const QString& program) const
     return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
 }
 
-std::optional<X11::DesktopProgram> X11DesktopSession::findDesktopProgram()
+X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
 {
     auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
     // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
@@ -372,7 +372,11 @@ std::optional<X11::DesktopProgram> X11DesktopSession::findDesktopProgram()
             break;
         program = X11::desktopProgramCovering(X11::connection(), X11::rootWindow(), monitor.rect);
     }
-    return program;
+    // pcmanfm keeps a desktop window per monitor: which of them its command line reaches.
+    QStringList pcmanfmMonitors;
+    if (program && program->name == QLatin1String("pcmanfm"))
+        pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
+    return {program, pcmanfmMonitors};
 }
 
 void X11DesktopSession::check()
@@ -383,18 +387,19 @@ void X11DesktopSession::check()
     }
     m_searching = true;
     QMetaObject::invokeMethod(m_searchContext, [this] {
-        const std::optional<X11::DesktopProgram> program = findDesktopProgram();
-        QMetaObject::invokeMethod(this, [this, program] {
+        const Found found = findDesktopProgram();
+        QMetaObject::invokeMethod(this, [this, found] {
             m_searching = false;
-            apply(program);
+            apply(found);
             if (std::exchange(m_searchAgain, false))
                 check();
         });
     });
 }
 
-void X11DesktopSession::apply(const std::optional<X11::DesktopProgram>& program)
+void X11DesktopSession::apply(const Found& found)
 {
+    const std::optional<X11::DesktopProgram>& program = found.program;
     // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
     // crash when its settings change. Until then the backend stays as it was.
     Backend backend = m_xfdesktop ? Backend::xfce : Backend::root;
@@ -427,6 +432,16 @@ void X11DesktopSession::apply(const std::optional<X11::DesktopProgram>& program)
         state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
                                            "picture yet")
                                 .arg(drawnBy);
+    if (backend == Backend::pcmanfm) {
+        // pcmanfm's command line hands a picture to its first monitor only; it reads the other
+        // monitors' settings only when it starts.
+        const QStringList& drawn = found.pcmanfmMonitors;
+        if (drawn.size() > 1)
+            state.picturesLimit = QStringLiteral("pcmanfm takes a new picture for its first "
+                                                 "monitor (%1) only, the other monitors keep "
+                                                 "their own")
+                                      .arg(drawn.first());
+    }
     state.icons = iconsFor(backend, gsettings) != nullptr;
     if (!state.icons) {
         state.iconsGap = backend == Backend::pcmanfm

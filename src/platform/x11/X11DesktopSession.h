@@ -13,6 +13,7 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QDBusServiceWatcher>
+#include <QStringList>
 #include <QThread>
 #include <QTimer>
 #include <atomic>
@@ -61,9 +62,15 @@ private:
     // Starts a search for the desktop program's window on the search thread (or notes that
     // another is due when one runs); the answer comes back to apply().
     void check();
+    // What a search found: the desktop program's window (or none).
+    struct Found {
+        std::optional<X11::DesktopProgram> program;
+        // The monitors pcmanfm draws, its first one first, when pcmanfm is the program.
+        QStringList pcmanfmMonitors;
+    };
     // Chooses the backend for the desktop program found (or none).
-    void apply(const std::optional<X11::DesktopProgram>& program);
-    static std::optional<X11::DesktopProgram> findDesktopProgram();
+    void apply(const Found& found);
+    static Found findDesktopProgram();
     // The desktop as the user names it.
     QString desktopName(const QString& program) const;
     // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
