@@ -131,16 +131,21 @@ qd_log "outside observer: $(tr '\n' ' ' <"$watch_log")"
 
 # A new desktop picture means a fresh capture of the panel; the panel's own pixels are read
 # under the masks, so they stay up meanwhile.
-"$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 5 >"$watch_log" 2>&1 &
-watch_pid=$!
-sleep 1
-for colour in '#204060' '#806040'; do
-  qd_drive colour "$colour"
-  sleep 1.5
-done
-wait "$watch_pid"
+# Sets each desktop colour in turn while an outside X client watches the mask windows; prints
+# its "uncovered=N".
+colours_watched() { # COLOUR...
+  "$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 5 >"$watch_log" 2>&1 &
+  local watch_pid=$! colour
+  sleep 1
+  for colour in "$@"; do
+    qd_drive colour "$colour"
+    sleep 1.5
+  done
+  wait "$watch_pid"
+  grep -o 'uncovered=[0-9]*' "$watch_log"
+}
 qd_check_eq "no moment without a mask while the desktop colour changes (outside observer)" \
-  "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
+  "uncovered=0" "$(colours_watched '#204060' '#806040')"
 qd_log "toggle figures: $(qd_drive timetoggle YAD 2 10) / $(qd_drive stall)"
 qd_drive settle
 
@@ -326,17 +331,9 @@ seam() { # SHOT
   crop "$1" "1x$h+$x+0" "$QD_TMP/live.png" && crop "$1" "1x$h+$((x + 1))+0" "$QD_TMP/mask.png" &&
     compare -metric AE "$QD_TMP/live.png" "$QD_TMP/mask.png" null: 2>&1 | cut -d' ' -f1
 }
-"$QD_PYTHON" "$(dirname "$0")/mask_watch.py" 5 >"$watch_log" 2>&1 &
-watch_pid=$!
-sleep 1
 # A new desktop colour shows through the panel: the capture under the masks must follow.
-for colour in '#3060A0' '#A07030'; do
-  qd_drive colour "$colour"
-  sleep 1.5
-done
-wait "$watch_pid"
 qd_check_eq "no moment without a mask while the colour behind the translucent panel changes" \
-  "uncovered=0" "$(grep -o 'uncovered=[0-9]*' "$watch_log")"
+  "uncovered=0" "$(colours_watched '#3060A0' '#A07030')"
 no_seam() {
   qd_drive settle >/dev/null
   masks=$(qd_drive masks) && shoot translucent && [ "$(seam "$translucent")" = 0 ]
