@@ -4,6 +4,7 @@
 #include "components/Look.h"
 #include "components/PermissionBanner.h"
 
+#include <QCoreApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -32,14 +33,15 @@ DesktopSupportBanner::DesktopSupportBanner(AppModel& model, QWidget* parent)
 
     connect(&m_model, &AppModel::published, this, [this](AppModel::Field field) {
         using F = AppModel::Field;
-        if (field == F::desktopSupport || field == F::desktopIconsHidden || field == F::background)
+        if (field == F::desktopSupport || field == F::desktopIconsHidden ||
+            field == F::background || field == F::menuBarCover)
             refresh();
     });
     refresh();
 }
 
 QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool iconsHidden,
-                                   DesktopBackground background)
+                                   DesktopBackground background, MenuBarCover cover)
 {
     const QString desktop = state.desktop.isEmpty() ? tr("this desktop") : state.desktop;
     QStringList lines;
@@ -55,6 +57,17 @@ QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool icon
             lines << tr("Background: %1 reaches only part of %2: %3.")
                          .arg(choice, desktop, state.picturesLimit);
     }
+    if (cover != MenuBarCover::keep) {
+        const QString gap =
+            !state.coverGap.isEmpty() ? state.coverGap
+            : cover == MenuBarCover::items ? state.itemsGap
+                                           : QString();
+        if (!gap.isEmpty())
+            lines << tr("Menu bar: “%1” has no effect on %2: %3.")
+                         .arg(QCoreApplication::translate("MenuBarCard",
+                                                      qUtf8Printable(::title(cover))),
+                              desktop, gap);
+    }
     return lines.join(u'\n');
 }
 
@@ -65,8 +78,8 @@ QString DesktopSupportBanner::text() const
 
 void DesktopSupportBanner::refresh()
 {
-    const QString wanted =
-        text(m_model.desktopSupport(), m_model.desktopIconsHidden(), m_model.background());
+    const QString wanted = text(m_model.desktopSupport(), m_model.desktopIconsHidden(),
+                                m_model.background(), m_model.menuBarCover());
     m_label->setText(wanted);
     setAccessibleName(wanted);
     setVisible(!wanted.isEmpty());

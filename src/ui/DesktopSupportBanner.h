@@ -16,7 +16,7 @@ public:
 
     // The banner's text for these choices on this desktop; empty when everything works.
     static QString text(const DesktopSupport::State& state, bool iconsHidden,
-                        DesktopBackground background);
+                        DesktopBackground background, MenuBarCover cover);
     QString text() const;
 
 protected:

@@ -51,14 +51,6 @@ support_dir() { echo "$XDG_DATA_HOME/Quillet"; }
 centre() { qd_pixel 960 600; }
 # Near the right edge, clear of the main window and of caja's icons.
 right_side() { qd_pixel 1880 600; }
-# Running under this desktop's display (one process of that name with our DISPLAY).
-runs_here() { # NAME
-  local pid
-  for pid in $(pgrep -x "$1"); do
-    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && return 0
-  done
-  return 1
-}
 not_our_colour() { [ "$(centre)" != D35400 ]; }
 twenty_colours() {
   local i
@@ -80,13 +72,13 @@ openbox_tint2() {
   qd_wait_eq 15 "the last of twenty colours in the middle of the screen" C85400 centre
   qd_check "_XROOTPMAP_ID is set" test -n "$(root_pixmap _XROOTPMAP_ID)"
   qd_check_eq "ESETROOT_PMAP_ID names the same pixmap" "$(root_pixmap _XROOTPMAP_ID)" "$(root_pixmap ESETROOT_PMAP_ID)"
-  qd_check "tint2 still runs after twenty picture changes" runs_here tint2
-  qd_check "openbox still runs" runs_here openbox
+  qd_check "tint2 still runs after twenty picture changes" qd_runs_here tint2
+  qd_check "openbox still runs" qd_runs_here openbox
   qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
   qd_driver_quit
   qd_check "no root pixmap after quitting" test -z "$(root_pixmap _XROOTPMAP_ID)"
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
-  qd_check "tint2 still runs after quitting" runs_here tint2
+  qd_check "tint2 still runs after quitting" qd_runs_here tint2
   popovers_off_the_taskbar
   qd_stop_desktop
 }
@@ -133,16 +125,10 @@ popovers_off_the_taskbar() {
   qd_check "the popover is a window the window manager lists" qd_wait_for 10 "a second client window" two_clients_of_ours
   qd_check_eq "with the colour popover open, still only the main window is a taskbar entry" \
     "$main Quillet" "$(taskbar_entries_of "$quillet_pid")"
-  qd_check "tint2 still runs with the popover open" runs_here tint2
+  qd_check "tint2 still runs with the popover open" qd_runs_here tint2
   qd_stop_checked
 }
 
-# One user's programs share one dconf database: the program's private home reads and writes the
-# desktop's.
-share_desktop_dconf() {
-  ln -s "$QD_DESKTOP_STATE/config/dconf" "$XDG_CONFIG_HOME/dconf"
-  ln -s "$QD_DESKTOP_STATE/runtime/dconf" "$XDG_RUNTIME_DIR/dconf"
-}
 mate_settings() { dconf dump /org/mate/desktop/background/; echo ---; dconf dump /org/mate/caja/desktop/; }
 mate_key() { gsettings get "$1" "$2"; }
 # Where caja draws its first icon ("Computer") in the top-left corner.
@@ -162,7 +148,7 @@ mate() {
   qd_section "MATE: caja draws the desktop from GSettings"
   qd_start_desktop --desktop mate
   qd_new_home
-  share_desktop_dconf
+  qd_share_desktop_dconf
   export XDG_CURRENT_DESKTOP=MATE
   # A key the user set (to its default) must stay set; the others stay unset.
   gsettings set org.mate.caja.desktop trash-icon-visible true
@@ -200,14 +186,14 @@ mate() {
 
   pictures_and_covers
   qd_wait_eq 15 "the last of twenty colours in the middle of the screen" C85400 centre
-  qd_check "caja still runs after twenty picture and cover changes" runs_here caja
-  qd_check "mate-panel still runs" runs_here mate-panel
+  qd_check "caja still runs after twenty picture and cover changes" qd_runs_here caja
+  qd_check "mate-panel still runs" qd_runs_here mate-panel
   qd_check "caja's desktop window is still there" qd_xprobe windows --type desktop
   qd_check "the record of the settings is on disk" test -s "$(support_dir)/desktop-mate.json"
   qd_driver_quit
   qd_check_eq "every key as before quitting (unset keys unset)" "$before" "$(mate_settings)"
   qd_wait_eq 15 "caja's Computer icon back" "$icon_before" computer_icon
-  qd_check "caja still runs after quitting" runs_here caja
+  qd_check "caja still runs after quitting" qd_runs_here caja
   qd_check "no record is left" test ! -e "$(support_dir)/desktop-mate.json"
   qd_check_eq "no picture record waits for a restore" null "$(qd_stored wallpaper.originalURLs)"
 
@@ -228,12 +214,12 @@ mate() {
   qd_driver_quit
   qd_check_eq "every key as before after the kill and the next run" "$before" "$(mate_settings)"
   qd_wait_eq 15 "caja's Computer icon back after the kill" "$icon_before" computer_icon
-  qd_check "caja still runs" runs_here caja
-  qd_check "mate-panel still runs" runs_here mate-panel
+  qd_check "caja still runs" qd_runs_here caja
+  qd_check "mate-panel still runs" qd_runs_here mate-panel
   gsettings reset org.mate.caja.desktop trash-icon-visible
   gsettings reset org.mate.background primary-color
   colour_shown_on_mate
-  qd_check "caja still runs after the program quit" runs_here caja
+  qd_check "caja still runs after the program quit" qd_runs_here caja
   mate_panel_cover
   qd_stop_desktop
 }
@@ -253,7 +239,7 @@ mate_panel_cover() {
   qd_drive cover keep >/dev/null
   qd_drive settle >/dev/null
   qd_driver_quit
-  qd_check "mate-panel still runs after the cover" runs_here mate-panel
+  qd_check "mate-panel still runs after the cover" qd_runs_here mate-panel
 }
 
 # The program itself, with "Color" chosen: caja shows the colour and the window has nothing to
@@ -264,7 +250,7 @@ colour_shown_on_mate() {
     return 0
   fi
   qd_new_home
-  share_desktop_dconf
+  qd_share_desktop_dconf
   local right_before
   right_before=$(right_side)
   qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#1A5276"}'
@@ -330,9 +316,9 @@ lxde() {
   pictures_and_covers
   qd_drive cover keep >/dev/null
   qd_wait_eq 15 "the last of twenty colours on pcmanfm's desktop" C85400 centre
-  qd_check "pcmanfm still runs after twenty picture and cover changes" runs_here pcmanfm
-  qd_check "lxpanel still runs after twenty picture and cover changes" runs_here lxpanel
-  qd_check "openbox still runs" runs_here openbox
+  qd_check "pcmanfm still runs after twenty picture and cover changes" qd_runs_here pcmanfm
+  qd_check "lxpanel still runs after twenty picture and cover changes" qd_runs_here lxpanel
+  qd_check "openbox still runs" qd_runs_here openbox
   qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
   qd_driver_quit
   qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
@@ -348,8 +334,8 @@ lxde() {
   settings_before=$(cat "$(lxde_settings)")
   lxde_killed_during_a_change
   lxpanel_cover
-  qd_check "pcmanfm still runs at the end" runs_here pcmanfm
-  qd_check "lxpanel still runs at the end" runs_here lxpanel
+  qd_check "pcmanfm still runs at the end" qd_runs_here pcmanfm
+  qd_check "lxpanel still runs at the end" qd_runs_here lxpanel
   qd_stop_desktop
 }
 
@@ -439,7 +425,7 @@ lxde_two_monitors() {
   qd_stop_checked
   qd_wait_eq 15 "pcmanfm's own colour on the first monitor after quitting" 2A5D8F right_side
   qd_check_eq "the first monitor's settings are as they were" "$first" "$(cat "$(lxde_settings)")"
-  qd_check "pcmanfm still runs on two monitors" runs_here pcmanfm
+  qd_check "pcmanfm still runs on two monitors" qd_runs_here pcmanfm
   qd_stop_desktop
 }
 
@@ -483,7 +469,7 @@ lxpanel_cover() {
   qd_drive settle >/dev/null
   qd_check_eq "no mask left" "" "$(qd_drive masks)"
   qd_driver_quit
-  qd_check "lxpanel still runs after the cover" runs_here lxpanel
+  qd_check "lxpanel still runs after the cover" qd_runs_here lxpanel
 }
 
 xfce_late_xfdesktop() {

@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDeadlineTimer>
 
 using namespace std::chrono_literals;
 
@@ -143,6 +144,19 @@ QString windowManagerName()
     return QString::fromUtf8(static_cast<const char*>(xcb_get_property_value(name.get())),
                              xcb_get_property_value_length(name.get()));
 }
+
+// A notification area owns the tray selection of the first screen.
+bool trayOwned()
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return false;
+    const auto owner = X11::reply<xcb_get_selection_owner_reply_t>(
+        c, xcb_get_selection_owner(c, X11::atom("_NET_SYSTEM_TRAY_S0")), QDeadlineTimer(1500));
+    return owner && owner->owner != XCB_WINDOW_NONE;
+}
+
+const QString kGnomeShell = QStringLiteral("GNOME Shell");
 
 } // namespace
 
@@ -299,7 +313,7 @@ GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& pro
     if (current.contains(QLatin1String("X-Cinnamon"), Qt::CaseInsensitive))
         return find(GSettingsDesktopKeys::cinnamon());
     if (current.contains(QLatin1String("GNOME"), Qt::CaseInsensitive) ||
-        windowManagerName() == QLatin1String("GNOME Shell"))
+        windowManagerName() == kGnomeShell)
         return find(GSettingsDesktopKeys::gnome());
     return nullptr;
 }
@@ -376,7 +390,7 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
     QStringList pcmanfmMonitors;
     if (program && program->name == QLatin1String("pcmanfm"))
         pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
-    return {program, pcmanfmMonitors};
+    return {program, pcmanfmMonitors, windowManagerName(), trayOwned()};
 }
 
 void X11DesktopSession::check()
@@ -443,16 +457,25 @@ void X11DesktopSession::apply(const Found& found)
                                       .arg(drawn.first());
     }
     state.icons = iconsFor(backend, gsettings) != nullptr;
+    const bool gnomeShell = found.windowManager == kGnomeShell;
     if (!state.icons) {
         state.iconsGap = backend == Backend::pcmanfm
                              ? QStringLiteral("pcmanfm has no setting that hides its desktop "
                                               "icons and keeps the picture")
+                         : gnomeShell && drawnBy.isEmpty()
+                             ? QStringLiteral("GNOME Shell draws no desktop icons")
                          : drawnBy.isEmpty()
                              ? QStringLiteral("no program draws icons on this desktop")
                              : QStringLiteral("%1 draws the desktop icons, and Quillet cannot "
                                               "hide them there yet")
                                    .arg(drawnBy);
     }
+
+    // GNOME Shell's top bar is drawn by the shell itself: the masks go over it, but it has no
+    // notification area, so there are no icons to pick.
+    if (gnomeShell && !found.trayOwned)
+        state.itemsGap = QStringLiteral("GNOME Shell's top bar has no notification area, so "
+                                        "there are no icons to hide");
 
     const qint64 pid = program ? program->pid : 0;
     const bool switched = backend != m_backend || pid != m_programPid ||

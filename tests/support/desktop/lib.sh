@@ -178,6 +178,22 @@ qd_outer_frame() { # WINDOW-ID
     END {print ax - x[1], ay - x[3], w + x[1] + x[2], h + x[3] + x[4]}' <<<"$info"
 }
 
+# A process named NAME runs on this test's display (its environment holds our DISPLAY).
+qd_runs_here() { # NAME
+  local pid
+  for pid in $(pgrep -x "$1"); do
+    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && return 0
+  done
+  return 1
+}
+
+# One user's programs share one dconf database: the test's private home reads and writes the
+# desktop's (call after qd_new_home).
+qd_share_desktop_dconf() {
+  ln -s "$QD_DESKTOP_STATE/config/dconf" "$XDG_CONFIG_HOME/dconf"
+  ln -s "$QD_DESKTOP_STATE/runtime/dconf" "$XDG_RUNTIME_DIR/dconf"
+}
+
 # Value of an xfconf property of the test desktop; prints nothing when it does not exist.
 qd_xfconf_get() { # CHANNEL PROPERTY
   xfconf-query -c "$1" -p "$2" 2>/dev/null || true
