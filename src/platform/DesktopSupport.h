@@ -24,9 +24,8 @@ public:
         // Where pictures reach only part of the desktop: which part keeps its own, in a few
         // words for the user; empty when they reach all of it.
         QString picturesLimit;
-        // Why the panel cover cannot work here: "Hide bar" and "Hide items" (coverGap), or
-        // only "Hide items" (itemsGap); empty where it works.
-        QString coverGap;
+        // Why "Hide items" cannot work here (a top bar without a notification area); empty
+        // where it can.
         QString itemsGap;
         bool operator==(const State&) const = default;
     };

@@ -4,7 +4,6 @@
 #include "components/Look.h"
 #include "components/PermissionBanner.h"
 
-#include <QCoreApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -57,17 +56,8 @@ QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool icon
             lines << tr("Background: %1 reaches only part of %2: %3.")
                          .arg(choice, desktop, state.picturesLimit);
     }
-    if (cover != MenuBarCover::keep) {
-        const QString gap =
-            !state.coverGap.isEmpty() ? state.coverGap
-            : cover == MenuBarCover::items ? state.itemsGap
-                                           : QString();
-        if (!gap.isEmpty())
-            lines << tr("Menu bar: “%1” has no effect on %2: %3.")
-                         .arg(QCoreApplication::translate("MenuBarCard",
-                                                      qUtf8Printable(::title(cover))),
-                              desktop, gap);
-    }
+    if (cover == MenuBarCover::items && !state.itemsGap.isEmpty())
+        lines << tr("Menu bar: “Hide items” has no effect on %1: %2.").arg(desktop, state.itemsGap);
     return lines.join(u'\n');
 }
 

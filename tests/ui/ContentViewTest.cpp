@@ -695,6 +695,20 @@ TEST_F(PanelFixture, aDesktopChoiceThatCannotWorkIsExplainedNamingTheDesktopAndW
                                              "other monitors keep their own."));
     m.setBackground(DesktopBackground::keep);
     EXPECT_FALSE(banner->isVisible());
+
+    // A top bar without a notification area: "Hide bar" works, "Hide items" is explained.
+    DesktopSupport::State gnome;
+    gnome.desktop = QStringLiteral("GNOME");
+    gnome.pictures = true;
+    gnome.itemsGap = QStringLiteral("its top bar has no notification area");
+    fake.desktopSupport->takeOver(gnome);
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_FALSE(banner->isVisible());
+    m.setMenuBarCover(MenuBarCover::items);
+    EXPECT_EQ(banner->text(), QStringLiteral("Menu bar: “Hide items” has no effect on GNOME: its "
+                                             "top bar has no notification area."));
+    m.setMenuBarCover(MenuBarCover::keep);
+    EXPECT_FALSE(banner->isVisible());
 }
 
 TEST_F(PanelFixture, windowsListedAfterTheFirstPaintLeaveTheListBlankUntilThen)
