@@ -458,18 +458,16 @@ void X11DesktopSession::apply(const Found& found)
     }
     state.icons = iconsFor(backend, gsettings) != nullptr;
     const bool gnomeShell = found.windowManager == kGnomeShell;
-    if (!state.icons) {
-        state.iconsGap = backend == Backend::pcmanfm
-                             ? QStringLiteral("pcmanfm has no setting that hides its desktop "
-                                              "icons and keeps the picture")
-                         : gnomeShell && drawnBy.isEmpty()
-                             ? QStringLiteral("GNOME Shell draws no desktop icons")
-                         : drawnBy.isEmpty()
-                             ? QStringLiteral("no program draws icons on this desktop")
-                             : QStringLiteral("%1 draws the desktop icons, and Quillet cannot "
-                                              "hide them there yet")
-                                   .arg(drawnBy);
-    }
+    if (!state.icons && backend == Backend::pcmanfm)
+        state.iconsGap = QStringLiteral("pcmanfm has no setting that hides its desktop icons and "
+                                        "keeps the picture");
+    else if (!state.icons && !drawnBy.isEmpty())
+        state.iconsGap = QStringLiteral("%1 draws the desktop icons, and Quillet cannot hide them "
+                                        "there yet")
+                             .arg(drawnBy);
+    else if (!state.icons)
+        state.iconsGap = gnomeShell ? QStringLiteral("GNOME Shell draws no desktop icons")
+                                    : QStringLiteral("no program draws icons on this desktop");
 
     // GNOME Shell's top bar is drawn by the shell itself: the masks go over it, but it has no
     // notification area, so there are no icons to pick.
