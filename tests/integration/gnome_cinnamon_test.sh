@@ -1,0 +1,203 @@
+#!/usr/bin/env bash
+# GNOME Shell and Cinnamon on X11, each on one virtual desktop shared by all its checks, read
+# back from the real desktop (GSettings through dconf, the screen's pixels, xrandr, window
+# frames):
+# - a colour and the light picture show on the desktop's background and in its picture keys
+#   (GNOME's dark key the same picture); on GNOME the dark colour scheme shows the dark picture;
+#   quitting leaves every background key as the user had it (unset keys unset) and the desktop's
+#   own background on the screen;
+# - GNOME: "Hide bar" puts one mask over the shell's top bar, which then shows one colour; twenty
+#   cover and colour changes later the desktop's programs still run, and "Keep" gives the bar
+#   back; "Hide items" puts up no mask;
+# - the main window, icons hidden, says why that cannot work (GNOME Shell draws no desktop icons;
+#   no program draws them on Cinnamon without nemo) and, on GNOME, that "Hide items" cannot
+#   either (its top bar has no notification area), and shows the chosen colour;
+# - a display mode is switched and put back through RandR under the desktop's window manager;
+# - a window is snapped to the left and right halves of the space the panels leave.
+# Usage: gnome_cinnamon_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER
+set -uo pipefail
+
+source "$(dirname "$0")/../support/desktop/lib.sh"
+
+QD_QUILLET=${1:?usage: gnome_cinnamon_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
+displays_driver=${2:?usage: gnome_cinnamon_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
+drivers=$(dirname "$QD_QUILLET")/tests/integration/driver
+driver=${QUILLET_WALLPAPER_DRIVER:-$drivers/quillet_wallpaper_driver}
+cover_driver=${QUILLET_COVER_DRIVER:-$drivers/quillet_cover_driver}
+window_driver=${QUILLET_WINDOW_DRIVER:-$drivers/quillet_window_driver}
+atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
+
+qd_init gnome_cinnamon
+if ! command -v gnome-shell >/dev/null || ! command -v cinnamon >/dev/null; then
+  qd_log "SKIP: gnome-shell or cinnamon is not installed (run scripts/setup gnome)"
+  exit 77
+fi
+
+# The desktop under test: its name as the program says it, its background schema, its programs.
+desktop="" schema="" programs=()
+
+centre() { qd_pixel 960 600; }
+# Near the right edge, clear of the main window.
+right_side() { qd_pixel 1880 600; }
+background_keys() { dconf dump "/${schema//.//}/"; }
+key() { gsettings get "$schema" "$1"; }
+solid_png() { convert -size 64x64 "xc:#$1" "$2"; }
+colours_in() { convert "$1" -format %k info:; }
+# How many colours GNOME's top bar shows (its text and symbols, or one colour when covered).
+top_bar_colours() {
+  import -window root -crop 1920x32+0+0 "$QD_TMP/top-bar.png" 2>/dev/null && colours_in "$QD_TMP/top-bar.png"
+}
+bar_covered() { [ "$(top_bar_colours)" = 1 ]; }
+bar_shows_items() { [ "$(top_bar_colours)" -gt 2 ]; }
+programs_run() {
+  local name
+  for name in "${programs[@]}"; do qd_runs_here "$name" || return 1; done
+}
+
+start() { # --desktop NAME
+  qd_start_desktop "$@"
+  qd_new_home
+  qd_share_desktop_dconf
+  # A key the user set (to its default) must stay set; the others stay unset.
+  gsettings set "$schema" picture-options "'zoom'"
+  before=$(background_keys)
+  centre_before=$(centre)
+}
+
+pictures() {
+  qd_section "$desktop: the background from GSettings"
+  local light=$QD_TMP/light.png dark=$QD_TMP/dark.png
+  solid_png 2E86C1 "$light"
+  solid_png 6C3483 "$dark"
+  qd_driver_start "$desktop" "$driver"
+  qd_check_eq "the desktop as the program sees it" "support $desktop||1|0" "$(qd_drive support)"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on $desktop's background" D35400 centre
+  qd_check "the picture is the program's colour file" bash -c "gsettings get $schema picture-uri | grep -q quillet-color-"
+  qd_drive light "$light" >/dev/null
+  qd_drive dark "$dark" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the light picture on $desktop's background" 2E86C1 centre
+  qd_check_eq "the light picture in GSettings" "'file://$light'" "$(key picture-uri)"
+  qd_check_eq "zoomed, at full opacity" "'zoom' 100" "$(key picture-options) $(key picture-opacity)"
+  qd_check "the record of the settings is on disk" test -s "$XDG_DATA_HOME/Quillet/desktop-${desktop,,}.json"
+  [ "$desktop" != GNOME ] || qd_check_eq "GNOME's dark picture is the same" "$(key picture-uri)" "$(key picture-uri-dark)"
+  qd_driver_quit
+  qd_check_eq "every background key as before quitting (unset keys unset)" "$before" "$(background_keys)"
+  qd_wait_eq 15 "$desktop's own background after quitting" "$centre_before" centre
+  [ "$desktop" = GNOME ] || return 0
+
+  qd_section "GNOME: the dark colour scheme shows the dark picture"
+  gsettings set org.gnome.desktop.interface color-scheme "'prefer-dark'"
+  qd_driver_start gnome-dark "$driver"
+  qd_drive light "$light" >/dev/null
+  qd_drive dark "$dark" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the dark picture on GNOME Shell's background" 6C3483 centre
+  qd_check_eq "the dark picture in both keys" "'file://$dark' 'file://$dark'" "$(key picture-uri) $(key picture-uri-dark)"
+  qd_driver_quit
+  gsettings reset org.gnome.desktop.interface color-scheme
+  qd_check_eq "every background key as before the dark run" "$before" "$(background_keys)"
+}
+
+cover() {
+  qd_section "$desktop: twenty cover and colour changes"
+  qd_driver_start "$desktop-cover" "$cover_driver"
+  local i
+  if [ "$desktop" = GNOME ]; then
+    qd_check "the top bar shows its items" qd_wait_for 10 "the top bar's items" bar_shows_items
+    qd_drive cover entire >/dev/null
+    qd_drive settle >/dev/null
+    qd_check "Hide bar: one mask across the top bar" \
+      grep -qx "mask win=0x[0-9a-f]* x=0 y=0 w=1920 h=32 picture=1" <<<"$(qd_drive masks)"
+    qd_check "Hide bar: the top bar shows one colour" qd_wait_for 5 "the covered top bar" bar_covered
+    qd_drive cover items >/dev/null
+    qd_drive settle >/dev/null
+    qd_check_eq "Hide items: no mask, there are no tray icons" "" "$(qd_drive masks)"
+  fi
+  for ((i = 1; i <= 20; i++)); do
+    if ((i % 2)); then qd_drive cover entire >/dev/null; else qd_drive cover keep >/dev/null; fi
+    qd_drive colour "$(printf '#%02X5400' $((i * 10)))" >/dev/null
+  done
+  qd_drive settle >/dev/null
+  qd_wait_eq 15 "the last of twenty colours on $desktop's background" C85400 centre
+  qd_check "${programs[*]} still run after twenty cover and colour changes" programs_run
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_check_eq "Keep: no mask left" "" "$(qd_drive masks)"
+  [ "$desktop" != GNOME ] ||
+    qd_check "Keep: the top bar shows its items again" qd_wait_for 5 "the top bar's items" bar_shows_items
+  qd_driver_quit
+  qd_check_eq "every background key as before the cover" "$before" "$(background_keys)"
+}
+
+# The program itself: what cannot work here is said in the main window.
+explained() { # BANNER-TEXT
+  qd_section "$desktop: the main window explains what cannot work"
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#1A5276",
+                      "state.desktopIconsHidden": true, "state.menuBarCover": "items"}'
+  qd_launch_quillet "quillet-$desktop" QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+    { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  qd_check "the main window explains: $1" \
+    qd_wait_for 10 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$1"
+  qd_wait_eq 20 "the chosen colour on $desktop's background" 1A5276 right_side
+  [ "$desktop" != GNOME ] || qd_check "the top bar keeps its items under Hide items" bar_shows_items
+  qd_stop_checked
+  qd_wait_eq 15 "$desktop's own background after the program quit" "$centre_before" centre
+  qd_check_eq "every background key as before the program ran" "$before" "$(background_keys)"
+}
+
+resolution() {
+  qd_section "$desktop: a display mode switched and put back"
+  size() { xrandr | sed -n 's/^Screen 0:.* current \([0-9]*\) x \([0-9]*\),.*/\1x\2/p'; }
+  qd_driver_start "$desktop-displays" "$displays_driver"
+  qd_check_eq "1280x720 is offered" applied "$(qd_drive apply 1280x720)"
+  qd_wait_eq 10 "the new mode in xrandr" 1280x720 size
+  qd_check "${programs[*]} still run in the new mode" programs_run
+  qd_drive restore >/dev/null
+  qd_wait_eq 10 "the start-up mode back" 1920x1080 size
+  qd_driver_quit
+}
+
+snapping() { # VISIBLE-Y VISIBLE-HEIGHT (the space the panels leave)
+  qd_section "$desktop: a window snapped to the halves of the space the panels leave"
+  local sample_pid id
+  qd_launch sample_pid "$QD_TMP/sample-$desktop.log" "$QD_PYTHON" "$QD_SUPPORT/sample_windows.py" \
+    --class sample-notes "Notes@500x300+300+300"
+  qd_wait_for 15 "the sample window" qd_window_by_name '^Notes$' || { qd_fail "no sample window"; return; }
+  id=$(qd_window_by_name '^Notes$')
+  "$window_driver" select "$id" arrange leftHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
+  qd_wait_eq 5 "the outer frame on the left half" "0 $1 960 $2" qd_outer_frame "$id"
+  "$window_driver" select "$id" arrange rightHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
+  qd_wait_eq 5 "the outer frame on the right half" "960 $1 960 $2" qd_outer_frame "$id"
+  qd_stop_process "$sample_pid" TERM 5
+}
+
+desktop=GNOME schema=org.gnome.desktop.background programs=(gnome-shell)
+export XDG_CURRENT_DESKTOP=GNOME
+start --desktop gnome
+pictures
+cover
+explained "Icons: “Hide” has no effect on GNOME: GNOME Shell draws no desktop icons."$'\n'"Menu bar: “Hide items” has no effect on GNOME: GNOME Shell's top bar has no notification area, so there are no icons to hide."
+resolution
+snapping 32 1048
+qd_check "gnome-shell still runs at the end" programs_run
+qd_stop_desktop
+
+desktop=Cinnamon schema=org.cinnamon.desktop.background programs=(cinnamon csd-background)
+export XDG_CURRENT_DESKTOP=X-Cinnamon
+start --desktop cinnamon
+pictures
+cover
+explained "Icons: “Hide” has no effect on Cinnamon: no program draws icons on this desktop."
+resolution
+snapping 0 1040
+qd_check "cinnamon and its background daemon still run at the end" programs_run
+qd_stop_desktop
+qd_finish
