@@ -49,6 +49,9 @@ top_bar_colours() {
 }
 bar_covered() { [ "$(top_bar_colours)" = 1 ]; }
 bar_shows_items() { [ "$(top_bar_colours)" -gt 2 ]; }
+show_pictures() { # LIGHT DARK
+  qd_drive light "$1" && qd_drive dark "$2" && qd_drive background image
+} >/dev/null
 programs_run() {
   local name
   for name in "${programs[@]}"; do qd_runs_here "$name" || return 1; done
@@ -75,9 +78,7 @@ pictures() {
   qd_drive colour '#D35400' >/dev/null
   qd_wait_eq 15 "the colour on $desktop's background" D35400 centre
   qd_check "the picture is the program's colour file" bash -c "gsettings get $schema picture-uri | grep -q quillet-color-"
-  qd_drive light "$light" >/dev/null
-  qd_drive dark "$dark" >/dev/null
-  qd_drive background image >/dev/null
+  show_pictures "$light" "$dark"
   qd_wait_eq 15 "the light picture on $desktop's background" 2E86C1 centre
   qd_check_eq "the light picture in GSettings" "'file://$light'" "$(key picture-uri)"
   qd_check_eq "zoomed, at full opacity" "'zoom' 100" "$(key picture-options) $(key picture-opacity)"
@@ -91,9 +92,7 @@ pictures() {
   qd_section "GNOME: the dark colour scheme shows the dark picture"
   gsettings set org.gnome.desktop.interface color-scheme "'prefer-dark'"
   qd_driver_start gnome-dark "$driver"
-  qd_drive light "$light" >/dev/null
-  qd_drive dark "$dark" >/dev/null
-  qd_drive background image >/dev/null
+  show_pictures "$light" "$dark"
   qd_wait_eq 15 "the dark picture on GNOME Shell's background" 6C3483 centre
   qd_check_eq "the dark picture in both keys" "'file://$dark' 'file://$dark'" "$(key picture-uri) $(key picture-uri-dark)"
   qd_driver_quit
