@@ -24,9 +24,9 @@ public:
         // Where pictures reach only part of the desktop: which part keeps its own, in a few
         // words for the user; empty when they reach all of it.
         QString picturesLimit;
-        // Why "Hide items" cannot work here (a top bar without a notification area); empty
-        // where it can.
-        QString itemsGap;
+        // Why the panel cover ("Hide bar", "Hide items") cannot work here (a panel the desktop's
+        // shell draws itself); empty where it can.
+        QString coverGap;
         bool operator==(const State&) const = default;
     };
 

@@ -56,8 +56,11 @@ QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool icon
             lines << tr("Background: %1 reaches only part of %2: %3.")
                          .arg(choice, desktop, state.picturesLimit);
     }
-    if (cover == MenuBarCover::items && !state.itemsGap.isEmpty())
-        lines << tr("Menu bar: “Hide items” has no effect on %1: %2.").arg(desktop, state.itemsGap);
+    if (cover != MenuBarCover::keep && !state.coverGap.isEmpty()) {
+        const QString choice =
+            cover == MenuBarCover::entire ? tr("“Hide bar”") : tr("“Hide items”");
+        lines << tr("Menu bar: %1 has no effect on %2: %3.").arg(choice, desktop, state.coverGap);
+    }
     return lines.join(u'\n');
 }
 

@@ -15,7 +15,6 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDeadlineTimer>
 
 using namespace std::chrono_literals;
 
@@ -143,17 +142,6 @@ QString windowManagerName()
         return {};
     return QString::fromUtf8(static_cast<const char*>(xcb_get_property_value(name.get())),
                              xcb_get_property_value_length(name.get()));
-}
-
-// A notification area owns the tray selection of the first screen.
-bool trayOwned()
-{
-    xcb_connection_t* c = X11::connection();
-    if (!c)
-        return false;
-    const auto owner = X11::reply<xcb_get_selection_owner_reply_t>(
-        c, xcb_get_selection_owner(c, X11::atom("_NET_SYSTEM_TRAY_S0")), QDeadlineTimer(1500));
-    return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
 const QString kGnomeShell = QStringLiteral("GNOME Shell");
@@ -390,7 +378,7 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
     QStringList pcmanfmMonitors;
     if (program && program->name == QLatin1String("pcmanfm"))
         pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
-    return {program, pcmanfmMonitors, windowManagerName(), trayOwned()};
+    return {program, pcmanfmMonitors, windowManagerName()};
 }
 
 void X11DesktopSession::check()
@@ -469,11 +457,12 @@ void X11DesktopSession::apply(const Found& found)
         state.iconsGap = gnomeShell ? QStringLiteral("GNOME Shell draws no desktop icons")
                                     : QStringLiteral("no program draws icons on this desktop");
 
-    // GNOME Shell's top bar is drawn by the shell itself: the masks go over it, but it has no
-    // notification area, so there are no icons to pick.
-    if (gnomeShell && !found.trayOwned)
-        state.itemsGap = QStringLiteral("GNOME Shell's top bar has no notification area, so "
-                                        "there are no icons to hide");
+    // GNOME Shell and Cinnamon draw their panels on their own stage: no panel window shows
+    // where they are (GNOME's top bar has no notification area either).
+    if (gsettings && &gsettings->keys() != &GSettingsDesktopKeys::mate())
+        state.coverGap = QStringLiteral("%1 draws its panels itself, and Quillet finds no panel "
+                                        "window to cover")
+                             .arg(gnomeShell ? kGnomeShell : gsettings->keys().desktop);
 
     const qint64 pid = program ? program->pid : 0;
     const bool switched = backend != m_backend || pid != m_programPid ||

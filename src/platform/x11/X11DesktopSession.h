@@ -67,9 +67,8 @@ private:
         std::optional<X11::DesktopProgram> program;
         // The monitors pcmanfm draws, its first one first, when pcmanfm is the program.
         QStringList pcmanfmMonitors;
-        // The window manager's name, and whether a notification area owns the tray selection.
+        // The window manager's name.
         QString windowManager;
-        bool trayOwned = false;
     };
     // Chooses the backend for the desktop program found (or none).
     void apply(const Found& found);
