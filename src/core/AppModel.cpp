@@ -20,7 +20,9 @@ AppModel::AppModel(Dependencies deps)
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
       m_desktopIcons(deps.platform.desktopIcons(),
                      // Not "desktop-*.json": those are the picture backends' records.
-                     WallpaperController::supportDir() + QStringLiteral("/icon-style.json"))
+                     WallpaperController::supportDir() + QStringLiteral("/icon-style.json")),
+      m_inlineCaptureWork(deps.captureWork ? nullptr : std::make_unique<InlineTaskQueue>()),
+      m_captureWork(deps.captureWork ? *deps.captureWork : *m_inlineCaptureWork)
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
                                                     &m_defaults);
@@ -103,8 +105,9 @@ AppModel& AppModel::shared()
     static QtScheduler scheduler;
     // Never ended: its thread goes with the process, after the quit has waited for its work.
     static TaskQueue* pictureWork = new ThreadTaskQueue(QStringLiteral("desktop pictures"));
-    static AppModel* model = new AppModel(
-        {Platform::shared(), DefaultsStore::standard(), scheduler, {}, nullptr, pictureWork, true});
+    static TaskQueue* captureWork = new ThreadTaskQueue(QStringLiteral("panel captures"));
+    static AppModel* model = new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler,
+                                           {}, nullptr, pictureWork, true, captureWork});
     return *model;
 }
 
