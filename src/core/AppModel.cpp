@@ -176,9 +176,11 @@ void AppModel::restoreDesktop(const WaitUntil& quitting)
     waitFor([this] { return m_desktopIcons.onlyRestartLeft(); });
     m_wallpaper->restore();
     m_overlays->clearMenuBarWindows();
+    // A capture still under way brings no mask back, and ends before the platform goes.
+    ++m_barBuild;
     // The pictures go back on their own thread; the restart gate keeps the desktop program from
     // restarting before they are back.
-    waitFor([this] { return m_wallpaper->idle(); });
+    waitFor([this] { return m_wallpaper->idle() && m_captureWork.idle(); });
     m_desktopIcons.releaseRestarts(/*waitForReady=*/!quitting);
     waitFor([this] { return m_desktopIcons.isSettled(); });
 }
