@@ -106,8 +106,14 @@ AppModel& AppModel::shared()
     // Never ended: its thread goes with the process, after the quit has waited for its work.
     static TaskQueue* pictureWork = new ThreadTaskQueue(QStringLiteral("desktop pictures"));
     static TaskQueue* captureWork = new ThreadTaskQueue(QStringLiteral("panel captures"));
-    static AppModel* model = new AppModel({Platform::shared(), DefaultsStore::standard(), scheduler,
-                                           {}, nullptr, pictureWork, true, captureWork});
+    static AppModel* model = new AppModel({Platform::shared(),
+                                           DefaultsStore::standard(),
+                                           scheduler,
+                                           {},
+                                           nullptr,
+                                           pictureWork,
+                                           true,
+                                           captureWork});
     return *model;
 }
 

@@ -6,9 +6,9 @@
 #include "FakeScheduler.h"
 #include "TestDirs.h"
 #include "core/AppModel.h"
-#include "core/TaskQueue.h"
 #include "core/DefaultsStore.h"
 #include "core/Preferences.h"
+#include "core/TaskQueue.h"
 
 #include <memory>
 
@@ -28,8 +28,8 @@ struct FakeApp {
     {
         model.reset();
         preferences = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
-        AppModel::Dependencies deps{fake, store, scheduler, {dirs.resourceDir()},
-                                    preferences.get()};
+        AppModel::Dependencies deps{
+            fake, store, scheduler, {dirs.resourceDir()}, preferences.get()};
         deps.captureWork = captureWork;
         model = std::make_unique<AppModel>(deps);
         return *model;

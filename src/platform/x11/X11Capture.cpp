@@ -184,9 +184,9 @@ QImage X11Capture::captureDisplay(quint32 displayId)
         m_readBelow.remove(displayId);
     else
         m_readBelow.insert(displayId, allRead);
-    m_belowOwnWindows = !m_readBelow.isEmpty() &&
-                        std::all_of(m_readBelow.cbegin(), m_readBelow.cend(),
-                                    [](bool read) { return read; });
+    m_belowOwnWindows =
+        !m_readBelow.isEmpty() &&
+        std::all_of(m_readBelow.cbegin(), m_readBelow.cend(), [](bool read) { return read; });
     return strip;
 }
 
