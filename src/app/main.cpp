@@ -42,12 +42,6 @@ int main(int argc, char* argv[])
                              "WAYLAND_DISPLAY is set.\n");
         return 1;
     }
-    // Qt's X11 backing stores in shared memory wait on the X server each time a window gets or
-    // drops one: every mask window that replaces another would hold the UI thread while the
-    // server draws a new desktop picture (a quarter of a second at 4K). Our windows are small
-    // enough to be sent as plain images.
-    if (qEnvironmentVariableIsEmpty("QT_XCB_NO_MITSHM"))
-        qputenv("QT_XCB_NO_MITSHM", "1");
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillet"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLET_VERSION));

@@ -254,9 +254,6 @@ private:
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // As the program has it: no backing stores in shared memory, which wait on the X server.
-    if (qEnvironmentVariableIsEmpty("QT_XCB_NO_MITSHM"))
-        qputenv("QT_XCB_NO_MITSHM", "1");
     QApplication app(argc, argv);
     // Our tray icon publishes the application's name, as the program's own does.
     QApplication::setApplicationName(QStringLiteral("Quillet"));
