@@ -20,7 +20,9 @@ AppModel::AppModel(Dependencies deps)
       m_resourceDirs(std::move(deps.resourceDirs)), m_preferences(deps.preferences),
       m_desktopIcons(deps.platform.desktopIcons(),
                      // Not "desktop-*.json": those are the picture backends' records.
-                     WallpaperController::supportDir() + QStringLiteral("/icon-style.json"))
+                     WallpaperController::supportDir() + QStringLiteral("/icon-style.json")),
+      m_inlineCaptureWork(deps.captureWork ? nullptr : std::make_unique<InlineTaskQueue>()),
+      m_captureWork(deps.captureWork ? *deps.captureWork : *m_inlineCaptureWork)
 {
     m_display = std::make_unique<DisplayController>(m_platform.displayModes(), m_platform.screens(),
                                                     &m_defaults);
@@ -103,8 +105,15 @@ AppModel& AppModel::shared()
     static QtScheduler scheduler;
     // Never ended: its thread goes with the process, after the quit has waited for its work.
     static TaskQueue* pictureWork = new ThreadTaskQueue(QStringLiteral("desktop pictures"));
-    static AppModel* model = new AppModel(
-        {Platform::shared(), DefaultsStore::standard(), scheduler, {}, nullptr, pictureWork, true});
+    static TaskQueue* captureWork = new ThreadTaskQueue(QStringLiteral("panel captures"));
+    static AppModel* model = new AppModel({Platform::shared(),
+                                           DefaultsStore::standard(),
+                                           scheduler,
+                                           {},
+                                           nullptr,
+                                           pictureWork,
+                                           true,
+                                           captureWork});
     return *model;
 }
 
@@ -173,9 +182,11 @@ void AppModel::restoreDesktop(const WaitUntil& quitting)
     waitFor([this] { return m_desktopIcons.onlyRestartLeft(); });
     m_wallpaper->restore();
     m_overlays->clearMenuBarWindows();
+    // A capture still under way brings no mask back, and ends before the platform goes.
+    ++m_barBuild;
     // The pictures go back on their own thread; the restart gate keeps the desktop program from
     // restarting before they are back.
-    waitFor([this] { return m_wallpaper->idle(); });
+    waitFor([this] { return m_wallpaper->idle() && m_captureWork.idle(); });
     m_desktopIcons.releaseRestarts(/*waitForReady=*/!quitting);
     waitFor([this] { return m_desktopIcons.isSettled(); });
 }

@@ -80,6 +80,9 @@ public:
         // The running program lists the other windows once its own window has been painted
         // (refreshWindows); until then windowsListed() is false. Tests have them listed at once.
         bool listWindowsLater = false;
+        // Where the panels are captured (the X server may take long to answer while it draws
+        // a new desktop picture); null means on the calling thread, as the tests have it.
+        TaskQueue* captureWork = nullptr;
     };
 
     explicit AppModel(Dependencies deps);
@@ -192,6 +195,11 @@ private:
     // `sameScreens`: the monitors and their panels are those of the last build (a toggle), so
     // they are not asked for again.
     void recomputeBarTiles(bool rescan = true, bool sameScreens = false);
+    // Takes the missing captures on the capture thread, then shows the tiles built with them
+    // unless another build came meanwhile.
+    void captureBars(const QList<quint32>& displayIds, bool rescan);
+    // The tiles of m_barScreens from the captures at hand, up in one step.
+    void showBarTiles(bool rescan);
     void scheduleBarRecapture();
     void startPanelScan();
     void panelScanned(const PanelSnapshot& snapshot);
@@ -254,6 +262,11 @@ private:
     // The next scan result empties the capture cache and rebuilds the tiles.
     bool m_scanClearsCache = false;
     std::shared_ptr<ScheduledTask> m_barRecaptureWork;
+    std::unique_ptr<TaskQueue> m_inlineCaptureWork;
+    TaskQueue& m_captureWork;
+    // Counts the builds of the tiles: a capture's answer for an older build is dropped.
+    quint64 m_barBuild = 0;
+    int m_capturesUnderWay = 0;
     int m_accessibilityPollCount = 0;
     std::shared_ptr<ScheduledTask> m_accessibilityPoll;
 };

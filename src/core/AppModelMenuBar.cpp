@@ -11,6 +11,7 @@
 #include "MenuBarNamer.h"
 #include "MenuBarScanner.h"
 #include "Scheduler.h"
+#include "TaskQueue.h"
 #include "platform/Geometry.h"
 #include "platform/Platform.h"
 
@@ -170,63 +171,88 @@ void AppModel::recomputeBarTiles(bool rescan, bool sameScreens)
         m_wallpaper->setBarTintActive(active);
     else
         m_wallpaperWaitsForDesktop = true;
+    // Every build supersedes the captures still under way for an earlier one.
+    ++m_barBuild;
     if (!active) {
         // Without a cover nothing tells of monitor changes here: the next build asks again.
         m_barScreens.clear();
         m_overlays->setMenuBarHidden(false);
         m_overlays->setBarTiles({});
-        // No capture is kept while no cover is on.
+        // No capture is kept while no cover is on; the capture thread lets go of its own
+        // after any capture still under way.
         m_frameCache.clear();
-        m_platform.capture().releaseBuffers();
+        ScreenCapture* capture = &m_platform.capture();
+        m_captureWork.post([capture] { capture->releaseBuffers(); }, this);
         return;
     }
 
-    // Asking for the monitors and their struts takes round trips to the X server; a toggle
-    // reuses the last answer (a change of either rebuilds the tiles through its own event).
+    // The monitors and their struts are kept by the platform until they change; a toggle
+    // reuses the last answer all the same (a change of either rebuilds the tiles through its
+    // own event).
     if (!sameScreens || m_barScreens.isEmpty())
         m_barScreens = m_platform.screens().screens();
-    const QList<ScreenInfo> screens = m_barScreens;
-    // The permission is asked only when a capture is missing: a build from the cached captures
-    // asks nothing.
-    std::optional<bool> captureAllowed;
-    const auto mayCapture = [&] {
-        if (!captureAllowed)
-            captureAllowed = m_platform.capture().canCaptureScreen() ||
-                             m_platform.capture().requestCaptureAccess();
-        return *captureAllowed;
-    };
-    // A capture must not show our own masks: they come down first, and only when a capture is
-    // needed. Without one the old masks stay up until the new ones replace them.
-    bool captureNeeded = false;
-    for (const ScreenInfo& screen : screens) {
+    QList<quint32> missing;
+    for (const ScreenInfo& screen : std::as_const(m_barScreens)) {
         QRectF rect;
         if (screen.displayId && !m_frameCache.contains(*screen.displayId) && barOn(screen, &rect))
-            captureNeeded = true;
+            missing.append(*screen.displayId);
     }
-    if (captureNeeded && mayCapture() && !m_platform.capture().capturesBelowOwnWindows())
-        m_overlays->clearMenuBarWindows();
+    if (missing.isEmpty())
+        showBarTiles(rescan);
+    else
+        captureBars(missing, rescan);
+}
 
+void AppModel::captureBars(const QList<quint32>& displayIds, bool rescan)
+{
+    // A capture must not show our own masks: they come down first, and only when a capture is
+    // needed. Without one the old masks stay up until the new ones replace them.
+    ScreenCapture* capture = &m_platform.capture();
+    if (!capture->capturesBelowOwnWindows())
+        m_overlays->clearMenuBarWindows();
+    // The X server answers the captures only once it has drawn what it was asked before (a
+    // new desktop picture of a whole monitor may take it a quarter of a second): they are
+    // taken on the capture thread, and so is the question whether capturing is allowed.
+    const quint64 build = m_barBuild;
+    auto images = std::make_shared<QHash<quint32, QImage>>();
+    ++m_capturesUnderWay;
+    m_captureWork.post(
+        [capture, displayIds, images] {
+            if (!capture->canCaptureScreen() && !capture->requestCaptureAccess())
+                return;
+            for (const quint32 id : displayIds)
+                images->insert(id, capture->captureDisplay(id));
+        },
+        this,
+        [this, build, images, rescan] {
+            --m_capturesUnderWay;
+            if (build != m_barBuild)
+                return;
+            for (auto it = images->cbegin(); it != images->cend(); ++it) {
+                if (it->isNull())
+                    qCDebug(lcCover, "display %u could not be captured", it.key());
+                else
+                    m_frameCache.insert(it.key(), *it);
+            }
+            showBarTiles(rescan);
+        });
+}
+
+void AppModel::showBarTiles(bool rescan)
+{
     QList<MaskTile> tiles;
-    for (const ScreenInfo& screen : screens) {
+    for (const ScreenInfo& screen : std::as_const(m_barScreens)) {
         QRectF barRect;
         const std::optional<BarReflow::Bar> bar = barOn(screen, &barRect);
         if (!bar)
             continue;
 
+        // A monitor that could not be captured gets a plain tile over the whole bar.
         std::optional<QImage> capture;
         if (screen.displayId) {
-            const quint32 id = *screen.displayId;
-            if (const auto cached = m_frameCache.constFind(id); cached != m_frameCache.constEnd()) {
+            if (const auto cached = m_frameCache.constFind(*screen.displayId);
+                cached != m_frameCache.constEnd())
                 capture = *cached;
-            } else if (mayCapture()) {
-                const QImage image = m_platform.capture().captureDisplay(id);
-                if (!image.isNull()) {
-                    m_frameCache.insert(id, image);
-                    capture = image;
-                } else {
-                    qCDebug(lcCover, "display %u could not be captured", id);
-                }
-            }
         }
 
         if (m_menuBarCover == MenuBarCover::entire) {
@@ -269,7 +295,7 @@ void AppModel::scheduleBarRecapture()
 
 bool AppModel::hasPendingBarRecapture() const
 {
-    return m_barRecaptureWork && m_barRecaptureWork->isActive();
+    return (m_barRecaptureWork && m_barRecaptureWork->isActive()) || m_capturesUnderWay > 0;
 }
 
 void AppModel::setMenuBarCover(MenuBarCover cover)
@@ -282,7 +308,7 @@ void AppModel::setMenuBarCover(MenuBarCover cover)
     assign(m_menuBarCover, cover, Field::menuBarCover);
     m_defaults.setString(StoredKeys::menuBarCover, rawValue(cover));
     recomputeBarTiles();
-    if (!wasCovered || hasPendingBarRecapture())
+    if (!wasCovered || (m_barRecaptureWork && m_barRecaptureWork->isActive()))
         scheduleBarRecapture();
 }
 

@@ -6,6 +6,7 @@
 #endif
 
 #include <QPointer>
+#include <mutex>
 
 void InlineTaskQueue::post(std::function<void()> work, QObject*, std::function<void()> done)
 {
@@ -16,6 +17,19 @@ void InlineTaskQueue::post(std::function<void()> work, QObject*, std::function<v
 
 ThreadTaskQueue::ThreadTaskQueue(const QString& name) : m_worker(new QObject)
 {
+#ifdef __GLIBC__
+    // The tasks handle pictures of whole monitors. Left to itself, glibc raises its mmap
+    // threshold to the size of the largest block freed (up to 32 MiB) and its trim threshold
+    // to twice that: a worker thread's heap then keeps tens of megabytes that malloc_trim
+    // cannot hand back (it trims only the free blocks of such a heap, not its top). Fixed
+    // thresholds keep every block of a megabyte or more in its own mapping, given back when
+    // it is freed.
+    static std::once_flag fixed;
+    std::call_once(fixed, [] {
+        mallopt(M_MMAP_THRESHOLD, 1 << 20);
+        mallopt(M_TRIM_THRESHOLD, 1 << 20);
+    });
+#endif
     m_thread.setObjectName(name);
     m_worker->moveToThread(&m_thread);
     // The worker goes with the thread's end, on the thread it lives on.

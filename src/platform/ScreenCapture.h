@@ -1,4 +1,6 @@
-// Reading the screen's pixels, and whether the system allows it.
+// Reading the screen's pixels, and whether the system allows it. The captures, the access
+// questions and releaseBuffers run on a thread of their own, one after another;
+// capturesBelowOwnWindows is asked on the UI thread while a capture may be under way.
 #pragma once
 
 #include "PermissionGap.h"
@@ -20,7 +22,7 @@ public:
     // only the top rows, where the panels are, and is never shorter than the panels.
     virtual QImage captureDisplay(quint32 displayId) = 0;
     // Whether the panels are captured as they are even under the program's own windows (the
-    // masks), so these need not come down first.
+    // masks), so these need not come down first. Answered without waiting on anything.
     virtual bool capturesBelowOwnWindows() const { return false; }
     // Gives back the memory kept for the next capture (nothing is captured while no cover is
     // on).

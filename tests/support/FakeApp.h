@@ -8,6 +8,7 @@
 #include "core/AppModel.h"
 #include "core/DefaultsStore.h"
 #include "core/Preferences.h"
+#include "core/TaskQueue.h"
 
 #include <memory>
 
@@ -21,13 +22,16 @@ struct FakeApp {
 
     FakeApp() { fake.addStandardMonitor(); }
 
-    // A new model and preferences, as at launch, over what the store holds now.
-    AppModel& makeModel()
+    // A new model and preferences, as at launch, over what the store holds now. The panels are
+    // captured at once unless a queue for the captures is given.
+    AppModel& makeModel(TaskQueue* captureWork = nullptr)
     {
         model.reset();
         preferences = std::make_unique<Preferences>(store, *fake.loginItems, nullptr);
-        model = std::make_unique<AppModel>(AppModel::Dependencies{
-            fake, store, scheduler, {dirs.resourceDir()}, preferences.get()});
+        AppModel::Dependencies deps{
+            fake, store, scheduler, {dirs.resourceDir()}, preferences.get()};
+        deps.captureWork = captureWork;
+        model = std::make_unique<AppModel>(deps);
         return *model;
     }
 };

@@ -44,6 +44,8 @@ public:
         ++captures;
         return allowed ? images.value(id) : QImage();
     }
+    int releases = 0;
+    void releaseBuffers() override { ++releases; }
 };
 
 // A desktop that keeps its own record the way real desktops do: a monitor may be changed only

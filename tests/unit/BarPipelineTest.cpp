@@ -58,9 +58,9 @@ struct PipelineFixture : ::testing::Test, FakeApp {
     // The model goes first: it takes its masks down through the presenter.
     ~PipelineFixture() override { model.reset(); }
 
-    AppModel& make()
+    AppModel& make(TaskQueue* captureWork = nullptr)
     {
-        makeModel().overlays().setPresenter(&presenter);
+        makeModel(captureWork).overlays().setPresenter(&presenter);
         return *model;
     }
 
@@ -81,7 +81,67 @@ struct PipelineFixture : ::testing::Test, FakeApp {
     }
 };
 
+// Holds the tasks posted to it until told to run them, as a busy capture thread would.
+class HeldTaskQueue final : public TaskQueue {
+public:
+    void post(std::function<void()> work, QObject*, std::function<void()> done) override
+    {
+        m_tasks.append({std::move(work), std::move(done)});
+    }
+    bool idle() const override { return m_tasks.isEmpty(); }
+    void runAll()
+    {
+        while (!m_tasks.isEmpty()) {
+            const auto [work, done] = m_tasks.takeFirst();
+            work();
+            if (done)
+                done();
+        }
+    }
+
+private:
+    QList<std::pair<std::function<void()>, std::function<void()>>> m_tasks;
+};
+
 } // namespace
+
+TEST_F(PipelineFixture, capturesUnderWayHoldNothingUpAndAnOutdatedOneIsDropped)
+{
+    HeldTaskQueue captures;
+    AppModel& m = make(&captures);
+    m.setMenuBarCover(MenuBarCover::entire);
+    // Nothing captured on the calling thread; the masks wait for the capture, which counts as
+    // a pending recapture.
+    EXPECT_EQ(fake.capture->captures, 0);
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_TRUE(m.hasPendingBarRecapture());
+    captures.runAll();
+    EXPECT_EQ(fake.capture->captures, 1);
+    ASSERT_EQ(presenter.shown.size(), 1);
+    EXPECT_TRUE(m.hasPendingBarRecapture());
+
+    // The recapture is under way when the cover goes back to "Keep": its answer brings no mask
+    // back, and the buffers are let go of after it.
+    scheduler.advance(400ms);
+    const int releases = fake.capture->releases;
+    m.setMenuBarCover(MenuBarCover::keep);
+    captures.runAll();
+    EXPECT_EQ(fake.capture->captures, 2);
+    EXPECT_TRUE(presenter.shown.isEmpty());
+    EXPECT_FALSE(m.hasPendingBarRecapture());
+    EXPECT_EQ(fake.capture->releases, releases + 1);
+
+    // A toggle while the cover's capture is under way: the later build wins and shows the
+    // toggle.
+    m.setMenuBarCover(MenuBarCover::items);
+    m.toggleItem(idOf(QStringLiteral("app12")));
+    captures.runAll();
+    scheduler.advance(400ms);
+    captures.runAll();
+    ASSERT_EQ(presenter.shown.size(), 1);
+    EXPECT_TRUE(contains(*presenter.shown[0].image, colorOf(11)));
+    EXPECT_FALSE(contains(*presenter.shown[0].image, colorOf(12)));
+}
 
 TEST_F(PipelineFixture, quickCoverChangesRunOneRecaptureAfterTheLast)
 {

@@ -149,86 +149,84 @@ QImage X11Capture::captureDisplay(quint32 displayId)
 
     // Read from the root window: whatever lies over the panels (our masks) is in it. Where a
     // panel has an offscreen copy of ours, the panel's own pixels replace that part; a panel
-    // without one gets it now, while nothing of ours covers it (the masks come down before a
-    // capture until every panel has one).
+    // without one gets it now (the masks come down before a capture until every panel has
+    // one, for a panel that cannot be read from its copy).
     QImage strip = captureRootRect(stripRect);
     if (strip.isNull() || !m_compositeUsable)
         return strip;
     QPainter painter;
+    bool allRead = true;
     for (const auto& [window, rect] : panels) {
+        QImage own;
         if (!m_redirected.contains(window)) {
-            redirect(window);
-            continue;
-        }
-        bool translucent = false;
-        const QImage own = panelPixels(window, &translucent);
-        if (own.isNull()) {
+            // Read from its copy at once: our masks may lie over it already.
+            own = redirect(window);
+        } else {
+            bool translucent = false;
+            own = panelPixels(window, &translucent);
             // Turned translucent under a compositing manager: read from the screen from now
             // on. Otherwise the window is gone, or its id now names a new window that nobody
             // redirected: the next capture, with the masks down, starts over.
-            if (translucent)
+            if (own.isNull() && translucent)
                 dropRedirection(window);
-            else
+            else if (own.isNull())
                 m_redirected.remove(window);
+        }
+        if (own.isNull()) {
+            allRead = false;
             continue;
         }
         if (!painter.isActive())
             painter.begin(&strip);
         painter.drawImage(rect.topLeft() - stripRect.topLeft(), own);
     }
+    if (panels.isEmpty())
+        m_readBelow.remove(displayId);
+    else
+        m_readBelow.insert(displayId, allRead);
+    m_belowOwnWindows =
+        !m_readBelow.isEmpty() &&
+        std::all_of(m_readBelow.cbegin(), m_readBelow.cend(), [](bool read) { return read; });
     return strip;
-}
-
-QList<std::pair<xcb_window_t, QRect>> X11Capture::allTopPanels() const
-{
-    QList<std::pair<xcb_window_t, QRect>> panels;
-    for (const X11::RandrMonitor& monitor : X11::randrMonitors())
-        panels.append(topPanels(monitor.rect));
-    return panels;
 }
 
 bool X11Capture::capturesBelowOwnWindows() const
 {
-    if (!m_compositeUsable || m_redirected.isEmpty())
-        return false;
-    // A panel that came since the last capture (a restarted panel) has no copy yet. Space kept
-    // free at the top without a dock window is not a panel here: such a bar is not covered
-    // without a panel window in practice.
-    const QList<std::pair<xcb_window_t, QRect>> panels = allTopPanels();
-    return !panels.isEmpty() && std::all_of(panels.cbegin(), panels.cend(), [this](const auto& p) {
-        return m_redirected.contains(p.first);
-    });
+    // A panel that came since the last capture (a restarted panel) has no copy yet; the next
+    // capture reads it from a copy made then, before anything of it is shown. Space kept free
+    // at the top without a dock window is not a panel here: such a bar is not covered without
+    // a panel window in practice.
+    return m_compositeUsable && m_belowOwnWindows;
 }
 
-bool X11Capture::redirect(xcb_window_t panel)
+QImage X11Capture::redirect(xcb_window_t panel)
 {
     xcb_connection_t* c = m_connection;
     const Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(c, xcb_get_geometry(c, panel), nullptr));
     const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
     if (m_unreadable.contains(panel))
-        return false;
+        return {};
     // Panels draw at the root's depth or, with an alpha channel, at 32 bits.
     if (!geometry || !screen || (geometry->depth != screen->root_depth && geometry->depth != 32))
-        return false;
+        return {};
     // Automatic: the server still draws the panel on the screen itself, nothing changes there.
     // The redirection ends with our connection, so a crash leaves nothing behind.
     const Reply<xcb_generic_error_t> error(xcb_request_check(
         c, xcb_composite_redirect_window_checked(c, panel, XCB_COMPOSITE_REDIRECT_AUTOMATIC)));
     if (error)
-        return false;
+        return {};
     m_redirected.insert(panel);
-    // Nothing of ours covers the panel now: one that cannot be read from its copy is known
-    // before any mask relies on the copy.
+    // One that cannot be read from its copy is known before any mask relies on the copy.
     bool translucent = false;
-    if (panelPixels(panel, &translucent).isNull()) {
+    QImage own = panelPixels(panel, &translucent);
+    if (own.isNull()) {
         if (translucent)
             dropRedirection(panel);
         else
             m_redirected.remove(panel);
-        return false;
     }
-    return true;
+    return own;
 }
 
 void X11Capture::dropRedirection(xcb_window_t panel)
@@ -419,6 +417,8 @@ void X11Capture::endRedirection()
     }
     m_redirected.clear();
     m_unreadable.clear();
+    m_readBelow.clear();
+    m_belowOwnWindows = false;
 }
 
 QList<std::pair<xcb_window_t, QRect>> X11Capture::topPanels(const QRect& monitor) const

@@ -6,10 +6,12 @@
 
 #include "platform/ScreenCapture.h"
 
+#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QRect>
 #include <QSet>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -27,7 +29,8 @@ public:
     bool requestCaptureAccess() override;
     // The top strip of the monitor down to its lowest top panel (at least 128 rows).
     QImage captureDisplay(quint32 displayId) override;
-    // True once every top panel has an offscreen copy of ours (made at a capture).
+    // True once every top panel seen at the last captures has an offscreen copy of ours
+    // (made at a capture); asks the X server nothing.
     bool capturesBelowOwnWindows() const override;
     // Also ends the panels' redirection.
     void releaseBuffers() override;
@@ -43,10 +46,9 @@ public:
 private:
     // Dock windows whose top edge is the monitor's, root coordinates.
     QList<std::pair<xcb_window_t, QRect>> topPanels(const QRect& monitor) const;
-    QList<std::pair<xcb_window_t, QRect>> allTopPanels() const;
     // Has the server keep an offscreen copy of the panel from now on (drawn on the screen as
-    // before); false for a panel that cannot be read that way.
-    bool redirect(xcb_window_t panel);
+    // before) and reads the panel from it; null for a panel that cannot be read that way.
+    QImage redirect(xcb_window_t panel);
     // The panel as the screen shows it, from its offscreen copy (blended over what lies below
     // it when a compositing manager shows it translucent); null when that failed, with
     // `translucent` set when what lies below cannot be read.
@@ -74,6 +76,10 @@ private:
     // Panels whose copy cannot show what the screen shows (translucent ones under a
     // compositing manager over another window).
     QSet<xcb_window_t> m_unreadable;
+    // Per monitor with top panels: whether each of them was read from its copy at the last
+    // capture.
+    QHash<quint32, bool> m_readBelow;
+    std::atomic<bool> m_belowOwnWindows{false};
     xcb_connection_t* m_connection = nullptr;
     std::uint32_t m_segment = 0;
     int m_shmId = -1;

@@ -132,6 +132,7 @@ X11Screens::~X11Screens()
 
 void X11Screens::scheduleChanged()
 {
+    m_screens.reset();
     m_changed.start();
 }
 
@@ -154,6 +155,10 @@ bool X11Screens::nativeEventFilter(const QByteArray& eventType, void* message, q
         const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event);
         if (property->window == X11::rootWindow() && property->atom == X11::atom("_NET_WORKAREA"))
             scheduleChanged();
+        // The settings manager's blob holds the desktop's scaling factor (its owner's changes
+        // are selected by the appearance watch).
+        else if (property->atom == X11::atom("_XSETTINGS_SETTINGS"))
+            m_screens.reset();
     }
     return false;
 }
@@ -168,6 +173,14 @@ QPair<QString, QString> X11Screens::names(quint32 output) const
 }
 
 QList<ScreenInfo> X11Screens::screens() const
+{
+    // An empty answer (no connection yet) is asked again.
+    if (!m_screens || m_screens->isEmpty())
+        m_screens = readScreens();
+    return *m_screens;
+}
+
+QList<ScreenInfo> X11Screens::readScreens() const
 {
     QList<ScreenInfo> result;
     xcb_connection_t* c = X11::connection();

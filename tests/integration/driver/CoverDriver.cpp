@@ -266,12 +266,16 @@ int main(int argc, char** argv)
     QtScheduler scheduler;
     // As in the program: the pictures are set on a thread of their own.
     ThreadTaskQueue pictureWork(QStringLiteral("desktop pictures"));
+    // And the panels are captured on another.
+    ThreadTaskQueue captureWork(QStringLiteral("panel captures"));
     AppModel model({*platform,
                     DefaultsStore::standard(),
                     scheduler,
                     {QStringLiteral(QUILLET_BUILD_SHARE)},
                     nullptr,
-                    &pictureWork});
+                    &pictureWork,
+                    false,
+                    &captureWork});
     MaskWindowPresenter masks;
     model.overlays().setPresenter(&masks);
     Driver driver(model, *platform, masks, QString::fromLocal8Bit(argv[1]));
