@@ -24,6 +24,9 @@
 #ifndef QUILLET_PLUGIN_DIR
 #define QUILLET_PLUGIN_DIR ""
 #endif
+#ifndef QUILLET_PLUGIN_SUBDIR
+#define QUILLET_PLUGIN_SUBDIR "lib/quillet/plugins"
+#endif
 #ifndef QUILLET_VERSION
 #define QUILLET_VERSION "0.0.0"
 #endif
@@ -48,14 +51,18 @@ QString shortened(const QString& text)
 }
 
 // The download plugin, loaded at the first check and kept for the rest of the run. Looked up in
-// QUILLET_PLUGIN_DIR when set, beside the executable in the build tree, and where it is installed.
+// QUILLET_PLUGIN_DIR when set, beside the executable in the build tree, then where it is
+// installed: beside the program's own prefix (a package installs elsewhere than the build's
+// prefix), and under the build's prefix.
 FeedDownloader* feedDownloader(QString* whyNot)
 {
     static FeedDownloader* loaded = nullptr;
     if (loaded)
         return loaded;
     const QString fileName = QStringLiteral("feed-download.so");
-    QStringList dirs{QCoreApplication::applicationDirPath() + QStringLiteral("/lib/quillet"),
+    const QString exeDir = QCoreApplication::applicationDirPath();
+    QStringList dirs{exeDir + QStringLiteral("/lib/quillet"),
+                     exeDir + QStringLiteral("/../" QUILLET_PLUGIN_SUBDIR),
                      QStringLiteral(QUILLET_PLUGIN_DIR)};
     if (const QString fromEnv = qEnvironmentVariable("QUILLET_PLUGIN_DIR"); !fromEnv.isEmpty())
         dirs.prepend(fromEnv);
