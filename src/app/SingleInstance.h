@@ -7,8 +7,7 @@
 #include <QStringList>
 #include <functional>
 
-class QLocalServer;
-class QLocalSocket;
+class QSocketNotifier;
 
 class SingleInstance final : public QObject {
     Q_OBJECT
@@ -44,9 +43,14 @@ public:
     static bool isRunning();
 
 private:
-    void serve(QLocalSocket* client);
+    class Client;
+    void acceptClients();
+    void stopListening();
 
     int m_lockFd = -1;
-    QLocalServer* m_server = nullptr;
+    // The listening socket and its path, while this instance takes requests.
+    int m_serverFd = -1;
+    QByteArray m_socketPath;
+    QSocketNotifier* m_serverNotifier = nullptr;
     Handler m_handler;
 };

@@ -8,6 +8,8 @@
 #include <QApplication>
 #include <cstdio>
 #include <cstdlib>
+#include <fontconfig/fontconfig.h>
+#include <thread>
 
 int main(int argc, char* argv[])
 {
@@ -42,6 +44,10 @@ int main(int argc, char* argv[])
                              "WAYLAND_DISPLAY is set.\n");
         return 1;
     }
+    // Reading the system's font configuration is the largest single part of the start-up and
+    // needs nothing from Qt: it runs beside the connection to the display and the set-up of the
+    // desktop backends, and is done when the main window lays out its first text.
+    std::jthread fontSetUp([] { FcInit(); });
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillet"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLET_VERSION));
@@ -53,6 +59,7 @@ int main(int argc, char* argv[])
     int forwardedStatus = 0;
     if (!app.becomeTheRunningInstance(forwardedStatus))
         return forwardedStatus;
+    fontSetUp.join();
     app.start(!commandLine.hidden);
     const int status = QApplication::exec();
     DefaultsStore::standard().flush();

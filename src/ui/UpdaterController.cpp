@@ -1,14 +1,16 @@
-// Feed download with QNetworkAccessManager, parsing on a worker thread; never blocks the
+// Feed download through the network plugin, parsing on a worker thread; never blocks the
 // interface. What the server sends is bounded in size and never interpreted as markup.
 #include "UpdaterController.h"
 
+#include "FeedDownloader.h"
 #include "core/UpdateFeed.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
+#include <QFileInfo>
 #include <QFutureWatcher>
 #include <QMessageBox>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QPluginLoader>
 #include <QPointer>
 #include <QPromise>
 #include <QPushButton>
@@ -18,6 +20,12 @@
 
 #ifndef QUILLET_UPDATE_FEED
 #define QUILLET_UPDATE_FEED ""
+#endif
+#ifndef QUILLET_PLUGIN_DIR
+#define QUILLET_PLUGIN_DIR ""
+#endif
+#ifndef QUILLET_PLUGIN_SUBDIR
+#define QUILLET_PLUGIN_SUBDIR "lib/quillet/plugins"
 #endif
 #ifndef QUILLET_VERSION
 #define QUILLET_VERSION "0.0.0"
@@ -40,6 +48,40 @@ QString shortened(const QString& text)
             c = u' ';
     }
     return plain.size() > kMaxChars ? plain.left(kMaxChars) + QChar(0x2026) : plain;
+}
+
+// The download plugin, loaded at the first check and kept for the rest of the run. Looked up in
+// QUILLET_PLUGIN_DIR when set, beside the executable in the build tree, then where it is
+// installed: beside the program's own prefix (a package installs elsewhere than the build's
+// prefix), and under the build's prefix.
+FeedDownloader* feedDownloader(QString* whyNot)
+{
+    static FeedDownloader* loaded = nullptr;
+    if (loaded)
+        return loaded;
+    const QString fileName = QStringLiteral("feed-download.so");
+    const QString exeDir = QCoreApplication::applicationDirPath();
+    QStringList dirs{exeDir + QStringLiteral("/lib/quillet"),
+                     exeDir + QStringLiteral("/../" QUILLET_PLUGIN_SUBDIR),
+                     QStringLiteral(QUILLET_PLUGIN_DIR)};
+    if (const QString fromEnv = qEnvironmentVariable("QUILLET_PLUGIN_DIR"); !fromEnv.isEmpty())
+        dirs.prepend(fromEnv);
+    QStringList problems;
+    for (const QString& dir : std::as_const(dirs)) {
+        const QString path = dir + u'/' + fileName;
+        if (dir.isEmpty() || !QFileInfo::exists(path))
+            continue;
+        // The library stays loaded when the loader goes: it only names it.
+        QPluginLoader loader(path);
+        if (auto* downloader = qobject_cast<FeedDownloader*>(loader.instance()))
+            return loaded = downloader;
+        problems.append(loader.errorString());
+    }
+    if (problems.isEmpty())
+        problems.append(
+            QStringLiteral("%1 is in none of %2").arg(fileName, dirs.join(QStringLiteral(", "))));
+    *whyNot = problems.join(QStringLiteral("; "));
+    return nullptr;
 }
 
 } // namespace
@@ -108,61 +150,51 @@ void UpdaterController::checkForUpdates(QWidget* dialogParent)
         report(false, tr("No update feed is configured for this build."), {});
         return;
     }
+    QString whyNot;
+    FeedDownloader* downloader = feedDownloader(&whyNot);
+    if (!downloader) {
+        report(false, tr("Could not check for updates: %1").arg(shortened(whyNot)), {});
+        return;
+    }
     m_busy = true;
-    QNetworkRequest request(m_feed);
-    request.setTransferTimeout(15000);
-    // Made at the first check: the network stack costs start-up time the window needs.
-    if (!m_network)
-        m_network = new QNetworkAccessManager(this);
-    QNetworkReply* reply = m_network->get(request);
-    auto body = std::make_shared<QByteArray>();
-    auto tooLarge = std::make_shared<bool>(false);
-    connect(reply, &QNetworkReply::readyRead, this, [reply, body, tooLarge] {
-        if (*tooLarge)
+    constexpr int kTransferTimeoutMs = 15000;
+    downloader->fetch(m_feed, UpdateFeed::kMaxFeedBytes, kTransferTimeoutMs, this,
+                      [this](const FeedDownloader::Result& result) { parseFeed(result); });
+}
+
+void UpdaterController::parseFeed(const FeedDownloader::Result& result)
+{
+    if (result.outcome == FeedDownloader::Result::Outcome::tooLarge) {
+        report(false,
+               tr("The update feed is larger than %1 KB and was not read.")
+                   .arg(UpdateFeed::kMaxFeedBytes / 1024),
+               {});
+        return;
+    }
+    if (result.outcome == FeedDownloader::Result::Outcome::failed) {
+        report(false, tr("Could not check for updates: %1").arg(shortened(result.error)), {});
+        return;
+    }
+    // Parsing a large document takes a moment: off the interface thread.
+    auto promise = std::make_shared<QPromise<Parsed>>();
+    auto* watcher = new QFutureWatcher<Parsed>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const Parsed parsed = watcher->result();
+        if (!parsed.newest) {
+            report(false, shortened(parsed.error), {});
             return;
-        body->append(reply->read(UpdateFeed::kMaxFeedBytes + 1 - body->size()));
-        if (body->size() > UpdateFeed::kMaxFeedBytes) {
-            *tooLarge = true;
-            body->clear();
-            reply->abort();
         }
+        const auto verdict = UpdateFeed::compare(
+            QVersionNumber::fromString(QStringLiteral(QUILLET_VERSION)), *parsed.newest);
+        report(verdict.newer, verdict.message, parsed.newest->link);
     });
-    connect(reply, &QNetworkReply::finished, this, [this, reply, body, tooLarge] {
-        reply->deleteLater();
-        if (*tooLarge) {
-            report(false,
-                   tr("The update feed is larger than %1 KB and was not read.")
-                       .arg(UpdateFeed::kMaxFeedBytes / 1024),
-                   {});
-            return;
-        }
-        if (reply->error() != QNetworkReply::NoError) {
-            report(false,
-                   tr("Could not check for updates: %1").arg(shortened(reply->errorString())), {});
-            return;
-        }
-        body->append(reply->read(UpdateFeed::kMaxFeedBytes + 1 - body->size()));
-        // Parsing a large document takes a moment: off the interface thread.
-        auto promise = std::make_shared<QPromise<Parsed>>();
-        auto* watcher = new QFutureWatcher<Parsed>(this);
-        connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
-            watcher->deleteLater();
-            const Parsed parsed = watcher->result();
-            if (!parsed.newest) {
-                report(false, shortened(parsed.error), {});
-                return;
-            }
-            const auto verdict = UpdateFeed::compare(
-                QVersionNumber::fromString(QStringLiteral(QUILLET_VERSION)), *parsed.newest);
-            report(verdict.newer, verdict.message, parsed.newest->link);
-        });
-        watcher->setFuture(promise->future());
-        QThreadPool::globalInstance()->start([promise, bytes = *body] {
-            promise->start();
-            Parsed parsed;
-            parsed.newest = UpdateFeed::newestRelease(bytes, &parsed.error);
-            promise->addResult(parsed);
-            promise->finish();
-        });
+    watcher->setFuture(promise->future());
+    QThreadPool::globalInstance()->start([promise, bytes = result.body] {
+        promise->start();
+        Parsed parsed;
+        parsed.newest = UpdateFeed::newestRelease(bytes, &parsed.error);
+        promise->addResult(parsed);
+        promise->finish();
     });
 }

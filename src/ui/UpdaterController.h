@@ -1,11 +1,12 @@
 // "Check for Updates…": reads the update feed in the background and tells the user.
 #pragma once
 
+#include "FeedDownloader.h"
+
 #include <QObject>
 #include <QUrl>
 
 class QMessageBox;
-class QNetworkAccessManager;
 class QWidget;
 
 class UpdaterController final : public QObject {
@@ -29,9 +30,9 @@ signals:
     void finished(bool newer, const QString& message, const QUrl& link);
 
 private:
+    void parseFeed(const FeedDownloader::Result& result);
     void report(bool newer, const QString& message, const QUrl& link);
 
     QUrl m_feed;
-    QNetworkAccessManager* m_network = nullptr;
     bool m_busy = false;
 };
