@@ -165,28 +165,12 @@ explained() { # BANNER-TEXT
 
 resolution() {
   qd_section "$desktop: a display mode switched and put back"
-  size() { xrandr | sed -n 's/^Screen 0:.* current \([0-9]*\) x \([0-9]*\),.*/\1x\2/p'; }
-  qd_driver_start "$desktop-displays" "$displays_driver"
-  qd_check_eq "1280x720 is offered" applied "$(qd_drive apply 1280x720)"
-  qd_wait_eq 10 "the new mode in xrandr" 1280x720 size
-  qd_check "${programs[*]} still run in the new mode" programs_run
-  qd_drive restore >/dev/null
-  qd_wait_eq 10 "the start-up mode back" 1920x1080 size
-  qd_driver_quit
+  qd_check_mode_round_trip "$displays_driver" "${programs[@]}"
 }
 
-snapping() { # VISIBLE-Y VISIBLE-HEIGHT (the space the panels leave)
+snapping() {
   qd_section "$desktop: a window snapped to the halves of the space the panels leave"
-  local sample_pid id
-  qd_launch sample_pid "$QD_TMP/sample-$desktop.log" "$QD_PYTHON" "$QD_SUPPORT/sample_windows.py" \
-    --class sample-notes "Notes@500x300+300+300"
-  qd_wait_for 15 "the sample window" qd_window_by_name '^Notes$' || { qd_fail "no sample window"; return; }
-  id=$(qd_window_by_name '^Notes$')
-  "$window_driver" select "$id" arrange leftHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
-  qd_wait_eq 5 "the outer frame on the left half" "0 $1 960 $2" qd_outer_frame "$id"
-  "$window_driver" select "$id" arrange rightHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
-  qd_wait_eq 5 "the outer frame on the right half" "960 $1 960 $2" qd_outer_frame "$id"
-  qd_stop_process "$sample_pid" TERM 5
+  qd_check_snapping "$window_driver"
 }
 
 desktop=GNOME schema=org.gnome.desktop.background programs=(gnome-shell)
@@ -196,7 +180,7 @@ pictures
 cover
 explained "Icons: “Hide” has no effect on GNOME: GNOME Shell draws no desktop icons."$'\n'"Menu bar: “Hide items” has no effect on GNOME: GNOME Shell draws its panels itself, and Quillet finds no panel window to cover."
 resolution
-snapping 32 1048
+snapping
 qd_check "gnome-shell still runs at the end" programs_run
 qd_stop_desktop
 
@@ -207,7 +191,7 @@ pictures
 cover
 explained "Icons: “Hide” has no effect on Cinnamon: no program draws icons on this desktop."$'\n'"Menu bar: “Hide items” has no effect on Cinnamon: Cinnamon draws its panels itself, and Quillet finds no panel window to cover."
 resolution
-snapping 0 1040
+snapping
 qd_check "cinnamon and its background daemon still run at the end" programs_run
 qd_stop_desktop
 qd_finish

@@ -27,15 +27,17 @@
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
-# Usage: other_desktops_test.sh PATH-TO-QUILLET
+# Usage: other_desktops_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER
 set -uo pipefail
 
 source "$(dirname "$0")/../support/desktop/lib.sh"
 
-QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET}
+QD_QUILLET=${1:?usage: other_desktops_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 atspi=("$QD_PYTHON" "$(dirname "$0")/atspi_drive.py")
 driver=${QUILLET_WALLPAPER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_wallpaper_driver}
 cover_driver=${QUILLET_COVER_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_cover_driver}
+window_driver=${QUILLET_WINDOW_DRIVER:-$(dirname "$QD_QUILLET")/tests/integration/driver/quillet_window_driver}
+displays_driver=${2:?usage: other_desktops_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 
 qd_init other_desktops
 for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm; do
@@ -80,7 +82,16 @@ openbox_tint2() {
   qd_check "no root record is left" test ! -e "$(support_dir)/desktop-root.json"
   qd_check "tint2 still runs after quitting" qd_runs_here tint2
   popovers_off_the_taskbar
+  modes_and_halves "openbox + tint2" openbox tint2
   qd_stop_desktop
+}
+
+# Resolution and window snapping go through RandR and the window manager's EWMH on every
+# desktop: checked under each one's own window manager and panels.
+modes_and_halves() { # DESKTOP PROGRAM...
+  qd_section "$1: a display mode switched and put back, a window snapped to halves"
+  qd_check_mode_round_trip "$displays_driver" "${@:2}"
+  qd_check_snapping "$window_driver"
 }
 
 # Our windows in the window manager's client list that a taskbar lists: tint2 leaves out those
@@ -219,6 +230,7 @@ mate() {
   gsettings reset org.mate.caja.desktop trash-icon-visible
   gsettings reset org.mate.background primary-color
   colour_shown_on_mate
+  modes_and_halves MATE marco mate-panel caja
   qd_check "caja still runs after the program quit" qd_runs_here caja
   mate_panel_cover
   qd_stop_desktop
@@ -336,6 +348,7 @@ lxde() {
   lxpanel_cover
   qd_check "pcmanfm still runs at the end" qd_runs_here pcmanfm
   qd_check "lxpanel still runs at the end" qd_runs_here lxpanel
+  modes_and_halves LXDE openbox lxpanel pcmanfm
   qd_stop_desktop
 }
 

@@ -189,6 +189,43 @@ qd_runs_here() { # NAME
 
 # One user's programs share one dconf database: the test's private home reads and writes the
 # desktop's (call after qd_new_home).
+# The display mode switched to 1280x720 through the displays driver and put back, with the
+# named programs of the desktop still running in the new mode.
+qd_check_mode_round_trip() { # DISPLAYS-DRIVER PROGRAM...
+  local before program
+  qd_screen_size() { xrandr | sed -n 's/^Screen 0:.* current \([0-9]*\) x \([0-9]*\),.*/\1x\2/p'; }
+  before=$(qd_screen_size)
+  # A driver name of its own: a name used before keeps its earlier answers.
+  qd_driver_start "displays-$(date +%s%N)" "$1"
+  qd_check_eq "1280x720 is offered" applied "$(qd_drive apply 1280x720)"
+  qd_wait_eq 10 "the new mode in xrandr" 1280x720 qd_screen_size
+  for program in "${@:2}"; do
+    qd_check "$program still runs in the new mode" qd_runs_here "$program"
+  done
+  qd_drive restore >/dev/null
+  qd_wait_eq 10 "the start-up mode back" "$before" qd_screen_size
+  qd_driver_quit
+}
+
+# A sample window snapped by the window driver to the left and right halves of the work area
+# the window manager announces (the space its panels leave), read back as its outer frame.
+qd_check_snapping() { # WINDOW-DRIVER
+  local sample_pid id area x y w h
+  area=$(xprop -root _NET_WORKAREA | sed -n 's/.*= //p' | tr -d , | cut -d' ' -f1-4)
+  read -r x y w h <<<"$area"
+  qd_launch sample_pid "$QD_TMP/sample-snapping.log" "$QD_PYTHON" "$QD_SUPPORT/sample_windows.py" \
+    --class sample-notes "Notes@500x300+300+300"
+  qd_wait_for 15 "the sample window" qd_window_by_name '^Notes$' || { qd_fail "no sample window"; return; }
+  id=$(qd_window_by_name '^Notes$')
+  "$1" select "$id" arrange leftHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
+  qd_wait_eq 5 "the outer frame on the left half of the work area $area" \
+    "$x $y $((w / 2)) $h" qd_outer_frame "$id"
+  "$1" select "$id" arrange rightHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
+  qd_wait_eq 5 "the outer frame on the right half of the work area $area" \
+    "$((x + w / 2)) $y $((w / 2)) $h" qd_outer_frame "$id"
+  qd_stop_process "$sample_pid" TERM 5
+}
+
 qd_share_desktop_dconf() {
   ln -s "$QD_DESKTOP_STATE/config/dconf" "$XDG_CONFIG_HOME/dconf"
   ln -s "$QD_DESKTOP_STATE/runtime/dconf" "$XDG_RUNTIME_DIR/dconf"
