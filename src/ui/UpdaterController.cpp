@@ -17,6 +17,7 @@
 #include <QThreadPool>
 #include <QVersionNumber>
 #include <memory>
+#include <utility>
 
 #ifndef QUILLET_UPDATE_FEED
 #define QUILLET_UPDATE_FEED ""
@@ -54,9 +55,11 @@ QString shortened(const QString& text)
 // QUILLET_PLUGIN_DIR when set, beside the executable in the build tree, then where it is
 // installed: beside the program's own prefix (a package installs elsewhere than the build's
 // prefix), and under the build's prefix.
+FeedDownloader* loaded = nullptr;
+QObject* loadedObject = nullptr;
+
 FeedDownloader* feedDownloader(QString* whyNot)
 {
-    static FeedDownloader* loaded = nullptr;
     if (loaded)
         return loaded;
     const QString fileName = QStringLiteral("feed-download.so");
@@ -73,8 +76,18 @@ FeedDownloader* feedDownloader(QString* whyNot)
             continue;
         // The library stays loaded when the loader goes: it only names it.
         QPluginLoader loader(path);
-        if (auto* downloader = qobject_cast<FeedDownloader*>(loader.instance()))
+        if (auto* downloader = qobject_cast<FeedDownloader*>(loader.instance())) {
+            // The plugin's object, and the network manager it made, go before the application
+            // does: the manager's connection thread must end while the event loops still exist.
+            // The library itself stays mapped.
+            qAddPostRoutine([] {
+                if (QObject* object = std::exchange(loadedObject, nullptr))
+                    delete object;
+                loaded = nullptr;
+            });
+            loadedObject = loader.instance();
             return loaded = downloader;
+        }
         problems.append(loader.errorString());
     }
     if (problems.isEmpty())
