@@ -210,20 +210,28 @@ qd_check_mode_round_trip() { # DISPLAYS-DRIVER PROGRAM...
 # A sample window snapped by the window driver to the left and right halves of the work area
 # the window manager announces (the space its panels leave), read back as its outer frame.
 qd_check_snapping() { # WINDOW-DRIVER
-  local sample_pid id area x y w h
-  area=$(xprop -root _NET_WORKAREA | sed -n 's/.*= //p' | tr -d , | cut -d' ' -f1-4)
-  read -r x y w h <<<"$area"
+  local sample_pid id
   qd_launch sample_pid "$QD_TMP/sample-snapping.log" "$QD_PYTHON" "$QD_SUPPORT/sample_windows.py" \
     --class sample-notes "Notes@500x300+300+300"
   qd_wait_for 15 "the sample window" qd_window_by_name '^Notes$' || { qd_fail "no sample window"; return; }
   id=$(qd_window_by_name '^Notes$')
   "$1" select "$id" arrange leftHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
-  qd_wait_eq 5 "the outer frame on the left half of the work area $area" \
-    "$x $y $((w / 2)) $h" qd_outer_frame "$id"
+  qd_check "the outer frame on the left half of the work area" \
+    qd_wait_for 5 "the left half" qd_frame_on_half "$id" left
   "$1" select "$id" arrange rightHalf >/dev/null 2>>"$QD_TMP/window-driver.log"
-  qd_wait_eq 5 "the outer frame on the right half of the work area $area" \
-    "$((x + w / 2)) $y $((w / 2)) $h" qd_outer_frame "$id"
+  qd_check "the outer frame on the right half of the work area" \
+    qd_wait_for 5 "the right half" qd_frame_on_half "$id" right
   qd_stop_process "$sample_pid" TERM 5
+}
+# The window's outer frame is that half of the work area; the work area is read each time, as
+# some window managers announce their panels' space a moment after the panel appears.
+qd_frame_on_half() { # WINDOW-ID left|right
+  local x y w h want got
+  read -r x y w h <<<"$(xprop -root _NET_WORKAREA | sed -n 's/.*= //p' | tr -d , | cut -d' ' -f1-4)"
+  if [ "$2" = left ]; then want="$x $y $((w / 2)) $h"; else want="$((x + w / 2)) $y $((w / 2)) $h"; fi
+  got=$(qd_outer_frame "$1")
+  qd_log "work area $x $y $w $h: frame $got, $2 half $want"
+  [ "$got" = "$want" ]
 }
 
 qd_share_desktop_dconf() {
