@@ -19,6 +19,9 @@ public:
 
     virtual ~CommandOutput() = default;
     virtual Output run(const QString& program, const QStringList& arguments) = 0;
+    // The same with `input` on the tool's standard input.
+    virtual Output runWithInput(const QString& program, const QStringList& arguments,
+                                const QByteArray& input) = 0;
     // Hands the output to `done` on `context`'s thread; nothing is called once `context` is
     // gone.
     virtual void runAsync(QObject* context, const QString& program, const QStringList& arguments,
@@ -28,6 +31,8 @@ public:
 class QtCommandOutput final : public CommandOutput {
 public:
     Output run(const QString& program, const QStringList& arguments) override;
+    Output runWithInput(const QString& program, const QStringList& arguments,
+                        const QByteArray& input) override;
     void runAsync(QObject* context, const QString& program, const QStringList& arguments,
                   std::function<void(Output)> done) override;
 };

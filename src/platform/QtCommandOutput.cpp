@@ -24,13 +24,23 @@ CommandOutput::Output outputOf(QProcess& process, const QString& program)
 
 CommandOutput::Output QtCommandOutput::run(const QString& program, const QStringList& arguments)
 {
+    return runWithInput(program, arguments, {});
+}
+
+CommandOutput::Output QtCommandOutput::runWithInput(const QString& program,
+                                                    const QStringList& arguments,
+                                                    const QByteArray& input)
+{
     QProcess process;
-    process.start(program, arguments, QIODevice::ReadOnly);
+    process.start(program, arguments);
     if (!process.waitForStarted(kRunTimeoutMs)) {
         qCDebug(lcProcess, "cannot run %s: %s", qUtf8Printable(program),
                 qUtf8Printable(process.errorString()));
         return std::nullopt;
     }
+    if (!input.isEmpty())
+        process.write(input);
+    process.closeWriteChannel();
     if (!process.waitForFinished(kRunTimeoutMs)) {
         qCDebug(lcProcess, "%s did not finish in %d ms; stopped", qUtf8Printable(program),
                 kRunTimeoutMs);

@@ -70,6 +70,28 @@ public:
             db.insert(path, arguments.value(3));
         return QByteArray();
     }
+    // `dconf load FOLDER`: the keyfile on standard input, in one change.
+    Output runWithInput(const QString& program, const QStringList& arguments,
+                        const QByteArray& input) override
+    {
+        if (arguments.value(0) != QLatin1String("load"))
+            return run(program, arguments);
+        calls.append(QFileInfo(program).fileName() + u' ' + arguments.join(u' ') + u' ' +
+                     QString::fromUtf8(input).simplified());
+        if (!failing.isEmpty() && calls.last().contains(failing))
+            return std::nullopt;
+        QString section;
+        for (const QByteArray& raw : input.split('\n')) {
+            const QString line = QString::fromUtf8(raw).trimmed();
+            if (line.startsWith(u'[')) {
+                section = line.mid(1, line.size() - 2);
+                section = section == QLatin1String("/") ? QString() : section + u'/';
+            } else if (const qsizetype equals = line.indexOf(u'='); equals > 0) {
+                db.insert(arguments[1] + section + line.left(equals), line.mid(equals + 1));
+            }
+        }
+        return QByteArray();
+    }
     void runAsync(QObject*, const QString& program, const QStringList& arguments,
                   std::function<void(Output)> done) override
     {
@@ -144,7 +166,7 @@ TEST_F(GSettingsFixture, recordsBeforeTheFirstChangeAndPutsBackExactly)
     ASSERT_TRUE(pictures.rememberDesktop(left));
     ASSERT_TRUE(pictures.rememberDesktop(right));
     EXPECT_TRUE(QFile::exists(recordPath()));
-    EXPECT_FALSE(tools.calls.join(u'\n').contains(QLatin1String("gsettings set")));
+    EXPECT_FALSE(tools.calls.join(u'\n').contains(QLatin1String("dconf load")));
 
     const QString colour =
         solidPicture(recordDir, QStringLiteral("quillet-color-1.png"), QColor(0xD3, 0x54, 0x00));
@@ -156,10 +178,21 @@ TEST_F(GSettingsFixture, recordsBeforeTheFirstChangeAndPutsBackExactly)
     EXPECT_EQ(tools.db.value(mate + QStringLiteral("color-shading-type")),
               QStringLiteral("'solid'"));
     EXPECT_EQ(tools.db.value(mate + QStringLiteral("picture-opacity")), QStringLiteral("100"));
-    // The picture is written after its style, and an unchanged key is not written again.
-    const QStringList sets = tools.calls.filter(QStringLiteral("gsettings set"));
-    EXPECT_TRUE(sets.last().contains(QLatin1String("picture-filename")));
-    EXPECT_EQ(sets.filter(QStringLiteral("picture-options")).size(), 1);
+    // The picture and its style in one change (one redraw), and the same picture for the
+    // second monitor is no change at all.
+    const QStringList loads = tools.calls.filter(QStringLiteral("dconf load"));
+    ASSERT_EQ(loads.size(), 1);
+    EXPECT_TRUE(loads[0].contains(QLatin1String("picture-filename=")));
+    EXPECT_TRUE(loads[0].contains(QLatin1String("picture-options='zoom'")));
+    // Only what changed goes in the next one.
+    const QString other =
+        solidPicture(recordDir, QStringLiteral("quillet-color-2.png"), QColor(0x11, 0x22, 0x33));
+    ASSERT_TRUE(pictures.setDesktopPicture(left, other));
+    ASSERT_TRUE(pictures.setDesktopPicture(right, other));
+    const QStringList later = tools.calls.filter(QStringLiteral("dconf load")).mid(1);
+    ASSERT_FALSE(later.isEmpty());
+    EXPECT_TRUE(later.last().contains(QLatin1String("primary-color='#112233'")));
+    EXPECT_FALSE(later.join(u'\n').contains(QLatin1String("picture-opacity")));
 
     EXPECT_EQ(pictures.restoreDesktop(left), PictureRestore::restored);
     // The keys went back with the first monitor: one picture for all.
@@ -201,8 +234,8 @@ TEST_F(GSettingsFixture, failuresChangeNothingAndKeepTheRecord)
 
     tools.failing.clear();
     ASSERT_TRUE(pictures.rememberDesktop(left));
-    // A picture the schema refuses says so.
-    tools.failing = QStringLiteral("set org.mate.background picture-filename");
+    // A picture dconf does not take says so.
+    tools.failing = QStringLiteral("dconf load");
     EXPECT_FALSE(pictures.setDesktopPicture(left, QStringLiteral("/tmp/ours.png")));
     tools.failing = QStringLiteral("dconf write");
     EXPECT_EQ(pictures.restoreDesktop(left), PictureRestore::failed);

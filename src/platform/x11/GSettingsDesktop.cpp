@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
+#include <QMap>
 #include <QMutexLocker>
 #include <QPainter>
 #include <QUrl>
@@ -286,18 +287,28 @@ PictureRestore GSettingsDesktopPictures::restoreDesktop(const ScreenInfo& screen
     return PictureRestore::restored;
 }
 
-bool GSettingsDesktopPictures::set(const QString& key, const QString& gvariant)
+bool GSettingsDesktopPictures::write(const QList<std::pair<QString, QString>>& values)
 {
-    if (m_written.value(key) == gvariant)
+    // dconf's keyfile form: the folder's own keys under [/], a child schema's under [sub].
+    QMap<QString, QString> sections;
+    QList<std::pair<QString, QString>> changed;
+    for (const auto& [key, value] : values) {
+        if (m_written.value(key) == value)
+            continue;
+        const qsizetype slash = key.lastIndexOf(u'/');
+        const QString section = slash < 0 ? QStringLiteral("/") : key.left(slash);
+        sections[section] += key.mid(slash + 1) + u'=' + value + u'\n';
+        changed.append({key, value});
+    }
+    if (changed.isEmpty())
         return true;
-    // "sub/key" is a key of the child schema kept in the folder below.
-    const qsizetype slash = key.lastIndexOf(u'/');
-    const QString schema =
-        slash < 0 ? m_keys.schema
-                  : m_keys.schema + u'.' + QString(key.left(slash)).replace(u'/', u'.');
-    if (!m_tools.run(kGsettings, {QStringLiteral("set"), schema, key.mid(slash + 1), gvariant}))
+    QByteArray text;
+    for (auto it = sections.cbegin(); it != sections.cend(); ++it)
+        text += (u'[' + it.key() + QStringLiteral("]\n") + it.value() + u'\n').toUtf8();
+    if (!m_tools.runWithInput(kDconf, {QStringLiteral("load"), m_keys.folder}, text))
         return false;
-    m_written.insert(key, gvariant);
+    for (const auto& [key, value] : changed)
+        m_written.insert(key, value);
     return true;
 }
 
@@ -350,25 +361,24 @@ bool GSettingsDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const
         if (picture.isEmpty())
             return false;
     }
-    bool ok = true;
-    for (const auto& [key, value] : m_keys.fixedValues)
-        ok = ok && set(key, value);
+    QList<std::pair<QString, QString>> values = m_keys.fixedValues;
     // A colour of ours is the desktop's colour too: what shows around and under the picture.
     if (onePicture && QFileInfo(path).fileName().startsWith(kColorPrefix)) {
         const QImage colour(path);
         if (!colour.isNull()) {
             const QString hex = GVariantText::quoted(colour.pixelColor(0, 0).name().toUpper());
-            ok = ok && set(kShadingKey, QStringLiteral("'solid'")) && set(kPrimaryKey, hex) &&
-                 set(kSecondaryKey, hex);
+            values.append({{kShadingKey, QStringLiteral("'solid'")},
+                           {kPrimaryKey, hex},
+                           {kSecondaryKey, hex}});
         }
     }
-    ok = ok && set(kOptionsKey, GVariantText::quoted(options));
-    // The picture last, so it is never drawn in the style it had before.
+    values.append({kOptionsKey, GVariantText::quoted(options)});
     const QString value = GVariantText::quoted(
         m_keys.pictureIsUri ? QUrl::fromLocalFile(picture).toString(QUrl::FullyEncoded) : picture);
-    ok = ok && set(m_keys.pictureKey, value);
+    values.append({m_keys.pictureKey, value});
     if (!m_keys.darkPictureKey.isEmpty())
-        ok = ok && set(m_keys.darkPictureKey, value);
+        values.append({m_keys.darkPictureKey, value});
+    const bool ok = write(values);
     // The composed picture before is no longer shown.
     if (!onePicture) {
         if (!m_lastComposed.isEmpty() && m_lastComposed != picture)

@@ -3,9 +3,12 @@
 // Cinnamon (org.cinnamon.desktop.background). One backend, a key table per desktop.
 //
 // The settings are read and written with the `gsettings` and `dconf` tools rather than through
-// libgio, which would add to the program's start-up for every desktop. Our own values go through
-// `gsettings set`, which checks them against the installed schema; what the user had is read
-// with `dconf`, which alone tells a key the user never set from one set to its default, and is
+// libgio, which would add to the program's start-up for every desktop. The keys of one picture of
+// ours go in one `dconf load` of the folder: one change, drawn once. Written a key at a time,
+// each key was a redraw of its own: Cinnamon's settings daemon replaced the root pixmap several
+// times per picture, and after quick changes Cinnamon's compositor could stay on an earlier
+// picture, or black, while the root pixmap held the last. What the user had is read with
+// `dconf`, which alone tells a key the user never set from one set to its default, and is
 // written back with `dconf write` (the exact text read) or `dconf reset` (unset again).
 #pragma once
 
@@ -81,7 +84,9 @@ private:
     static QString monitorKey(const ScreenInfo& screen);
     // The keys the user has set, as dconf prints them; none when dconf cannot be read.
     std::optional<QHash<QString, QString>> userValues() const;
-    bool set(const QString& key, const QString& gvariant);
+    // The values ("key" or "sub/key", GVariant text) that differ from what this run wrote last,
+    // in one change; true when nothing needed writing.
+    bool write(const QList<std::pair<QString, QString>>& values);
     QString composeSpanned();
 
     const GSettingsDesktopKeys& m_keys;
