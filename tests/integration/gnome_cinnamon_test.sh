@@ -8,7 +8,8 @@
 #   own background on the screen;
 # - both shells draw their panels on their own stage, where no panel window shows: "Hide bar"
 #   puts up no mask (GNOME's top bar keeps its items) and the main window says why the cover
-#   cannot work there; twenty cover and colour changes later the desktop's programs still run;
+#   cannot work there; twenty quick cover and colour changes end on the last colour (on Cinnamon
+#   in the root pixmap its daemon draws too) and the desktop's programs still run;
 #   a driver that quits without putting the picture back leaves a record the next run puts back;
 # - the main window, icons hidden, says why that cannot work (GNOME Shell draws no desktop icons;
 #   no program draws them on Cinnamon without nemo) and shows the chosen colour;
@@ -129,9 +130,9 @@ cover() {
     qd_drive colour "$(printf '#%02X5400' $((i * 10)))" >/dev/null
   done
   qd_drive settle >/dev/null
-  # Cinnamon's background daemon has been seen to end on a black background after changes
-  # this quick (one run in three): only GNOME's background is read back here.
-  [ "$desktop" != GNOME ] || qd_wait_eq 15 "the last of twenty colours on $desktop's background" C85400 centre
+  qd_wait_eq 15 "the last of twenty colours on $desktop's background" C85400 centre
+  # One change per picture: the root pixmap Cinnamon's daemon draws holds the same colour.
+  [ "$desktop" = GNOME ] || qd_check_eq "the last colour in Cinnamon's root pixmap" C85400 "$(qd_xprobe root-pixel 960 600)"
   qd_check "${programs[*]} still run after twenty cover and colour changes" programs_run
   qd_drive cover keep >/dev/null
   qd_drive settle >/dev/null

@@ -8,6 +8,8 @@
 #   xprobe.py tray-icons             viewable XEmbed icons docked in the tray of _NET_SYSTEM_TRAY_S0
 #   xprobe.py close WINDOW           asks the window manager to close WINDOW (_NET_CLOSE_WINDOW,
 #                                    as a taskbar's "Close" does)
+#   xprobe.py root-pixel X Y         RRGGBB of the root pixmap (_XROOTPMAP_ID) at X,Y (exit 1
+#                                    when there is none), what a desktop's daemon drew there
 #
 # Window lines read: "0x<id> pid=<pid or 0> x=<root x> y=<root y> w=<width> h=<height> name=<name>".
 import ctypes
@@ -60,6 +62,11 @@ xlib.XTranslateCoordinates.argtypes = [
     ctypes.c_void_p, Window, Window, ctypes.c_int, ctypes.c_int,
     ctypes.POINTER(ctypes.c_int), ctypes.POINTER(ctypes.c_int), ctypes.POINTER(Window)]
 xlib.XFree.argtypes = [ctypes.c_void_p]
+xlib.XGetImage.restype = ctypes.c_void_p
+xlib.XGetImage.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_int, ctypes.c_int,
+                           ctypes.c_uint, ctypes.c_uint, ctypes.c_ulong, ctypes.c_int]
+xlib.XGetPixel.restype = ctypes.c_ulong
+xlib.XGetPixel.argtypes = [ctypes.c_void_p, ctypes.c_int, ctypes.c_int]
 
 
 class XClientMessageEvent(ctypes.Structure):
@@ -191,6 +198,15 @@ def main(argv):
         if not check or d.prop_longs(check[0], "_NET_SUPPORTING_WM_CHECK") != check[:1]:
             return 1
         print(d.name(check[0]))
+        return 0
+    if command == "root-pixel":
+        pixmap = d.prop_longs(d.root, "_XROOTPMAP_ID")
+        # One pixel, all planes, ZPixmap (2).
+        image = pixmap and xlib.XGetImage(d.dpy, pixmap[0], int(argv[2]), int(argv[3]), 1, 1,
+                                          0xFFFFFFFF, 2)
+        if not image:
+            return 1
+        print("%06X" % (xlib.XGetPixel(image, 0, 0) & 0xFFFFFF))
         return 0
     if command == "close":
         event = XEvent()
