@@ -226,6 +226,11 @@ void WallpaperController::run(const PicturePass& pass)
     if (pass.choice != m_pass.choice)
         m_decoded.clear();
     m_pass = pass;
+    // A picture replaced by the pass before goes only now: the desktop has shown its successor
+    // since. Removed while the desktop still showed it, the desktop's file watch drew it again
+    // (on Cinnamon a root pixmap more, right before the next one).
+    for (const QString& retired : std::exchange(m_retired, {}))
+        QFile::remove(retired);
     if (pass.kind == PicturePass::Kind::show) {
         // Read here rather than when asked: the window list waits on the X server, and the
         // appearance may take a bus call and a child process (once per pass, not per monitor).
@@ -374,9 +379,8 @@ std::optional<QString> WallpaperController::renderSolidColor(const RgbColor& fil
         inSupportDir(kSolidColorPrefix + QString::number(m_colorSeq) + QStringLiteral(".png"));
     if (!writeFile(path, png))
         return std::nullopt;
-    // The desktop caches pictures by location: the old file goes only once the new one exists.
     if (m_lastColorURL)
-        QFile::remove(*m_lastColorURL);
+        m_retired.append(*m_lastColorURL);
     m_lastColorURL = path;
     return path;
 }
@@ -578,7 +582,7 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     if (!writeFile(path, jpeg))
         return std::nullopt;
     if (previous != m_lastTinted.constEnd())
-        QFile::remove(*previous);
+        m_retired.append(*previous);
     m_lastTinted.insert(id, path);
     return path;
 }

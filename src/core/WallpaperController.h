@@ -21,6 +21,7 @@
 #include <QMutex>
 #include <QObject>
 #include <QSize>
+#include <QStringList>
 #include <QString>
 #include <atomic>
 #include <functional>
@@ -177,6 +178,8 @@ private:
     QHash<quint32, QString> m_lastTinted;
     qint64 m_colorSeq = 0;
     std::optional<QString> m_lastColorURL;
+    // Pictures of ours this pass replaced, removed when the next pass begins.
+    QStringList m_retired;
 
     QHash<QString, QImage> m_decoded;
     bool m_noticeGiven = false;

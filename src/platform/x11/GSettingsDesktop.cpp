@@ -12,6 +12,7 @@
 #include <QMap>
 #include <QMutexLocker>
 #include <QPainter>
+#include <QThread>
 #include <QUrl>
 #include <cmath>
 
@@ -138,7 +139,8 @@ const GSettingsDesktopKeys& GSettingsDesktopKeys::cinnamon()
         {{QStringLiteral("picture-opacity"), QStringLiteral("100")},
          {QStringLiteral("slideshow/slideshow-enabled"), QStringLiteral("false")}},
         QString(),
-        {}};
+        {},
+        2000};
     return keys;
 }
 
@@ -302,11 +304,19 @@ bool GSettingsDesktopPictures::write(const QList<std::pair<QString, QString>>& v
     }
     if (changed.isEmpty())
         return true;
+    // Called with m_lock held (a pass on the worker thread): the wait leaves it free.
+    if (const qint64 wait = m_lastChange.isValid() ? m_keys.changeGapMs - m_lastChange.elapsed() : 0;
+        wait > 0) {
+        m_lock.unlock();
+        QThread::msleep(quint64(wait));
+        m_lock.lock();
+    }
     QByteArray text;
     for (auto it = sections.cbegin(); it != sections.cend(); ++it)
         text += (u'[' + it.key() + QStringLiteral("]\n") + it.value() + u'\n').toUtf8();
     if (!m_tools.runWithInput(kDconf, {QStringLiteral("load"), m_keys.folder}, text))
         return false;
+    m_lastChange.start();
     for (const auto& [key, value] : changed)
         m_written.insert(key, value);
     return true;

@@ -17,6 +17,7 @@
 #include "platform/DesktopPictures.h"
 #include "platform/DesktopRecordFile.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonObject>
 #include <QMutex>
@@ -41,6 +42,10 @@ struct GSettingsDesktopKeys {
     // empty where the desktop keeps no icon setting that leaves its picture alone.
     QString iconFolder;
     QStringList iconKeys;
+    // The least time between two picture changes (0: none). Cinnamon's compositor blends each
+    // new root pixmap in over 1.5 s; one replaced again before that ended could stay on the
+    // screen (an earlier picture, or black) while the root held the last.
+    int changeGapMs = 0;
 
     // Every key a picture of ours may change: what the record holds.
     QStringList recordedKeys() const;
@@ -99,6 +104,8 @@ private:
     // What this run wrote last, so an unchanged key is not written (and redrawn) again.
     QHash<QString, QString> m_written;
     QString m_lastComposed;
+    // When this run last changed the keys.
+    QElapsedTimer m_lastChange;
     int m_composedSeq = 0;
     mutable QMutex m_lock;
 };
