@@ -437,7 +437,7 @@ const PcmanfmDialect& PcmanfmDialect::lxqt()
                                         {kColour, QStringLiteral("none")},
                                         {},
                                         true,
-                                        QStringLiteral("org.pcmanfm.PcmanfmQt")};
+                                        QStringLiteral("org.pcmanfm.PCManFM")};
     return dialect;
 }
 
