@@ -471,7 +471,7 @@ yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items
 # Whether the picture holds no icon: each column alike (a panel's background may shade from
 # top to bottom).
 columns_alike() { # PNG WIDTH
-  convert "$1" -crop 1x24+0+0 +repage -sample "$2x24!" "$QD_TMP/first-column.png" &&
+  convert "$1" +repage -crop 1x24+0+0 +repage -sample "$2x24!" "$QD_TMP/first-column.png" &&
     [ "$(compare -metric AE "$1" "$QD_TMP/first-column.png" null: 2>&1 | cut -d' ' -f1)" = 0 ]
 }
 
