@@ -221,7 +221,7 @@ public:
         for (const QString& dir : dirs.split(u':', Qt::SkipEmptyParts)) {
             if (const auto text =
                     readText(QStringLiteral("%1/%2/%3/").arg(dir, m_dialect.folder, profile) +
-                             m_dialect.fileName.arg(monitor)))
+                             m_dialect.fileOf(monitor)))
                 return *text;
         }
         // pcmanfm's own default: the desktop in its background colour.
@@ -453,7 +453,7 @@ PcmanfmDesktopPictures::~PcmanfmDesktopPictures() = default;
 
 QString PcmanfmDesktopPictures::settingsPath(const PcmanfmInstance& instance, int monitor) const
 {
-    return instance.profileDir + u'/' + m_dialect.fileName.arg(monitor);
+    return instance.profileDir + u'/' + m_dialect.fileOf(monitor);
 }
 
 std::optional<QString> PcmanfmDesktopPictures::desktopPicture(const ScreenInfo& screen) const

@@ -27,6 +27,10 @@ struct PcmanfmDialect {
     // ("%1" is the monitor's number).
     QString folder;
     QString fileName;
+    QString fileOf(int monitor) const
+    {
+        return fileName.contains(QLatin1String("%1")) ? fileName.arg(monitor) : fileName;
+    }
     QString section;
     QString pictureKey;
     QString modeKey;
