@@ -29,8 +29,8 @@
 #   picture mode; twenty picture and cover changes later pcmanfm-qt and lxqt-panel still run;
 #   quitting puts the user's picture on the screen and settings.conf back byte for byte; a
 #   pcmanfm-qt showing its plain colour is left alone, and the support line says so; on
-#   lxqt-panel "Hide items" finds both tray icons, covers only the hidden one's place and the
-#   clock keeps ticking;
+#   lxqt-panel both tray icons are found, the clock keeps ticking under "Hide items" and
+#   "Hide bar" covers the whole panel;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -499,6 +499,30 @@ panel_cover() { # DESKTOP PANEL-PROGRAM
   qd_check "$2 still runs after the cover" qd_runs_here "$2"
 }
 
+# lxqt-panel shows the XEmbed icons through its notification-item host: both are found, the
+# clock at the panel's right end keeps ticking under "Hide items", "Hide bar" covers the panel.
+two_yad_items() { [ "$(qd_drive items | grep -ci 'label=yad [12]$')" = 2 ]; }
+lxqt_panel_cover() {
+  qd_section "LXQt: the panel cover on lxqt-panel"
+  qd_driver_start lxqt-panel "$cover_driver"
+  local items root_w clock_x
+  qd_check "the two tray icons are found" qd_wait_for 20 "two tray items" two_yad_items
+  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+  clock_x=$((root_w - 70))
+  qd_drive cover items >/dev/null
+  qd_drive settle >/dev/null
+  clock_shot "$QD_TMP/clock-then.png"
+  qd_check "Hide items: the clock keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  qd_drive cover entire >/dev/null
+  qd_drive settle >/dev/null
+  qd_check "Hide bar: one mask across the whole panel" grep -q "^mask .* x=0 y=0 w=$root_w " <<<"$(qd_drive masks)"
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_check_eq "no mask left" "" "$(qd_drive masks)"
+  qd_driver_quit
+  qd_check "lxqt-panel still runs after the cover" qd_runs_here lxqt-panel
+}
+
 # pcmanfm-qt's settings under the test desktop's profile.
 lxqt_settings() { echo "$QUILLET_DESKTOP_STATE/config/pcmanfm-qt/quillet/settings.conf"; }
 lxqt_setting() { sed -n "/^\[Desktop\]/,/^\[/s/^$1=//p" "$(lxqt_settings)"; }
@@ -539,7 +563,7 @@ lxqt() {
   qd_wait_eq 15 "the user's picture after quitting" "$centre_before" centre
   qd_check "settings.conf is back byte for byte" cmp "$before" "$(lxqt_settings)"
   qd_check "no pcmanfm-qt record is left" test ! -e "$(support_dir)/desktop-pcmanfm-qt.json"
-  panel_cover LXQt lxqt-panel
+  lxqt_panel_cover
   qd_check "pcmanfm-qt still runs at the end" qd_runs_here pcmanfm-qt
 
   qd_section "LXQt: pcmanfm-qt showing its plain colour is left alone"
