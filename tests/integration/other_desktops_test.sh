@@ -24,6 +24,12 @@
 #   says the others keep theirs, and the second one's settings stay as they were; for a user
 #   who never had a picture, "Keep" brings pcmanfm's colour back and the window says pcmanfm
 #   keeps the name of the last picture;
+# - LXQt (pcmanfm-qt draws the desktop with a picture of the user's, lxqt-panel is the panel):
+#   a colour and an image reach pcmanfm-qt's desktop and its settings.conf in the user's own
+#   picture mode; twenty picture and cover changes later pcmanfm-qt and lxqt-panel still run;
+#   quitting puts the user's picture on the screen and settings.conf back byte for byte; a
+#   pcmanfm-qt showing its plain colour is left alone (settings and colour untouched); on
+#   lxqt-panel both tray icons are found and "Hide bar" covers the whole panel;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -40,7 +46,7 @@ window_driver=${QUILLET_WINDOW_DRIVER:-$(dirname "$QD_QUILLET")/tests/integratio
 displays_driver=${2:?usage: other_desktops_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER}
 
 qd_init other_desktops
-for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm; do
+for tool in openbox tint2 marco mate-panel caja lxpanel pcmanfm lxqt-panel pcmanfm-qt; do
   if ! command -v "$tool" >/dev/null; then
     qd_log "SKIP: $tool is not installed (run scripts/setup)"
     exit 77
@@ -345,7 +351,7 @@ lxde() {
   qd_wait_eq 15 "pcmanfm's colour again" "$centre_before" centre
   settings_before=$(cat "$(lxde_settings)")
   lxde_killed_during_a_change
-  lxpanel_cover
+  panel_cover LXDE lxpanel
   qd_check "pcmanfm still runs at the end" qd_runs_here pcmanfm
   qd_check "lxpanel still runs at the end" qd_runs_here lxpanel
   modes_and_halves LXDE openbox lxpanel pcmanfm
@@ -461,17 +467,24 @@ hide_first_tray_icon() { # PANEL
 }
 yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
 
-lxpanel_cover() {
-  qd_section "LXDE: the panel cover on lxpanel"
-  qd_driver_start lxpanel "$cover_driver"
+# Whether the picture holds no icon: each column alike (a panel's background may shade from
+# top to bottom).
+columns_alike() { # PNG WIDTH
+  convert "$1" +repage -crop 1x24+0+0 +repage -sample "$2x24!" "$QD_TMP/first-column.png" &&
+    [ "$(compare -metric AE "$1" "$QD_TMP/first-column.png" null: 2>&1 | cut -d' ' -f1)" = 0 ]
+}
+
+panel_cover() { # DESKTOP PANEL-PROGRAM
+  qd_section "$1: the panel cover on $2"
+  qd_driver_start "$2" "$cover_driver"
   local items masks x1 w1 x2 w2 root_w clock_x mask_right
-  hide_first_tray_icon lxpanel
+  hide_first_tray_icon "$2"
   mask_right=$(($(sed -n '1s/.* x=\([0-9]*\) .*/\1/p' <<<"$masks") + $(sed -n '1s/.* w=\([0-9]*\) .*/\1/p' <<<"$masks")))
   qd_check_eq "Hide items: one mask" 1 "$(grep -c '^mask' <<<"$masks")"
   qd_check "Hide items: the mask covers YAD 1's place ($mask_right >= $((x1 + w1)))" test "$mask_right" -ge $((x1 + w1))
   qd_check "Hide items: YAD 2, which keeps its place, and the clock are not under it" test "$mask_right" -le "$x2"
   import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-place.png"
-  qd_check_eq "Hide items: YAD 1's place shows only panel background" 1 "$(colours_in "$QD_TMP/yad1-place.png")"
+  qd_check "Hide items: YAD 1's place shows only panel background" columns_alike "$QD_TMP/yad1-place.png" "$w1"
   clock_shot "$QD_TMP/clock-then.png"
   qd_check "Hide items: the clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
   qd_drive cover entire >/dev/null
@@ -482,7 +495,94 @@ lxpanel_cover() {
   qd_drive settle >/dev/null
   qd_check_eq "no mask left" "" "$(qd_drive masks)"
   qd_driver_quit
-  qd_check "lxpanel still runs after the cover" qd_runs_here lxpanel
+  qd_check "$2 still runs after the cover" qd_runs_here "$2"
+}
+
+# lxqt-panel shows the XEmbed icons through its notification-item host: both are found, and
+# "Hide bar" covers the panel.
+two_yad_items() { [ "$(qd_drive items | grep -ci 'label=yad [12]$')" = 2 ]; }
+lxqt_panel_cover() {
+  qd_section "LXQt: the panel cover on lxqt-panel"
+  qd_driver_start lxqt-panel "$cover_driver"
+  local root_w
+  qd_check "the two tray icons are found" qd_wait_for 20 "two tray items" two_yad_items
+  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
+  qd_drive cover items >/dev/null
+  qd_drive settle >/dev/null
+  qd_drive cover entire >/dev/null
+  qd_drive settle >/dev/null
+  qd_check "Hide bar: one mask across the whole panel" grep -q "^mask .* x=0 y=0 w=$root_w " <<<"$(qd_drive masks)"
+  qd_drive cover keep >/dev/null
+  qd_drive settle >/dev/null
+  qd_check_eq "no mask left" "" "$(qd_drive masks)"
+  qd_driver_quit
+  qd_check "lxqt-panel still runs after the cover" qd_runs_here lxqt-panel
+}
+
+# pcmanfm-qt's settings under the test desktop's profile.
+lxqt_settings() { echo "$QUILLET_DESKTOP_STATE/config/pcmanfm-qt/quillet/settings.conf"; }
+lxqt_setting() { sed -n "/^\[Desktop\]/,/^\[/s/^$1=//p" "$(lxqt_settings)"; }
+# The picture named, in the user's own mode (pcmanfm-qt keeps the mode it read).
+pcmanfm_qt_shows() { # PATH-REGEX
+  [ "$(lxqt_setting WallpaperMode)" = stretch ] && lxqt_setting Wallpaper | grep -qE "$1"
+}
+lxqt() {
+  qd_section "LXQt: pcmanfm-qt draws the desktop"
+  qd_start_desktop --desktop lxqt
+  qd_new_home
+  export XDG_CURRENT_DESKTOP=LXQt
+  local before=$QD_TMP/lxqt-settings-before.conf centre_before image=$QD_TMP/green.png
+  convert -size 64x48 xc:'#00A000' "$image"
+  cp "$(lxqt_settings)" "$before"
+  centre_before=$(centre)
+  qd_check_eq "pcmanfm-qt shows the user's picture" 3B6E4F "$centre_before"
+  qd_driver_start lxqt "$driver"
+  qd_check_eq "the desktop as the program sees it" "support LXQt||1|0" "$(qd_drive support)"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on pcmanfm-qt's desktop" D35400 centre
+  qd_check "the colour picture is in pcmanfm-qt's settings, in the user's mode" pcmanfm_qt_shows '/Quillet/quillet-color-[0-9]+\.png$'
+  qd_check "the record is on disk" test -s "$(support_dir)/desktop-pcmanfm-qt.json"
+  qd_drive light "$image" >/dev/null
+  qd_drive dark "$image" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the image on pcmanfm-qt's desktop" 00A000 centre
+  qd_check "pcmanfm-qt's settings name the image" pcmanfm_qt_shows "^$image\$"
+  pictures_and_covers
+  qd_drive cover keep >/dev/null
+  qd_wait_eq 15 "the last of twenty colours on pcmanfm-qt's desktop" C85400 centre
+  qd_check "pcmanfm-qt still runs after twenty picture and cover changes" qd_runs_here pcmanfm-qt
+  qd_check "lxqt-panel still runs after twenty picture and cover changes" qd_runs_here lxqt-panel
+  qd_check "openbox still runs" qd_runs_here openbox
+  qd_check_eq "pcmanfm-qt opened no window" "" "$(pcmanfm_windows)"
+  qd_driver_quit
+  qd_wait_eq 15 "the user's picture after quitting" "$centre_before" centre
+  qd_check "settings.conf is back byte for byte" cmp "$before" "$(lxqt_settings)"
+  qd_check "no pcmanfm-qt record is left" test ! -e "$(support_dir)/desktop-pcmanfm-qt.json"
+  lxqt_panel_cover
+  qd_check "pcmanfm-qt still runs at the end" qd_runs_here pcmanfm-qt
+
+  qd_section "LXQt: pcmanfm-qt showing its plain colour is left alone"
+  # What pcmanfm-qt's own preferences write for a plain desktop; it reads it when it starts.
+  local pid pcmanfm_qt_pid environ=()
+  for pid in $(pgrep -x pcmanfm-qt); do
+    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && break
+  done
+  mapfile -d '' environ <"/proc/$pid/environ"
+  qd_stop_process "$pid" TERM 10
+  sed -i 's/^WallpaperMode=.*/WallpaperMode=none/' "$(lxqt_settings)"
+  cp "$(lxqt_settings)" "$before"
+  qd_launch pcmanfm_qt_pid "$QD_TMP/pcmanfm-qt.log" env -i "${environ[@]}" pcmanfm-qt --desktop --profile quillet
+  qd_wait_eq 30 "pcmanfm-qt's plain colour" 3B6E4F centre
+  qd_driver_start lxqt-colour "$driver"
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  sleep 2
+  qd_check_eq "pcmanfm-qt keeps its colour" 3B6E4F "$(centre)"
+  qd_driver_quit
+  qd_check "settings.conf is untouched" cmp "$before" "$(lxqt_settings)"
+  qd_stop_process "$pcmanfm_qt_pid" TERM 10
+  qd_stop_desktop
 }
 
 xfce_late_xfdesktop() {
@@ -526,9 +626,8 @@ xfce_late_xfdesktop() {
   qd_stop_desktop
 }
 
-openbox_tint2
-mate
-lxde
-lxde_two_monitors
-xfce_late_xfdesktop
+# QUILLET_OTHER_DESKTOPS picks some of them (default: all, in this order).
+for desktop in ${QUILLET_OTHER_DESKTOPS:-openbox_tint2 mate lxde lxde_two_monitors lxqt xfce_late_xfdesktop}; do
+  "$desktop"
+done
 qd_finish

@@ -34,10 +34,29 @@ struct FakePcmanfm {
     QStringList sent;
     QString mode = QStringLiteral("color");
     QString picture;
+    // pcmanfm-qt: settings.conf, a new picture only (never a mode), and every setting it has
+    // written out, its defaults too.
+    bool qt = false;
 
-    QString file() const { return profileDir + QStringLiteral("/desktop-items-0.conf"); }
+    QString file() const
+    {
+        return profileDir +
+               (qt ? QStringLiteral("/settings.conf") : QStringLiteral("/desktop-items-0.conf"));
+    }
     void take(const QStringList& arguments)
     {
+        if (qt) {
+            for (const QString& argument : arguments) {
+                if (argument.startsWith(QLatin1String("--set-wallpaper=")))
+                    picture = argument.mid(16);
+            }
+            write(file(),
+                  Pcmanfm::withKeys(read(file()), QStringLiteral("Desktop"),
+                                    {{QStringLiteral("Wallpaper"), picture},
+                                     {QStringLiteral("ShowHidden"), QStringLiteral("false")}}) +
+                      QStringLiteral("\n[Window]\nSplitView=false\n"));
+            return;
+        }
         for (const QString& argument : arguments) {
             if (argument.startsWith(QLatin1String("--set-wallpaper=")))
                 picture = argument.mid(16);
@@ -99,8 +118,9 @@ protected:
     QString recordPath() const { return recordDir() + QStringLiteral("/desktop-pcmanfm.json"); }
     std::unique_ptr<PcmanfmDesktopPictures> backend()
     {
-        return std::make_unique<PcmanfmDesktopPictures>(recordDir(),
-                                                        std::make_unique<FakeLink>(m_pcmanfm));
+        return std::make_unique<PcmanfmDesktopPictures>(
+            recordDir(), std::make_unique<FakeLink>(m_pcmanfm),
+            m_pcmanfm.qt ? PcmanfmDialect::lxqt() : PcmanfmDialect::lxde());
     }
     static ScreenInfo screen(const QString& output = QStringLiteral("screen"))
     {
@@ -308,4 +328,43 @@ TEST_F(PcmanfmPictures, nothingChangesWherePcmanfmCannotTakeItAndTheRecordWaits)
     m_pcmanfm.reachable = true;
     EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
     EXPECT_EQ(read(m_pcmanfm.file()), userFile());
+}
+
+TEST_F(PcmanfmPictures, pcmanfmQtKeepsItsModeAndGetsItsWholeFileBack)
+{
+    m_pcmanfm.qt = true;
+    const QString user = QStringLiteral("[Desktop]\nBgColor=#3b6e4f\nWallpaper=%1\n"
+                                        "WallpaperMode=stretch\n")
+                             .arg(sea());
+    write(m_pcmanfm.file(), user);
+    m_pcmanfm.picture = sea();
+    auto pictures = backend();
+    ASSERT_TRUE(pictures->rememberDesktop(screen()));
+    EXPECT_TRUE(QFile::exists(recordDir() + QStringLiteral("/desktop-pcmanfm-qt.json")));
+    ASSERT_TRUE(pictures->setDesktopPicture(screen(), QStringLiteral("/tmp/colour.png")));
+    EXPECT_EQ(m_pcmanfm.sent.constLast(), QStringLiteral("--set-wallpaper=/tmp/colour.png"));
+    EXPECT_EQ(pictures->desktopPicture(screen()), QStringLiteral("/tmp/colour.png"));
+    // Only pcmanfm-qt's defaults were added: the user's file comes back byte for byte.
+    EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
+    EXPECT_EQ(m_pcmanfm.sent.constLast(), QStringLiteral("--set-wallpaper=") + sea());
+    EXPECT_EQ(read(m_pcmanfm.file()), user);
+
+    // A colour chosen in pcmanfm-qt meanwhile stays, with the user's picture back beside it.
+    ASSERT_TRUE(pictures->rememberDesktop(screen()));
+    ASSERT_TRUE(pictures->setDesktopPicture(screen(), QStringLiteral("/tmp/colour.png")));
+    write(m_pcmanfm.file(),
+          read(m_pcmanfm.file()).replace(QStringLiteral("#3b6e4f"), QStringLiteral("#000000")));
+    EXPECT_EQ(pictures->restoreDesktop(screen()), PictureRestore::restored);
+    const QString now = read(m_pcmanfm.file());
+    EXPECT_EQ(Pcmanfm::value(now, QStringLiteral("Desktop"), QStringLiteral("BgColor")),
+              QStringLiteral("#000000"));
+    EXPECT_EQ(Pcmanfm::value(now, QStringLiteral("Desktop"), QStringLiteral("Wallpaper")), sea());
+
+    // A plain colour desktop (which pcmanfm-qt's command line cannot bring back) is left alone.
+    write(m_pcmanfm.file(),
+          QString(user).replace(QStringLiteral("stretch"), QStringLiteral("none")));
+    const int sent = int(m_pcmanfm.sent.size());
+    EXPECT_FALSE(pictures->rememberDesktop(screen()));
+    EXPECT_FALSE(pictures->setDesktopPicture(screen(), QStringLiteral("/tmp/colour.png")));
+    EXPECT_EQ(m_pcmanfm.sent.size(), sent);
 }

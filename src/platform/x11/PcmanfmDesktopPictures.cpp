@@ -10,6 +10,8 @@
 #include "X11RandR.h"
 #include "platform/PlatformLogging.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -23,11 +25,6 @@
 
 namespace {
 
-const QString kAll = QStringLiteral("*");
-const QString kMode = QStringLiteral("wallpaper_mode");
-const QString kPicture = QStringLiteral("wallpaper");
-// "crop": scaled to fill the monitor, cut off equally on both sides.
-const QString kFill = QStringLiteral("crop");
 const QString kColour = QStringLiteral("color");
 // pcmanfm answers the other instance and writes its settings within a moment; a busy or hung
 // one is given up on after this long.
@@ -123,8 +120,27 @@ bool hasSocket(const QString& path)
            S_ISSOCK(info.st_mode);
 }
 
+// Whether a process on the bus at `address` owns `name`; asked on the picture thread.
+bool busNameOwned(const QString& address, const QString& name)
+{
+    if (address.isEmpty())
+        return false;
+    const QString connectionName =
+        QStringLiteral("quillet-pcmanfm-%1").arg(quintptr(QThread::currentThreadId()));
+    bool owned = false;
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(address, connectionName);
+        if (bus.isConnected() && bus.interface())
+            owned = bus.interface()->isServiceRegistered(name).value();
+    }
+    QDBusConnection::disconnectFromBus(connectionName);
+    return owned;
+}
+
 class SystemLink final : public PcmanfmLink {
 public:
+    explicit SystemLink(const PcmanfmDialect& dialect) : m_dialect(dialect) {}
+
     std::optional<std::pair<PcmanfmInstance, int>> find(const ScreenInfo& screen) override
     {
         xcb_connection_t* c = X11::connection();
@@ -147,7 +163,7 @@ public:
                     windows.append(drawn->window);
             }
         }
-        if (!mine || mine->name != QLatin1String("pcmanfm") || mine->pid <= 0)
+        if (!mine || mine->name != m_dialect.program || mine->pid <= 0)
             return std::nullopt;
         // pcmanfm numbers its monitors in the order it made their desktop windows, and the X
         // server hands a client its window ids in increasing order.
@@ -159,23 +175,31 @@ public:
         const QStringList arguments = procList(mine->pid, "cmdline");
         if (instance.environment.isEmpty() || arguments.isEmpty())
             return std::nullopt;
-        instance.profileDir =
-            Pcmanfm::profileDirOf(instance.environment, Pcmanfm::profileOf(arguments));
+        instance.profileDir = Pcmanfm::profileDirOf(
+            instance.environment, Pcmanfm::profileOf(arguments), m_dialect.folder);
         return std::pair(instance, std::max(number, 0));
     }
 
     bool send(const PcmanfmInstance& instance, const QStringList& arguments) override
     {
-        if (!hasSocket(socketPath(instance.environment))) {
-            qCWarning(lcX11, "pcmanfm (pid %lld) does not listen for its command line",
-                      instance.pid);
+        // Without a listener, the program started to pass the options on would become a
+        // desktop (or a folder window) of its own.
+        const bool listens =
+            m_dialect.busName.isEmpty()
+                ? hasSocket(socketPath(instance.environment))
+                : busNameOwned(environmentValue(instance.environment,
+                                                QStringLiteral("DBUS_SESSION_BUS_ADDRESS")),
+                               m_dialect.busName);
+        if (!listens) {
+            qCWarning(lcX11, "%s (pid %lld) does not listen for its command line",
+                      qUtf8Printable(m_dialect.program), instance.pid);
             return false;
         }
         QProcess process;
         process.setEnvironment(instance.environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.setStandardOutputFile(QProcess::nullDevice());
-        process.start(QStringLiteral("pcmanfm"), arguments);
+        process.start(m_dialect.program, arguments);
         if (!process.waitForStarted(kReplyMs))
             return false;
         if (!process.waitForFinished(kReplyMs)) {
@@ -195,14 +219,17 @@ public:
             dirs = QStringLiteral("/etc/xdg");
         const QString profile = QFileInfo(instance.profileDir).fileName();
         for (const QString& dir : dirs.split(u':', Qt::SkipEmptyParts)) {
-            if (const auto text = readText(QStringLiteral("%1/pcmanfm/%2/desktop-items-%3.conf")
-                                               .arg(dir, profile)
-                                               .arg(monitor)))
+            if (const auto text =
+                    readText(QStringLiteral("%1/%2/%3/").arg(dir, m_dialect.folder, profile) +
+                             m_dialect.fileOf(monitor)))
                 return *text;
         }
         // pcmanfm's own default: the desktop in its background colour.
         return {};
     }
+
+private:
+    const PcmanfmDialect& m_dialect;
 };
 
 // Polls until `done` holds, for at most the reply time; pictures are set on their own thread.
@@ -322,13 +349,38 @@ QString profileOf(const QStringList& arguments)
     return QStringLiteral("default");
 }
 
-QString profileDirOf(const QStringList& environment, const QString& profile)
+QString profileDirOf(const QStringList& environment, const QString& profile, const QString& folder)
 {
     QString config = environmentValue(environment, QStringLiteral("XDG_CONFIG_HOME"));
     // As GLib has it: a relative XDG_CONFIG_HOME is ignored.
     if (config.isEmpty() || !QDir::isAbsolutePath(config))
         config = environmentValue(environment, QStringLiteral("HOME")) + QStringLiteral("/.config");
-    return config + QStringLiteral("/pcmanfm/") + profile;
+    return config + u'/' + folder + u'/' + profile;
+}
+
+QMap<QString, QString> allKeys(const QString& text)
+{
+    QMap<QString, QString> found;
+    QString current;
+    for (const QString& line : text.split(u'\n')) {
+        if (const QString name = sectionOf(line); !name.isEmpty()) {
+            current = name;
+            continue;
+        }
+        if (const QString key = keyOf(line); !key.isEmpty())
+            found.insert(current + u'/' + key, valueOf(line));
+    }
+    return found;
+}
+
+bool qtShowsColour(qint64 pid)
+{
+    const PcmanfmDialect& qt = PcmanfmDialect::lxqt();
+    const QStringList environment = procList(pid, "environ");
+    const QString dir = profileDirOf(environment, profileOf(procList(pid, "cmdline")), qt.folder);
+    const QString text = readText(dir + u'/' + qt.fileName).value_or(QString());
+    return qt.colourModes.contains(value(text, qt.section, qt.modeKey).value_or(kColour)) ||
+           value(text, qt.section, qt.pictureKey).value_or(QString()).isEmpty();
 }
 
 QStringList monitorsDrawnBy(qint64 pid)
@@ -350,16 +402,50 @@ QStringList monitorsDrawnBy(qint64 pid)
     return names;
 }
 
-std::unique_ptr<PcmanfmLink> systemLink()
+std::unique_ptr<PcmanfmLink> systemLink(const PcmanfmDialect& dialect)
 {
-    return std::make_unique<SystemLink>();
+    return std::make_unique<SystemLink>(dialect);
 }
 
 } // namespace Pcmanfm
 
+const PcmanfmDialect& PcmanfmDialect::lxde()
+{
+    // "crop": scaled to fill the monitor, cut off equally on both sides.
+    static const PcmanfmDialect dialect{QStringLiteral("pcmanfm"),
+                                        QStringLiteral("pcmanfm"),
+                                        QStringLiteral("desktop-items-%1.conf"),
+                                        QStringLiteral("*"),
+                                        QStringLiteral("wallpaper"),
+                                        QStringLiteral("wallpaper_mode"),
+                                        {kColour},
+                                        QStringLiteral("crop"),
+                                        false,
+                                        {}};
+    return dialect;
+}
+
+const PcmanfmDialect& PcmanfmDialect::lxqt()
+{
+    // pcmanfm-qt reads "color" and writes it back as "none".
+    static const PcmanfmDialect dialect{QStringLiteral("pcmanfm-qt"),
+                                        QStringLiteral("pcmanfm-qt"),
+                                        QStringLiteral("settings.conf"),
+                                        QStringLiteral("Desktop"),
+                                        QStringLiteral("Wallpaper"),
+                                        QStringLiteral("WallpaperMode"),
+                                        {kColour, QStringLiteral("none")},
+                                        {},
+                                        true,
+                                        QStringLiteral("org.pcmanfm.PCManFM")};
+    return dialect;
+}
+
 PcmanfmDesktopPictures::PcmanfmDesktopPictures(const QString& recordDir,
-                                               std::unique_ptr<PcmanfmLink> link)
-    : m_link(std::move(link)), m_file(recordDir, QStringLiteral("pcmanfm")), m_record(m_file.load())
+                                               std::unique_ptr<PcmanfmLink> link,
+                                               const PcmanfmDialect& dialect)
+    : m_dialect(dialect), m_link(std::move(link)), m_file(recordDir, dialect.program),
+      m_record(m_file.load())
 {
 }
 
@@ -367,7 +453,7 @@ PcmanfmDesktopPictures::~PcmanfmDesktopPictures() = default;
 
 QString PcmanfmDesktopPictures::settingsPath(const PcmanfmInstance& instance, int monitor) const
 {
-    return instance.profileDir + QStringLiteral("/desktop-items-%1.conf").arg(monitor);
+    return instance.profileDir + u'/' + m_dialect.fileOf(monitor);
 }
 
 std::optional<QString> PcmanfmDesktopPictures::desktopPicture(const ScreenInfo& screen) const
@@ -378,9 +464,11 @@ std::optional<QString> PcmanfmDesktopPictures::desktopPicture(const ScreenInfo& 
     const auto& [instance, monitor] = *found;
     const QString text = readText(settingsPath(instance, monitor))
                              .value_or(m_link->fallbackConfig(instance, monitor));
-    const QString mode = Pcmanfm::value(text, kAll, kMode).value_or(kColour);
-    const QString picture = Pcmanfm::value(text, kAll, kPicture).value_or(QString());
-    if (mode == kColour || picture.isEmpty())
+    const QString mode =
+        Pcmanfm::value(text, m_dialect.section, m_dialect.modeKey).value_or(kColour);
+    const QString picture =
+        Pcmanfm::value(text, m_dialect.section, m_dialect.pictureKey).value_or(QString());
+    if (m_dialect.colourModes.contains(mode) || picture.isEmpty())
         return std::nullopt;
     return picture;
 }
@@ -410,17 +498,27 @@ bool PcmanfmDesktopPictures::rememberDesktop(const ScreenInfo& screen)
     const QString path = settingsPath(instance, monitor);
     const auto text = readText(path);
     const QString shown = text.value_or(m_link->fallbackConfig(instance, monitor));
+    const QString mode =
+        Pcmanfm::value(shown, m_dialect.section, m_dialect.modeKey).value_or(kColour);
+    const QString picture =
+        Pcmanfm::value(shown, m_dialect.section, m_dialect.pictureKey).value_or(QString());
+    // pcmanfm-qt shows our pictures in the mode it has and can go back only to a picture it
+    // can read: a plain colour desktop is left alone.
+    if (m_dialect.fillMode.isEmpty() &&
+        (m_dialect.colourModes.contains(mode) || !QImageReader(picture).canRead()))
+        return false;
     QJsonObject keys;
     const QMap<QString, QString> saved =
-        Pcmanfm::keysWithPrefix(text.value_or(QString()), kAll, kPicture);
+        Pcmanfm::keysWithPrefix(text.value_or(QString()), m_dialect.section, m_dialect.pictureKey);
     for (auto it = saved.cbegin(); it != saved.cend(); ++it)
         keys.insert(it.key(), it.value());
-    const QJsonObject entry{
-        {QStringLiteral("file"), path},
-        {QStringLiteral("existed"), text.has_value()},
-        {QStringLiteral("keys"), keys},
-        {QStringLiteral("mode"), Pcmanfm::value(shown, kAll, kMode).value_or(kColour)},
-        {QStringLiteral("picture"), Pcmanfm::value(shown, kAll, kPicture).value_or(QString())}};
+    QJsonObject entry{{QStringLiteral("file"), path},
+                      {QStringLiteral("existed"), text.has_value()},
+                      {QStringLiteral("keys"), keys},
+                      {QStringLiteral("mode"), mode},
+                      {QStringLiteral("picture"), picture}};
+    if (m_dialect.writesWholeFile && text)
+        entry.insert(QStringLiteral("text"), *text);
     m_record.insert(screen.outputName, entry);
     if (!m_file.save(m_record)) {
         m_record.remove(screen.outputName);
@@ -437,14 +535,17 @@ bool PcmanfmDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const Q
     if (!found || found->second != 0)
         return false;
     const QString file = settingsPath(found->first, found->second);
-    if (!m_link->send(found->first, {QStringLiteral("--set-wallpaper=") + path,
-                                     QStringLiteral("--wallpaper-mode=") + kFill}))
+    QStringList arguments{QStringLiteral("--set-wallpaper=") + path};
+    if (!m_dialect.fillMode.isEmpty())
+        arguments << QStringLiteral("--wallpaper-mode=") + m_dialect.fillMode;
+    if (!m_link->send(found->first, arguments))
         return false;
     // Taken once pcmanfm has written it down.
     return waitFor([&] {
         const QString text = readText(file).value_or(QString());
-        return Pcmanfm::value(text, kAll, kPicture) == path &&
-               Pcmanfm::value(text, kAll, kMode) == kFill;
+        return Pcmanfm::value(text, m_dialect.section, m_dialect.pictureKey) == path &&
+               (m_dialect.fillMode.isEmpty() ||
+                Pcmanfm::value(text, m_dialect.section, m_dialect.modeKey) == m_dialect.fillMode);
     });
 }
 
@@ -467,18 +568,22 @@ PictureRestore PcmanfmDesktopPictures::restoreDesktop(const ScreenInfo& screen)
     // empty one: a user who never had a picture keeps our last one in pcmanfm until it
     // restarts.
     const bool givesPicture = !picture.isEmpty() && QImageReader(picture).canRead();
+    // pcmanfm-qt never took a mode from us: its own is still in force.
+    const bool givesMode = !m_dialect.fillMode.isEmpty();
     QStringList arguments;
     if (givesPicture)
         arguments << QStringLiteral("--set-wallpaper=") + picture;
-    arguments << QStringLiteral("--wallpaper-mode=") + mode;
-    if (!m_link->send(found->first, arguments))
+    if (givesMode)
+        arguments << QStringLiteral("--wallpaper-mode=") + mode;
+    if (arguments.isEmpty() || !m_link->send(found->first, arguments))
         return PictureRestore::failed;
     // pcmanfm writes its whole file when it takes the options: the keys go back after that,
     // or its write would undo them.
     const bool written = waitFor([&] {
         const QString text = readText(file).value_or(QString());
-        return Pcmanfm::value(text, kAll, kMode) == mode &&
-               (!givesPicture || Pcmanfm::value(text, kAll, kPicture) == picture);
+        return (!givesMode || Pcmanfm::value(text, m_dialect.section, m_dialect.modeKey) == mode) &&
+               (!givesPicture ||
+                Pcmanfm::value(text, m_dialect.section, m_dialect.pictureKey) == picture);
     });
     if (!written)
         return PictureRestore::failed;
@@ -493,11 +598,23 @@ PictureRestore PcmanfmDesktopPictures::restoreDesktop(const ScreenInfo& screen)
     const QString now = readText(file).value_or(QString());
     const QJsonObject keys = entry.value(QStringLiteral("keys")).toObject();
     QMap<QString, std::optional<QString>> back;
-    for (const QString& key : Pcmanfm::keysWithPrefix(now, kAll, kPicture).keys())
+    for (const QString& key :
+         Pcmanfm::keysWithPrefix(now, m_dialect.section, m_dialect.pictureKey).keys())
         back.insert(key, std::nullopt);
     for (auto it = keys.constBegin(); it != keys.constEnd(); ++it)
         back.insert(it.key(), it.value().toString());
-    const QString restored = Pcmanfm::withKeys(now, kAll, back);
+    QString restored = Pcmanfm::withKeys(now, m_dialect.section, back);
+    // pcmanfm-qt's save added its defaults to the user's file: where it holds every setting
+    // the user's file had as the file had it, that file goes back as it was.
+    if (const QJsonValue before = entry.value(QStringLiteral("text")); before.isString()) {
+        const QMap<QString, QString> had = Pcmanfm::allKeys(before.toString());
+        const QMap<QString, QString> has = Pcmanfm::allKeys(restored);
+        const bool onlyDefaultsAdded =
+            std::all_of(had.keyValueBegin(), had.keyValueEnd(),
+                        [&](const auto& kv) { return has.value(kv.first) == kv.second; });
+        if (onlyDefaultsAdded)
+            restored = before.toString();
+    }
     bool done = false;
     if (entry.value(QStringLiteral("existed")).toBool()) {
         done = writeText(file, restored);
@@ -507,7 +624,7 @@ PictureRestore PcmanfmDesktopPictures::restoreDesktop(const ScreenInfo& screen)
         bool othersSections = false;
         for (const QString& line : now.split(u'\n')) {
             const QString section = sectionOf(line);
-            othersSections = othersSections || (!section.isEmpty() && section != kAll);
+            othersSections = othersSections || (!section.isEmpty() && section != m_dialect.section);
         }
         done = othersSections ? writeText(file, restored)
                               : (!QFile::exists(file) || QFile::remove(file));

@@ -3,6 +3,11 @@
 // line, which hands --set-wallpaper and --wallpaper-mode to the running instance. pcmanfm reads
 // that file only when it starts and takes those two options for its first monitor only, so the
 // other monitors are left as they are.
+// LXQt's pcmanfm-qt works the same way through its settings.conf ([Desktop] Wallpaper=,
+// WallpaperMode=) and the same two options, handed on over the session bus. It takes a new
+// picture but keeps the mode it read at start (it never writes a mode it was given), and once
+// it shows a picture no option brings its plain colour back: it is changed only while it shows
+// a picture of the user's, which comes back in the user's mode.
 #pragma once
 
 #include "platform/DesktopPictures.h"
@@ -13,6 +18,35 @@
 #include <QStringList>
 #include <memory>
 #include <optional>
+
+// Where one pcmanfm keeps its desktop settings and how it takes new ones.
+struct PcmanfmDialect {
+    // The program's name, as its process and its command line have it.
+    QString program;
+    // Its folder under the configuration folder, and its settings file in a profile there
+    // ("%1" is the monitor's number).
+    QString folder;
+    QString fileName;
+    QString fileOf(int monitor) const
+    {
+        return fileName.contains(QLatin1String("%1")) ? fileName.arg(monitor) : fileName;
+    }
+    QString section;
+    QString pictureKey;
+    QString modeKey;
+    // The modes in which it shows its plain colour.
+    QStringList colourModes;
+    // The mode our pictures are shown in; empty where the user's own mode stays.
+    QString fillMode;
+    // pcmanfm-qt writes out every setting it has whenever it saves: the whole file is
+    // recorded, and goes back as it was when pcmanfm-qt added nothing but its defaults.
+    bool writesWholeFile = false;
+    // Reached over the session bus under this name; empty: over pcmanfm's socket.
+    QString busName;
+
+    static const PcmanfmDialect& lxde();
+    static const PcmanfmDialect& lxqt();
+};
 
 // The running pcmanfm as this program reaches it.
 struct PcmanfmInstance {
@@ -52,19 +86,26 @@ QString withKeys(const QString& text, const QString& section,
 // The profile a pcmanfm command line names ("default" when none).
 QString profileOf(const QStringList& arguments);
 // The settings folder of that profile for a process with this environment.
-QString profileDirOf(const QStringList& environment, const QString& profile);
+QString profileDirOf(const QStringList& environment, const QString& profile,
+                     const QString& folder = QStringLiteral("pcmanfm"));
+// Every "section/key" of the text with its value.
+QMap<QString, QString> allKeys(const QString& text);
+// Whether the pcmanfm-qt with this process id shows its plain colour (which no option of its
+// command line brings back once it shows a picture).
+bool qtShowsColour(qint64 pid);
 // The monitors whose desktop window belongs to the pcmanfm with this process id, by name, the
 // one its command line reaches first.
 QStringList monitorsDrawnBy(qint64 pid);
 // The live link to the pcmanfm drawing the desktop.
-std::unique_ptr<PcmanfmLink> systemLink();
+std::unique_ptr<PcmanfmLink> systemLink(const PcmanfmDialect& dialect = PcmanfmDialect::lxde());
 } // namespace Pcmanfm
 
 class PcmanfmDesktopPictures final : public DesktopPictures {
 public:
     // The record of every monitor's settings is kept in `recordDir`.
     explicit PcmanfmDesktopPictures(const QString& recordDir,
-                                    std::unique_ptr<PcmanfmLink> link = Pcmanfm::systemLink());
+                                    std::unique_ptr<PcmanfmLink> link = Pcmanfm::systemLink(),
+                                    const PcmanfmDialect& dialect = PcmanfmDialect::lxde());
     ~PcmanfmDesktopPictures() override;
 
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override;
@@ -90,10 +131,11 @@ public:
 private:
     QString settingsPath(const PcmanfmInstance& instance, int monitor) const;
 
+    const PcmanfmDialect& m_dialect;
     std::unique_ptr<PcmanfmLink> m_link;
     DesktopRecordFile m_file;
     // {"<output>": {"file": path, "existed": bool, "keys": {"wallpaper_mode": "crop", …},
-    //               "mode": shown mode, "picture": shown picture}}
+    //               "mode": shown mode, "picture": shown picture, "text": the whole file}}
     QJsonObject m_record;
     // Said once a restore could not put back all pcmanfm held.
     QString m_limitation;

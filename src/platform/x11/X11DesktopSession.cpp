@@ -152,6 +152,8 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
     : m_xfcePictures(std::make_unique<XfceDesktopPictures>(recordDir)),
       m_rootPictures(std::make_unique<RootWindowDesktopPictures>(recordDir)),
       m_pcmanfmPictures(std::make_unique<PcmanfmDesktopPictures>(recordDir)),
+      m_pcmanfmQtPictures(std::make_unique<PcmanfmDesktopPictures>(
+          recordDir, Pcmanfm::systemLink(PcmanfmDialect::lxqt()), PcmanfmDialect::lxqt())),
       m_xfceIcons(std::make_unique<XfceDesktopIcons>()),
       m_settingsTools(std::make_unique<QtCommandOutput>())
 {
@@ -233,6 +235,8 @@ DesktopPictures& X11DesktopSession::activePictures() const
         return *gsettings;
     if (m_backend == Backend::pcmanfm)
         return *m_pcmanfmPictures;
+    if (m_backend == Backend::pcmanfmQt)
+        return *m_pcmanfmQtPictures;
     return *m_rootPictures;
 }
 
@@ -253,9 +257,9 @@ bool X11DesktopSession::otherMayRestore() const
     // them. The root only while no desktop program draws over it.
     if (m_backend == Backend::root)
         return false;
-    // pcmanfm keeps a root pixmap of its own: a root picture waits until no desktop program
-    // draws.
-    if (m_backend == Backend::pcmanfm)
+    // pcmanfm keeps a root pixmap of its own, pcmanfm-qt a window over the root: a root picture
+    // waits until no desktop program draws.
+    if (m_backend == Backend::pcmanfm || m_backend == Backend::pcmanfmQt)
         return false;
     return !m_desktopDrawn.load();
 }
@@ -273,8 +277,8 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
     if (backend == Backend::gsettings)
         return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
                                                                                 : nullptr;
-    // pcmanfm has no setting that hides its icons.
-    if (backend == Backend::pcmanfm)
+    // pcmanfm has no setting that hides its icons; pcmanfm-qt reads its own only when it starts.
+    if (backend == Backend::pcmanfm || backend == Backend::pcmanfmQt)
         return nullptr;
     // xfdesktop keeps its icon style in xfconf, which outlives xfdesktop itself.
     return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
@@ -378,7 +382,9 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
     QStringList pcmanfmMonitors;
     if (program && program->name == QLatin1String("pcmanfm"))
         pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
-    return {program, pcmanfmMonitors, windowManagerName()};
+    const bool qtColour = program && program->name == PcmanfmDialect::lxqt().program &&
+                          Pcmanfm::qtShowsColour(program->pid);
+    return {program, pcmanfmMonitors, qtColour, windowManagerName()};
 }
 
 void X11DesktopSession::check()
@@ -414,6 +420,8 @@ void X11DesktopSession::apply(const Found& found)
     GSettingsDesktopPictures* gsettings = nullptr;
     if (backend == Backend::root && program && program->name == QLatin1String("pcmanfm"))
         backend = Backend::pcmanfm;
+    else if (backend == Backend::root && program && program->name == PcmanfmDialect::lxqt().program)
+        backend = Backend::pcmanfmQt;
     else if (backend == Backend::root)
         gsettings = gsettingsDesktop(program ? program->name : QString());
     if (gsettings)
@@ -428,9 +436,15 @@ void X11DesktopSession::apply(const Found& found)
     state.desktop = desktopName(program ? program->name : QString());
     state.drawnBy = drawnBy;
     // A desktop that draws from GSettings, or pcmanfm, takes its pictures there.
-    state.pictures =
-        drawnBy.isEmpty() || backend == Backend::gsettings || backend == Backend::pcmanfm;
-    if (!state.pictures)
+    state.pictures = drawnBy.isEmpty() || backend == Backend::gsettings ||
+                     backend == Backend::pcmanfm ||
+                     (backend == Backend::pcmanfmQt && !found.pcmanfmQtColour);
+    if (backend == Backend::pcmanfmQt && found.pcmanfmQtColour)
+        state.picturesGap = QStringLiteral(
+            "pcmanfm-qt shows a plain colour, and once it shows a picture nothing but its own "
+            "desktop preferences bring the colour back; with a picture of your own chosen there, "
+            "Quillet can change it");
+    else if (!state.pictures)
         state.picturesGap = QStringLiteral("%1 draws the desktop, and Quillet cannot give it a "
                                            "picture yet")
                                 .arg(drawnBy);
@@ -449,6 +463,9 @@ void X11DesktopSession::apply(const Found& found)
     if (!state.icons && backend == Backend::pcmanfm)
         state.iconsGap = QStringLiteral("pcmanfm has no setting that hides its desktop icons and "
                                         "keeps the picture");
+    else if (!state.icons && backend == Backend::pcmanfmQt)
+        state.iconsGap = QStringLiteral("pcmanfm-qt reads its setting that hides desktop icons "
+                                        "only when it starts, and takes no command for it");
     else if (!state.icons && !drawnBy.isEmpty())
         state.iconsGap = QStringLiteral("%1 draws the desktop icons, and Quillet cannot hide them "
                                         "there yet")
@@ -483,6 +500,7 @@ void X11DesktopSession::apply(const Found& found)
                backend == Backend::xfce        ? "xfdesktop"
                : backend == Backend::gsettings ? "GSettings"
                : backend == Backend::pcmanfm   ? "pcmanfm"
+               : backend == Backend::pcmanfmQt ? "pcmanfm-qt"
                                                : "root window",
                drawnBy.isEmpty() ? "" : qUtf8Printable(QStringLiteral(", drawn by ") + drawnBy));
         emit backendChanged();

@@ -56,8 +56,9 @@ public:
 
 private:
     // gsettings: a desktop that draws its picture from GSettings (caja on MATE, GNOME, Cinnamon);
-    // pcmanfm: LXDE's pcmanfm, reached through its own command line.
-    enum class Backend { xfce, root, gsettings, pcmanfm };
+    // pcmanfm: LXDE's pcmanfm, reached through its own command line; pcmanfmQt: LXQt's
+    // pcmanfm-qt, the same way.
+    enum class Backend { xfce, root, gsettings, pcmanfm, pcmanfmQt };
     void scheduleCheck();
     // Starts a search for the desktop program's window on the search thread (or notes that
     // another is due when one runs); the answer comes back to apply().
@@ -67,6 +68,8 @@ private:
         std::optional<X11::DesktopProgram> program;
         // The monitors pcmanfm draws, its first one first, when pcmanfm is the program.
         QStringList pcmanfmMonitors;
+        // Whether pcmanfm-qt, when it is the program, shows its plain colour.
+        bool pcmanfmQtColour = false;
         // The window manager's name.
         QString windowManager;
     };
@@ -82,6 +85,7 @@ private:
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
     std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
     std::unique_ptr<PcmanfmDesktopPictures> m_pcmanfmPictures;
+    std::unique_ptr<PcmanfmDesktopPictures> m_pcmanfmQtPictures;
     std::unique_ptr<XfceDesktopIcons> m_xfceIcons;
     std::unique_ptr<CommandOutput> m_settingsTools;
     std::vector<std::unique_ptr<GSettingsDesktopPictures>> m_gsettingsPictures;
