@@ -196,9 +196,9 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
     m_searchContext->moveToThread(&m_searchThread);
     connect(&m_searchThread, &QThread::finished, m_searchContext, &QObject::deleteLater);
     m_searchThread.start();
-    // The first answer is waited for: until it is known, a picture could go to the root
-    // window under a desktop program's window.
-    apply(findDesktopProgram());
+    // The first search runs while the window is built; the start-up waits for its answer
+    // before showing the window (awaitFirstLook), the picture thread before its first picture.
+    check();
 }
 
 X11DesktopSession::~X11DesktopSession()
@@ -227,6 +227,7 @@ std::unique_ptr<DesktopIconsBackend> X11DesktopSession::makeIcons()
 
 DesktopPictures& X11DesktopSession::activePictures() const
 {
+    awaitFirstApplied();
     if (m_backend == Backend::xfce)
         return *m_xfcePictures;
     if (auto* gsettings = m_gsettings.load(); m_backend == Backend::gsettings && gsettings)
@@ -238,6 +239,7 @@ DesktopPictures& X11DesktopSession::activePictures() const
 
 DesktopPictures* X11DesktopSession::otherPictures() const
 {
+    awaitFirstApplied();
     // The desktops that keep pictures of their own leave the root's record to the root (while
     // nothing draws over it).
     if (m_backend != Backend::root)
@@ -247,6 +249,7 @@ DesktopPictures* X11DesktopSession::otherPictures() const
 
 bool X11DesktopSession::otherMayRestore() const
 {
+    awaitFirstApplied();
     // xfdesktop's settings go back only through a running xfdesktop: one that starts later
     // fills in settings of its own for whatever is missing, which the record's restore has to
     // take away again, so written back while it is away they would not stay as the user had
@@ -389,14 +392,58 @@ void X11DesktopSession::check()
     }
     m_searching = true;
     QMetaObject::invokeMethod(m_searchContext, [this] {
-        const Found found = findDesktopProgram();
-        QMetaObject::invokeMethod(this, [this, found] {
-            m_searching = false;
-            apply(found);
-            if (std::exchange(m_searchAgain, false))
-                check();
-        });
+        Found found = findDesktopProgram();
+        {
+            const std::lock_guard lock(m_answerMutex);
+            m_answer = std::move(found);
+        }
+        m_answerChanged.notify_all();
+        QMetaObject::invokeMethod(this, &X11DesktopSession::takeAnswer);
     });
+}
+
+void X11DesktopSession::takeAnswer()
+{
+    std::optional<Found> found;
+    {
+        const std::lock_guard lock(m_answerMutex);
+        found = std::exchange(m_answer, std::nullopt);
+    }
+    // Already taken by awaitFirstLook.
+    if (!found)
+        return;
+    m_searching = false;
+    apply(*found);
+    {
+        const std::lock_guard lock(m_answerMutex);
+        m_firstApplied = true;
+    }
+    m_answerChanged.notify_all();
+    if (std::exchange(m_searchAgain, false))
+        check();
+}
+
+void X11DesktopSession::awaitFirstLook()
+{
+    {
+        std::unique_lock lock(m_answerMutex);
+        // The search's own replies are bounded; this only guards against a search thread that
+        // never gets to run.
+        m_answerChanged.wait_for(lock, 5s, [this] { return m_firstApplied || m_answer; });
+    }
+    takeAnswer();
+}
+
+void X11DesktopSession::awaitFirstApplied() const
+{
+    // The interface thread applies the answer itself rather than wait for its own queue.
+    if (QThread::currentThread() == thread()) {
+        if (!m_firstApplied)
+            const_cast<X11DesktopSession*>(this)->awaitFirstLook();
+        return;
+    }
+    std::unique_lock lock(m_answerMutex);
+    m_answerChanged.wait_for(lock, 5s, [this] { return m_firstApplied; });
 }
 
 void X11DesktopSession::apply(const Found& found)
