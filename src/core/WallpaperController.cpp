@@ -50,6 +50,13 @@ bool writeFile(const QString& path, const QByteArray& bytes)
     return false;
 }
 
+// Whether the file holds exactly these bytes.
+bool holds(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.size() == bytes.size() && file.readAll() == bytes;
+}
+
 QByteArray encode(const QImage& image, const char* format, int quality = -1)
 {
     QByteArray bytes;
@@ -358,6 +365,9 @@ std::optional<QString> WallpaperController::renderSolidColor(const RgbColor& fil
     const QByteArray png = encode(image, "png");
     if (png.isEmpty())
         return std::nullopt;
+    // The same picture keeps its file: a new name would make the desktop load it again.
+    if (m_lastColorURL && holds(*m_lastColorURL, png))
+        return m_lastColorURL;
 
     ++m_colorSeq;
     const QString path =
@@ -559,12 +569,15 @@ std::optional<QString> WallpaperController::renderTinted(const ScreenInfo& scree
     const QByteArray jpeg = encode(canvas, "jpeg", 92);
     if (jpeg.isEmpty())
         return std::nullopt;
+    const auto previous = m_lastTinted.constFind(id);
+    if (previous != m_lastTinted.constEnd() && holds(*previous, jpeg))
+        return *previous;
     ++m_tintSeq;
     const QString path = inSupportDir(kTintedPrefix + QString::number(id) + u'-' +
                                       QString::number(m_tintSeq) + QStringLiteral(".jpg"));
     if (!writeFile(path, jpeg))
         return std::nullopt;
-    if (const auto previous = m_lastTinted.constFind(id); previous != m_lastTinted.constEnd())
+    if (previous != m_lastTinted.constEnd())
         QFile::remove(*previous);
     m_lastTinted.insert(id, path);
     return path;

@@ -346,17 +346,21 @@ TEST_F(WallpaperFixture, solidColourFilesAreNumberedAndTheOldOneGoesAfterTheNewI
     // The support folder is private to the user.
     EXPECT_EQ(QFileInfo(support({})).permissions() & 0x0077, 0);
 
+    // The same colour again keeps its file, so the desktop has nothing to load again.
     c.show(c.choice());
+    EXPECT_EQ(shown(), support("quillet-color-1.png"));
+    EXPECT_EQ(c.colorSeq(), 1);
+    c.show(chooseColor(RgbColor{0.2, 0.4, 0.7, 1}));
     EXPECT_FALSE(QFile::exists(support("quillet-color-1.png")));
     EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
 
     // A failed write leaves the previous file and its record; the number has moved on.
     QDir().mkpath(support("quillet-color-3.png"));
-    EXPECT_EQ(c.renderSolidColor(c.choice().color), std::nullopt);
+    EXPECT_EQ(c.renderSolidColor(RgbColor{0.1, 0.1, 0.1, 1}), std::nullopt);
     EXPECT_EQ(c.colorSeq(), 3);
     EXPECT_EQ(c.lastColorURL(), support("quillet-color-2.png"));
     EXPECT_TRUE(QFile::exists(support("quillet-color-2.png")));
-    EXPECT_EQ(c.renderSolidColor(c.choice().color), support("quillet-color-4.png"));
+    EXPECT_EQ(c.renderSolidColor(RgbColor{0.1, 0.1, 0.1, 1}), support("quillet-color-4.png"));
     EXPECT_FALSE(QFile::exists(support("quillet-color-2.png")));
 }
 
@@ -544,7 +548,11 @@ TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
     EXPECT_EQ(shown("HDMI-1"), support("tinted-2-2.jpg"));
     EXPECT_FALSE(fake.desktopPictures->pictures.contains("VGA-1"));
 
+    // The same pictures again keep their files; a new colour makes new ones.
     c.show(c.choice());
+    EXPECT_EQ(shown(), support("tinted-1-1.jpg"));
+    EXPECT_EQ(c.tintSeq(), 2);
+    c.show(chooseColor(RgbColor{0.9, 0.1, 0.1, 1}));
     EXPECT_EQ(c.lastTinted(), (QHash<quint32, QString>{{1, support("tinted-1-3.jpg")},
                                                        {2, support("tinted-2-4.jpg")}}));
     EXPECT_FALSE(QFile::exists(support("tinted-1-1.jpg")));
@@ -556,12 +564,16 @@ TEST_F(WallpaperFixture, tintedFilesShareOneSequenceAndReplaceTheirPredecessor)
     fake.screens->announceChange();
     EXPECT_EQ(QImage(shown("HDMI-1")).size(), QSize(1280, 720));
 
+    EXPECT_EQ(shown(), support("tinted-1-3.jpg")) << "the unchanged monitor keeps its file";
+    EXPECT_EQ(c.tintSeq(), 5);
+
     // A failed write keeps the last file and its record.
-    QDir().mkpath(support("tinted-1-7.jpg"));
+    QDir().mkpath(support("tinted-1-6.jpg"));
+    fake.screens->list[0].frame.setSize(QSizeF(1024, 768));
     EXPECT_EQ(c.renderTinted(fake.screens->list.first(), 1), std::nullopt);
-    EXPECT_EQ(c.tintSeq(), 7);
-    EXPECT_EQ(c.lastTinted().value(1), support("tinted-1-5.jpg"));
-    EXPECT_TRUE(QFile::exists(support("tinted-1-5.jpg")));
+    EXPECT_EQ(c.tintSeq(), 6);
+    EXPECT_EQ(c.lastTinted().value(1), support("tinted-1-3.jpg"));
+    EXPECT_TRUE(QFile::exists(support("tinted-1-3.jpg")));
 }
 
 TEST_F(WallpaperFixture, whatCannotBePutBackExactlyIsSaidOnce)

@@ -149,11 +149,10 @@ void X11PanelScan::start(bool withNames)
             this,
             [this, snapshot = std::move(snapshot)] {
                 m_running = false;
-                if (m_again) {
-                    m_again = false;
+                // A request made meanwhile gets one more scan, but this result is delivered all
+                // the same: a panel that changes all the time would otherwise never be shown.
+                if (std::exchange(m_again, false))
                     start(std::exchange(m_againWithNames, false));
-                    return;
-                }
                 // The icon windows and the panels found are watched for leaving or changing.
                 QList<quint32> watched;
                 for (const WindowListEntry& e : snapshot.windows) {

@@ -120,39 +120,19 @@ bool waitForEnd(const char* statPath, int timeoutMs)
     return processEnded(statPath);
 }
 
-// Runs a child to its end, killing it when it takes longer than the limit.
-void runBounded(char* const argv[], int timeoutMs)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        execv(argv[0], argv);
-        _exit(127);
-    }
-    if (child < 0)
-        return;
-    for (int waited = 0; waited < timeoutMs; waited += 20) {
-        if (waitpid(child, nullptr, WNOHANG) == child)
-            return;
-        sleepMilliseconds(20);
-    }
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-}
-
 // The restart proper: ask the old xfdesktop to quit, wait for it to end (a new one started
 // while the old one still holds its bus name would only hand its command line over and exit),
-// then become the new xfdesktop. Everything is bounded, and the old one is terminated if it
-// does not quit in time.
-[[noreturn]] void restartInThisProcess(char* const quitArgv[], char* const startArgv[],
-                                       const char* oldStatPath, pid_t oldPid)
+// then become the new xfdesktop. The old one is asked by its pid with SIGTERM, on which it
+// quits as on "--quit": "--quit" goes to whichever xfdesktop owns the bus name, and one the
+// session started meanwhile (after a crash of the old one) would quit in its stead, maybe in
+// the middle of loading a picture, which xfdesktop does not survive. Everything is bounded.
+[[noreturn]] void restartInThisProcess(char* const startArgv[], const char* oldStatPath,
+                                       pid_t oldPid)
 {
-    runBounded(quitArgv, 3000);
-    if (!waitForEnd(oldStatPath, 3000)) {
-        kill(oldPid, SIGTERM);
-        if (!waitForEnd(oldStatPath, 2000)) {
-            kill(oldPid, SIGKILL);
-            waitForEnd(oldStatPath, 1000);
-        }
+    kill(oldPid, SIGTERM);
+    if (!waitForEnd(oldStatPath, 5000)) {
+        kill(oldPid, SIGKILL);
+        waitForEnd(oldStatPath, 1000);
     }
     execv(startArgv[0], startArgv);
     _exit(127);
@@ -164,8 +144,6 @@ bool launchDetachedRestart(qint64 oldPid)
 {
     // Everything the forked process needs is prepared here, before the fork.
     char program[] = "/usr/bin/xfdesktop";
-    char quitOption[] = "--quit";
-    char* const quitArgv[] = {program, quitOption, nullptr};
     char* const startArgv[] = {program, nullptr};
     char statPath[64];
     std::snprintf(statPath, sizeof statPath, "/proc/%lld/stat", static_cast<long long>(oldPid));
@@ -187,7 +165,7 @@ bool launchDetachedRestart(qint64 oldPid)
         sigset_t none;
         sigemptyset(&none);
         sigprocmask(SIG_SETMASK, &none, nullptr);
-        restartInThisProcess(quitArgv, startArgv, statPath, static_cast<pid_t>(oldPid));
+        restartInThisProcess(startArgv, statPath, static_cast<pid_t>(oldPid));
     }
     // The intermediate process exits at once.
     waitpid(child, nullptr, 0);

@@ -10,12 +10,19 @@
 #include "platform/PlatformLogging.h"
 
 #include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDBusVariant>
+#include <QDeadlineTimer>
+#include <QFile>
 #include <QJsonArray>
 #include <QRegularExpression>
 #include <QSet>
+#include <QThread>
 #include <algorithm>
+#include <unistd.h>
 
 namespace {
 
@@ -194,6 +201,73 @@ int restoreRank(const QString& setting)
     return 0;
 }
 
+// How long a new xfdesktop is left alone, at least, and at most.
+constexpr double kDesktopStartSeconds = 1.5;
+constexpr int kDesktopStartWaitMs = 6000;
+
+// Seconds since the process started; nothing when it is gone.
+std::optional<double> processAge(uint pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    QFile uptime(QStringLiteral("/proc/uptime"));
+    if (!stat.open(QIODevice::ReadOnly) || !uptime.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    // The fields after the command name (which may hold spaces) start with the state; the start
+    // time, in clock ticks after boot, is the 22nd field of the line.
+    const QByteArray line = stat.readAll();
+    const qsizetype end = line.lastIndexOf(')');
+    const QList<QByteArray> fields = line.mid(end + 2).split(' ');
+    constexpr int kStartTimeAfterName = 22 - 3;
+    if (end < 0 || fields.size() <= kStartTimeAfterName)
+        return std::nullopt;
+    bool ok = false;
+    const double started =
+        fields.at(kStartTimeAfterName).toDouble(&ok) / double(sysconf(_SC_CLK_TCK));
+    const double now = uptime.readAll().split(' ').constFirst().toDouble();
+    return ok ? std::optional(now - started) : std::nullopt;
+}
+
+// Whether the root window names a pixmap that exists: xfdesktop publishes its drawing there
+// once it has drawn the desktop.
+bool rootPixmapLive()
+{
+    xcb_connection_t* c = X11::connection();
+    if (!c)
+        return true;
+    X11::Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(c,
+                               xcb_get_property(c, 0, X11::rootWindow(), X11::atom("_XROOTPMAP_ID"),
+                                                XCB_ATOM_PIXMAP, 0, 1),
+                               nullptr));
+    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+        return false;
+    const auto pixmap = *static_cast<xcb_pixmap_t*>(xcb_get_property_value(reply.get()));
+    X11::Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(c, xcb_get_geometry(c, pixmap), nullptr));
+    return geometry != nullptr;
+}
+
+// xfdesktop does not survive a change of its pictures while it still loads its first ones: it
+// frees a picture loader that is still reading. One that has just started (the session brought
+// it back after a crash, the user restarted it) is left alone until it has run a moment and
+// drawn the desktop, for a few seconds at most.
+void waitWhileDesktopStarts()
+{
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    if (!bus)
+        return;
+    const QDeadlineTimer limit(kDesktopStartWaitMs);
+    while (!limit.hasExpired()) {
+        const QDBusReply<uint> pid = bus->servicePid(QStringLiteral("org.xfce.xfdesktop"));
+        if (!pid.isValid())
+            return;
+        const std::optional<double> age = processAge(pid.value());
+        if (!age || (*age >= kDesktopStartSeconds && rootPixmapLive()))
+            return;
+        QThread::msleep(100);
+    }
+}
+
 } // namespace
 
 XfceDesktopPictures::XfceDesktopPictures(const QString& recordDir)
@@ -287,6 +361,7 @@ PictureRestore XfceDesktopPictures::restoreDesktop(const ScreenInfo& screen)
 {
     if (!holdsRecord(screen))
         return PictureRestore::nothingHeld;
+    waitWhileDesktopStarts();
     const QString prefix = monitorPrefix(screen);
     QJsonObject monitor = m_record.value(screen.outputName).toObject();
     const QStringList order = monitor.keys();
@@ -358,14 +433,25 @@ bool XfceDesktopPictures::setDesktopPicture(const ScreenInfo& screen, const QStr
         if (!m_file.save(m_record))
             return false;
     }
+    waitWhileDesktopStarts();
+    // Only what differs is written: each write makes xfdesktop load the workspace's picture
+    // again, and the same picture asked for twice is a needless reload.
+    const auto differs = [&current](const QString& name, const QVariant& wanted) {
+        const auto now = current->constFind(name);
+        return now == current->constEnd() || *now != wanted;
+    };
     for (int workspace : all) {
         const QString base = workspacePrefix(prefix, workspace);
         const QJsonObject saved = monitor.value(QString::number(workspace)).toObject();
         const auto cycling = fromTyped(saved.value(kCycleEnable));
-        if (cycling && cycling->toBool() && !setProperty(base + kCycleEnable, false))
+        if (cycling && cycling->toBool() && differs(base + kCycleEnable, false) &&
+            !setProperty(base + kCycleEnable, false))
             return false;
         // The style first, so xfdesktop never shows the new picture in the old style.
-        if (!setProperty(base + kImageStyle, kStyleZoomed) || !setProperty(base + kLastImage, path))
+        if (differs(base + kImageStyle, kStyleZoomed) &&
+            !setProperty(base + kImageStyle, kStyleZoomed))
+            return false;
+        if (differs(base + kLastImage, path) && !setProperty(base + kLastImage, path))
             return false;
     }
     return true;
