@@ -283,7 +283,8 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
     return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
 }
 
-GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program) const
+GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program,
+                                                             const QString& windowManager) const
 {
     auto find = [this](const GSettingsDesktopKeys& keys) {
         for (const auto& pictures : m_gsettingsPictures) {
@@ -304,7 +305,7 @@ GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& pro
     if (current.contains(QLatin1String("X-Cinnamon"), Qt::CaseInsensitive))
         return find(GSettingsDesktopKeys::cinnamon());
     if (current.contains(QLatin1String("GNOME"), Qt::CaseInsensitive) ||
-        windowManagerName() == kGnomeShell)
+        windowManager == kGnomeShell)
         return find(GSettingsDesktopKeys::gnome());
     return nullptr;
 }
@@ -330,7 +331,8 @@ void X11DesktopSession::scheduleCheck()
     m_settle.start();
 }
 
-QString X11DesktopSession::desktopName(const QString& program) const
+QString X11DesktopSession::desktopName(const QString& program,
+                                       const QString& windowManager) const
 {
     // The session's own name first, as desktop entries use it (XDG_CURRENT_DESKTOP).
     static const QList<std::pair<QString, QString>> sessions{
@@ -360,7 +362,7 @@ QString X11DesktopSession::desktopName(const QString& program) const
             return name;
     }
     // Else the window manager, by the desktop it belongs to where it has one.
-    const QString wm = windowManagerName();
+    const QString& wm = windowManager;
     if (wm.compare(QLatin1String("Xfwm4"), Qt::CaseInsensitive) == 0)
         return QStringLiteral("Xfce");
     if (wm.compare(QLatin1String("Marco"), Qt::CaseInsensitive) == 0)
@@ -462,7 +464,7 @@ void X11DesktopSession::apply(const Found& found)
     if (backend == Backend::root && program && program->name == QLatin1String("pcmanfm"))
         backend = Backend::pcmanfm;
     else if (backend == Backend::root)
-        gsettings = gsettingsDesktop(program ? program->name : QString());
+        gsettings = gsettingsDesktop(program ? program->name : QString(), found.windowManager);
     if (gsettings)
         backend = Backend::gsettings;
     // xfdesktop and pcmanfm draw the desktop through their own settings: each is the backend,
@@ -472,7 +474,7 @@ void X11DesktopSession::apply(const Found& found)
             ? (program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name)
             : QString();
     State state;
-    state.desktop = desktopName(program ? program->name : QString());
+    state.desktop = desktopName(program ? program->name : QString(), found.windowManager);
     state.drawnBy = drawnBy;
     // A desktop that draws from GSettings, or pcmanfm, takes its pictures there.
     state.pictures =

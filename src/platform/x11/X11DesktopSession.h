@@ -83,10 +83,12 @@ private:
     // Chooses the backend for the desktop program found (or none).
     void apply(const Found& found);
     static Found findDesktopProgram();
-    // The desktop as the user names it.
-    QString desktopName(const QString& program) const;
+    // The desktop as the user names it. The window manager's name comes with the search's
+    // answer: asking the X server for it here would wait on the interface thread.
+    QString desktopName(const QString& program, const QString& windowManager) const;
     // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
-    GSettingsDesktopPictures* gsettingsDesktop(const QString& program) const;
+    GSettingsDesktopPictures* gsettingsDesktop(const QString& program,
+                                               const QString& windowManager) const;
     DesktopIconsBackend* iconsFor(Backend backend, GSettingsDesktopPictures* gsettings) const;
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
