@@ -415,6 +415,7 @@ void X11DesktopSession::takeAnswer()
     if (!found)
         return;
     m_searching = false;
+    m_firstTaken = true;
     apply(*found);
     {
         const std::lock_guard lock(m_answerMutex);
@@ -427,6 +428,8 @@ void X11DesktopSession::takeAnswer()
 
 void X11DesktopSession::awaitFirstLook()
 {
+    if (m_firstTaken)
+        return;
     {
         std::unique_lock lock(m_answerMutex);
         // The search's own replies are bounded; this only guards against a search thread that
@@ -440,8 +443,7 @@ void X11DesktopSession::awaitFirstApplied() const
 {
     // The interface thread applies the answer itself rather than wait for its own queue.
     if (QThread::currentThread() == thread()) {
-        if (!m_firstApplied)
-            const_cast<X11DesktopSession*>(this)->awaitFirstLook();
+        const_cast<X11DesktopSession*>(this)->awaitFirstLook();
         return;
     }
     std::unique_lock lock(m_answerMutex);

@@ -116,6 +116,9 @@ private:
     QObject* m_searchContext = nullptr; // lives on the search thread, deleted when it ends
     bool m_searching = false;
     bool m_searchAgain = false;
+    // The first answer has been taken (it may be being applied): a look from a listener of
+    // that answer's signals waits no more.
+    bool m_firstTaken = false;
     // The search's answer until the interface thread takes it, and whether the first one has
     // been applied; both under m_answerMutex.
     mutable std::mutex m_answerMutex;
