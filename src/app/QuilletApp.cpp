@@ -111,6 +111,9 @@ void QuilletApp::start(bool showWindow)
     Popover::setKeepOffTaskbar([](QWindow* window) { X11::setSkipTaskbar(window, true); });
     connect(&StatusItemController::shared(), &StatusItemController::showWindowRequested, this,
             &QuilletApp::reopenMainWindow);
+    // The desktop was looked at while the window was built: its explanations are in place
+    // before the window shows, and the choices restored below reach the right backend.
+    Platform::shared().desktopSupport().awaitFirstLook();
     // Listing the other windows reads every window's properties and the installed programs'
     // names: the window opens first and shows them just after its first paint.
     if (showWindow) {

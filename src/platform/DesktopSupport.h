@@ -39,6 +39,9 @@ public:
         none.iconsGap = none.picturesGap;
         return none;
     }
+    // Waits (bounded) until the first look at the desktop has been taken and state() tells
+    // what it found, so a window shown next shows the right explanations from its first paint.
+    virtual void awaitFirstLook() {}
 
 signals:
     // Another backend took the desktop over (or none is left): what the user chose is to be

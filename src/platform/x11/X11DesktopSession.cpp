@@ -198,9 +198,9 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
     m_searchContext->moveToThread(&m_searchThread);
     connect(&m_searchThread, &QThread::finished, m_searchContext, &QObject::deleteLater);
     m_searchThread.start();
-    // The first answer is waited for: until it is known, a picture could go to the root
-    // window under a desktop program's window.
-    apply(findDesktopProgram());
+    // The first search runs while the window is built; the start-up waits for its answer
+    // before showing the window (awaitFirstLook), the picture thread before its first picture.
+    check();
 }
 
 X11DesktopSession::~X11DesktopSession()
@@ -229,6 +229,7 @@ std::unique_ptr<DesktopIconsBackend> X11DesktopSession::makeIcons()
 
 DesktopPictures& X11DesktopSession::activePictures() const
 {
+    awaitFirstApplied();
     if (m_backend == Backend::xfce)
         return *m_xfcePictures;
     if (auto* gsettings = m_gsettings.load(); m_backend == Backend::gsettings && gsettings)
@@ -242,6 +243,7 @@ DesktopPictures& X11DesktopSession::activePictures() const
 
 DesktopPictures* X11DesktopSession::otherPictures() const
 {
+    awaitFirstApplied();
     // The desktops that keep pictures of their own leave the root's record to the root (while
     // nothing draws over it).
     if (m_backend != Backend::root)
@@ -251,6 +253,7 @@ DesktopPictures* X11DesktopSession::otherPictures() const
 
 bool X11DesktopSession::otherMayRestore() const
 {
+    awaitFirstApplied();
     // xfdesktop's settings go back only through a running xfdesktop: one that starts later
     // fills in settings of its own for whatever is missing, which the record's restore has to
     // take away again, so written back while it is away they would not stay as the user had
@@ -284,7 +287,8 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
     return (m_xfdesktop || m_xfconf) ? m_xfceIcons.get() : nullptr;
 }
 
-GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program) const
+GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program,
+                                                             const QString& windowManager) const
 {
     auto find = [this](const GSettingsDesktopKeys& keys) {
         for (const auto& pictures : m_gsettingsPictures) {
@@ -305,7 +309,7 @@ GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& pro
     if (current.contains(QLatin1String("X-Cinnamon"), Qt::CaseInsensitive))
         return find(GSettingsDesktopKeys::cinnamon());
     if (current.contains(QLatin1String("GNOME"), Qt::CaseInsensitive) ||
-        windowManagerName() == kGnomeShell)
+        windowManager == kGnomeShell)
         return find(GSettingsDesktopKeys::gnome());
     return nullptr;
 }
@@ -331,7 +335,8 @@ void X11DesktopSession::scheduleCheck()
     m_settle.start();
 }
 
-QString X11DesktopSession::desktopName(const QString& program) const
+QString X11DesktopSession::desktopName(const QString& program,
+                                       const QString& windowManager) const
 {
     // The session's own name first, as desktop entries use it (XDG_CURRENT_DESKTOP).
     static const QList<std::pair<QString, QString>> sessions{
@@ -361,7 +366,7 @@ QString X11DesktopSession::desktopName(const QString& program) const
             return name;
     }
     // Else the window manager, by the desktop it belongs to where it has one.
-    const QString wm = windowManagerName();
+    const QString& wm = windowManager;
     if (wm.compare(QLatin1String("Xfwm4"), Qt::CaseInsensitive) == 0)
         return QStringLiteral("Xfce");
     if (wm.compare(QLatin1String("Marco"), Qt::CaseInsensitive) == 0)
@@ -395,14 +400,60 @@ void X11DesktopSession::check()
     }
     m_searching = true;
     QMetaObject::invokeMethod(m_searchContext, [this] {
-        const Found found = findDesktopProgram();
-        QMetaObject::invokeMethod(this, [this, found] {
-            m_searching = false;
-            apply(found);
-            if (std::exchange(m_searchAgain, false))
-                check();
-        });
+        Found found = findDesktopProgram();
+        {
+            const std::lock_guard lock(m_answerMutex);
+            m_answer = std::move(found);
+        }
+        m_answerChanged.notify_all();
+        QMetaObject::invokeMethod(this, &X11DesktopSession::takeAnswer);
     });
+}
+
+void X11DesktopSession::takeAnswer()
+{
+    std::optional<Found> found;
+    {
+        const std::lock_guard lock(m_answerMutex);
+        found = std::exchange(m_answer, std::nullopt);
+    }
+    // Already taken by awaitFirstLook.
+    if (!found)
+        return;
+    m_searching = false;
+    m_firstTaken = true;
+    apply(*found);
+    {
+        const std::lock_guard lock(m_answerMutex);
+        m_firstApplied = true;
+    }
+    m_answerChanged.notify_all();
+    if (std::exchange(m_searchAgain, false))
+        check();
+}
+
+void X11DesktopSession::awaitFirstLook()
+{
+    if (m_firstTaken)
+        return;
+    {
+        std::unique_lock lock(m_answerMutex);
+        // The search's own replies are bounded; this only guards against a search thread that
+        // never gets to run.
+        m_answerChanged.wait_for(lock, 5s, [this] { return m_firstApplied || m_answer; });
+    }
+    takeAnswer();
+}
+
+void X11DesktopSession::awaitFirstApplied() const
+{
+    // The interface thread applies the answer itself rather than wait for its own queue.
+    if (QThread::currentThread() == thread()) {
+        const_cast<X11DesktopSession*>(this)->awaitFirstLook();
+        return;
+    }
+    std::unique_lock lock(m_answerMutex);
+    m_answerChanged.wait_for(lock, 5s, [this] { return m_firstApplied; });
 }
 
 void X11DesktopSession::apply(const Found& found)
@@ -423,7 +474,7 @@ void X11DesktopSession::apply(const Found& found)
     else if (backend == Backend::root && program && program->name == PcmanfmDialect::lxqt().program)
         backend = Backend::pcmanfmQt;
     else if (backend == Backend::root)
-        gsettings = gsettingsDesktop(program ? program->name : QString());
+        gsettings = gsettingsDesktop(program ? program->name : QString(), found.windowManager);
     if (gsettings)
         backend = Backend::gsettings;
     // xfdesktop and pcmanfm draw the desktop through their own settings: each is the backend,
@@ -433,7 +484,7 @@ void X11DesktopSession::apply(const Found& found)
             ? (program->name.isEmpty() ? QStringLiteral("a desktop program") : program->name)
             : QString();
     State state;
-    state.desktop = desktopName(program ? program->name : QString());
+    state.desktop = desktopName(program ? program->name : QString(), found.windowManager);
     state.drawnBy = drawnBy;
     // A desktop that draws from GSettings, or pcmanfm, takes its pictures there.
     state.pictures = drawnBy.isEmpty() || backend == Backend::gsettings ||

@@ -17,7 +17,10 @@
 #include <QThread>
 #include <QTimer>
 #include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <vector>
 
 class CommandOutput;
@@ -37,6 +40,7 @@ public:
     ~X11DesktopSession() override;
 
     State state() const override { return m_state; }
+    void awaitFirstLook() override;
     // "x11-xfce" while xfdesktop draws the desktop, else "x11".
     QString platformName() const;
 
@@ -73,13 +77,21 @@ private:
         // The window manager's name.
         QString windowManager;
     };
+    // Applies the search's answer, if it has not been taken yet, and starts the next search
+    // where one is due.
+    void takeAnswer();
+    // The picture thread waits (bounded) until the first answer has been applied: until then
+    // a picture could go to the root window under a desktop program's window.
+    void awaitFirstApplied() const;
     // Chooses the backend for the desktop program found (or none).
     void apply(const Found& found);
     static Found findDesktopProgram();
-    // The desktop as the user names it.
-    QString desktopName(const QString& program) const;
+    // The desktop as the user names it. The window manager's name comes with the search's
+    // answer: asking the X server for it here would wait on the interface thread.
+    QString desktopName(const QString& program, const QString& windowManager) const;
     // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
-    GSettingsDesktopPictures* gsettingsDesktop(const QString& program) const;
+    GSettingsDesktopPictures* gsettingsDesktop(const QString& program,
+                                               const QString& windowManager) const;
     DesktopIconsBackend* iconsFor(Backend backend, GSettingsDesktopPictures* gsettings) const;
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
@@ -108,4 +120,13 @@ private:
     QObject* m_searchContext = nullptr; // lives on the search thread, deleted when it ends
     bool m_searching = false;
     bool m_searchAgain = false;
+    // The first answer has been taken (it may be being applied): a look from a listener of
+    // that answer's signals waits no more.
+    bool m_firstTaken = false;
+    // The search's answer until the interface thread takes it, and whether the first one has
+    // been applied; both under m_answerMutex.
+    mutable std::mutex m_answerMutex;
+    mutable std::condition_variable m_answerChanged;
+    std::optional<Found> m_answer;
+    bool m_firstApplied = false;
 };
