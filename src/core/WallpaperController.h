@@ -21,8 +21,8 @@
 #include <QMutex>
 #include <QObject>
 #include <QSize>
-#include <QStringList>
 #include <QString>
+#include <QStringList>
 #include <atomic>
 #include <functional>
 #include <memory>

@@ -305,7 +305,8 @@ bool GSettingsDesktopPictures::write(const QList<std::pair<QString, QString>>& v
     if (changed.isEmpty())
         return true;
     // Called with m_lock held (a pass on the worker thread): the wait leaves it free.
-    if (const qint64 wait = m_lastChange.isValid() ? m_keys.changeGapMs - m_lastChange.elapsed() : 0;
+    if (const qint64 wait =
+            m_lastChange.isValid() ? m_keys.changeGapMs - m_lastChange.elapsed() : 0;
         wait > 0) {
         m_lock.unlock();
         QThread::msleep(quint64(wait));

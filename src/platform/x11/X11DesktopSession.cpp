@@ -288,7 +288,7 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
 }
 
 GSettingsDesktopPictures* X11DesktopSession::gsettingsDesktop(const QString& program,
-                                                             const QString& windowManager) const
+                                                              const QString& windowManager) const
 {
     auto find = [this](const GSettingsDesktopKeys& keys) {
         for (const auto& pictures : m_gsettingsPictures) {
@@ -335,8 +335,7 @@ void X11DesktopSession::scheduleCheck()
     m_settle.start();
 }
 
-QString X11DesktopSession::desktopName(const QString& program,
-                                       const QString& windowManager) const
+QString X11DesktopSession::desktopName(const QString& program, const QString& windowManager) const
 {
     // The session's own name first, as desktop entries use it (XDG_CURRENT_DESKTOP).
     static const QList<std::pair<QString, QString>> sessions{
