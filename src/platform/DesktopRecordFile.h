@@ -1,6 +1,6 @@
 // A desktop backend's record of the user's desktop: one JSON object in a file of its own in the
-// program's support folder, "desktop-<backend>.json", written atomically so that a crash leaves
-// either the old or the new record, never half of one.
+// program's support folder, "desktop-<backend>.json" (pictures), written atomically so that a crash
+// leaves either the old or the new record, never half of one.
 #pragma once
 
 #include <QDateTime>
@@ -13,18 +13,19 @@
 
 class DesktopRecordFile final {
 public:
-    // An empty folder means no file at all (the record lives in memory only).
-    DesktopRecordFile(QString dir, QString backend)
-        : m_dir(std::move(dir)), m_backend(std::move(backend))
+    // An empty folder means no file at all (the record lives in memory only). A record of
+    // something other than the desktop's pictures takes another prefix ("icons-"), so that the
+    // picture backends do not wait for it (othersPending).
+    DesktopRecordFile(QString dir, QString backend, QString prefix = QStringLiteral("desktop-"))
+        : m_dir(std::move(dir)), m_backend(std::move(backend)), m_prefix(std::move(prefix))
     {
     }
 
     QString dir() const { return m_dir; }
     QString path() const
     {
-        return m_dir.isEmpty()
-                   ? QString()
-                   : m_dir + QStringLiteral("/desktop-") + m_backend + QStringLiteral(".json");
+        return m_dir.isEmpty() ? QString()
+                               : m_dir + u'/' + m_prefix + m_backend + QStringLiteral(".json");
     }
 
     // The stored record; empty when there is none. A file that cannot be read as a record is
@@ -78,4 +79,5 @@ public:
 private:
     QString m_dir;
     QString m_backend;
+    QString m_prefix;
 };

@@ -11,8 +11,11 @@
 #   cannot work there; twenty quick cover and colour changes end on the last colour (on Cinnamon
 #   in the root pixmap its daemon draws too) and the desktop's programs still run;
 #   a driver that quits without putting the picture back leaves a record the next run puts back;
-# - the main window, icons hidden, says why that cannot work (GNOME Shell draws no desktop icons;
-#   no program draws them on Cinnamon without nemo) and shows the chosen colour;
+# - the main window, icons hidden, says why that cannot work (GNOME Shell draws no desktop icons
+#   while its desktop icons extension is off; no program draws them on Cinnamon without nemo)
+#   and shows the chosen colour;
+# - with GNOME's desktop icons extension on, "Hide" switches it off (its desktop window goes),
+#   "Show", quitting and the run after a kill switch it on again, the extension keys as before;
 # - a display mode is switched and put back through RandR under the desktop's window manager;
 # - a window is snapped to the left and right halves of the space the panels leave.
 # Usage: gnome_cinnamon_test.sh PATH-TO-QUILLET PATH-TO-DISPLAYS-DRIVER
@@ -164,6 +167,57 @@ explained() { # BANNER-TEXT
   qd_check_eq "every background key as before (the record of the run before put back too)" "$before" "$(background_keys)"
 }
 
+# GNOME with its desktop icons extension (Desktop Icons NG): "Hide" switches the extension off,
+# "Show", quitting and the run after a kill switch it on again; the shell's extension keys read
+# back as the user had them.
+extension_keys() {
+  printf '%s|%s' "$(dconf read /org/gnome/shell/enabled-extensions)" "$(dconf read /org/gnome/shell/disabled-extensions)"
+}
+icons_record() { echo "$XDG_DATA_HOME/Quillet/icons-gnome-extension.json"; }
+extension_window() { qd_xprobe windows --type desktop >/dev/null; }
+no_extension_window() { ! extension_window; }
+extension_icons() {
+  qd_section "GNOME with the desktop icons extension: Hide switches it off, Show and quitting on again"
+  # The user keeps another extension off; that stays as it is.
+  gsettings set org.gnome.shell disabled-extensions "['tiling@example.org']"
+  local keys_before
+  keys_before=$(extension_keys)
+  qd_check "the extension's desktop window shows" qd_wait_for 20 "the desktop window" extension_window
+  qd_driver_start gnome-icons "$driver"
+  qd_check_eq "the desktop as the program sees it (the shell draws the background, icons can hide)" \
+    "support GNOME||1|1" "$(qd_drive support)"
+  qd_drive icons hide >/dev/null
+  qd_check "Hide: the extension's desktop window goes" qd_wait_for 15 "no desktop window" no_extension_window
+  qd_check "Hide: the record of the extension keys is on disk" test -s "$(icons_record)"
+  qd_check_eq "Hide: the shell's own background still shows" "$centre_before" "$(centre)"
+  qd_check_eq "the icons can still be shown (the extension is off because of the program)" \
+    "support GNOME||1|1" "$(qd_drive support)"
+  qd_drive icons show >/dev/null
+  qd_check "Show: the desktop window is back" qd_wait_for 20 "the desktop window" extension_window
+  qd_check_eq "Show: the extension keys as before" "$keys_before" "$(extension_keys)"
+  qd_check "Show: no record is left" test ! -e "$(icons_record)"
+  qd_drive icons hide >/dev/null
+  qd_check "Hide again" qd_wait_for 15 "no desktop window" no_extension_window
+  qd_driver_quit
+  qd_check "after quitting: the desktop window is back" qd_wait_for 20 "the desktop window" extension_window
+  qd_check_eq "after quitting: the extension keys as before" "$keys_before" "$(extension_keys)"
+
+  qd_section "GNOME with the desktop icons extension: killed while hidden, launched again"
+  qd_driver_start gnome-icons-killed "$driver"
+  qd_drive icons hide >/dev/null
+  qd_check "Hide" qd_wait_for 15 "no desktop window" no_extension_window
+  qd_stop_process "$QD_DRIVER_PID" KILL 5
+  unset "QD_DRIVERS[gnome-icons-killed]"
+  qd_check "the record outlives the kill" test -s "$(icons_record)"
+  qd_driver_start gnome-icons-again "$driver"
+  qd_driver_quit
+  qd_check "the next run switched the extension on: its desktop window is back" \
+    qd_wait_for 20 "the desktop window" extension_window
+  qd_check_eq "the extension keys as before the kill" "$keys_before" "$(extension_keys)"
+  qd_check "no record is left" test ! -e "$(icons_record)"
+  qd_check "gnome-shell still runs" programs_run
+}
+
 resolution() {
   qd_section "$desktop: a display mode switched and put back"
   qd_check_mode_round_trip "$displays_driver" "${programs[@]}"
@@ -184,6 +238,14 @@ resolution
 snapping
 qd_check "gnome-shell still runs at the end" programs_run
 qd_stop_desktop
+
+if [ -f /usr/share/gnome-shell/extensions/ding@rastersoft.com/metadata.json ]; then
+  start --desktop gnome --gnome-extension ding@rastersoft.com
+  extension_icons
+  qd_stop_desktop
+else
+  qd_log "SKIP: the desktop icons extension is not installed (run scripts/setup gnome)"
+fi
 
 desktop=Cinnamon schema=org.cinnamon.desktop.background programs=(cinnamon csd-background)
 export XDG_CURRENT_DESKTOP=X-Cinnamon

@@ -144,45 +144,6 @@ const GSettingsDesktopKeys& GSettingsDesktopKeys::cinnamon()
     return keys;
 }
 
-// --- GVariant text
-// ---------------------------------------------------------------------------------
-
-QString GVariantText::quoted(const QString& text)
-{
-    QString result = QStringLiteral("'");
-    for (const QChar c : text) {
-        if (c == u'\\' || c == u'\'')
-            result += u'\\';
-        result += c;
-    }
-    return result + u'\'';
-}
-
-std::optional<QString> GVariantText::unquoted(const QString& text)
-{
-    const QString trimmed = text.trimmed();
-    if (trimmed.size() < 2)
-        return std::nullopt;
-    const QChar quote = trimmed.front();
-    if ((quote != u'\'' && quote != u'"') || trimmed.back() != quote)
-        return std::nullopt;
-    QString result;
-    for (qsizetype i = 1; i + 1 < trimmed.size(); ++i) {
-        QChar c = trimmed.at(i);
-        if (c == u'\\' && i + 2 < trimmed.size()) {
-            c = trimmed.at(++i);
-            if (c == u'n')
-                c = u'\n';
-            else if (c == u't')
-                c = u'\t';
-        } else if (c == quote) {
-            return std::nullopt;
-        }
-        result += c;
-    }
-    return result;
-}
-
 // --- pictures
 // --------------------------------------------------------------------------------------
 

@@ -16,6 +16,7 @@
 #include "platform/DesktopIconsBackend.h"
 #include "platform/DesktopPictures.h"
 #include "platform/DesktopRecordFile.h"
+#include "platform/GVariantText.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -54,12 +55,6 @@ struct GSettingsDesktopKeys {
     static const GSettingsDesktopKeys& gnome();
     static const GSettingsDesktopKeys& cinnamon();
 };
-
-namespace GVariantText {
-// 'text' with GVariant's quoting, and back; none when the text is not one quoted string.
-QString quoted(const QString& text);
-std::optional<QString> unquoted(const QString& text);
-} // namespace GVariantText
 
 // One picture for the whole screen, as these desktops keep it: the same picture on every
 // monitor is shown zoomed; different pictures (the tinted strip only on the panel's monitor) are

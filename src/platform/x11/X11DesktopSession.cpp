@@ -10,11 +10,15 @@
 #include "X11Replies.h"
 #include "XfceDesktopIcons.h"
 #include "XfceDesktopPictures.h"
+#include "platform/GnomeExtensionIcons.h"
 #include "platform/PlatformLogging.h"
 
 #include <QCoreApplication>
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QFile>
 
 using namespace std::chrono_literals;
 
@@ -146,6 +150,31 @@ QString windowManagerName()
 
 const QString kGnomeShell = QStringLiteral("GNOME Shell");
 
+// Whether `pid` is the process of GNOME Shell's extension `uuid` (installed for the system or
+// for the user), as its command line names the extension's folder.
+bool isExtensionProcess(qint64 pid, const QString& uuid)
+{
+    QFile file(QStringLiteral("/proc/%1/cmdline").arg(pid));
+    if (pid <= 0 || !file.open(QIODevice::ReadOnly))
+        return false;
+    return file.read(4096).contains(("/gnome-shell/extensions/" + uuid + '/').toUtf8());
+}
+
+// Whether GNOME Shell runs its extension `uuid` now (state 1, "enabled"). Asked on the search
+// thread, bounded: the extension's windows follow a second or two after it is switched on.
+bool extensionEnabled(const QString& uuid)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
+        QStringLiteral("org.gnome.Shell.Extensions"), QStringLiteral("GetExtensionInfo"));
+    call << uuid;
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 1000);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return false;
+    const QVariantMap info = qdbus_cast<QVariantMap>(reply.arguments().constFirst());
+    return info.value(QStringLiteral("state")).toDouble() == 1.0;
+}
+
 } // namespace
 
 X11DesktopSession::X11DesktopSession(const QString& recordDir)
@@ -164,6 +193,8 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
             std::make_unique<GSettingsDesktopPictures>(*keys, recordDir, *m_settingsTools));
     m_mateIcons =
         std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
+    m_gnomeExtensionIcons = std::make_unique<GnomeExtensionIcons>(
+        GnomeExtensionIcons::desktopIconsUuid(), recordDir, *m_settingsTools);
     // Once, at start-up, as the program always did; from then on only the owner changes count.
     m_xfdesktop = XfceDesktopIcons::isRunning();
     m_xfconf = XfceDesktopIcons::settingsReachable();
@@ -275,8 +306,13 @@ DesktopIconsBackend* X11DesktopSession::activeIcons() const
 DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
                                                  GSettingsDesktopPictures* gsettings) const
 {
-    // caja keeps its icon switches in GSettings; GNOME Shell draws no desktop icons, and
-    // nemo-desktop's switches are not known to leave its desktop drawn.
+    // caja keeps its icon switches in GSettings; GNOME Shell draws no desktop icons, unless its
+    // desktop icons extension runs (or is off because of this program); nemo-desktop's switches
+    // are not known to leave its desktop drawn.
+    if (backend == Backend::gsettings && gsettings &&
+        &gsettings->keys() == &GSettingsDesktopKeys::gnome() &&
+        (m_extensionIcons || m_gnomeExtensionIcons->holdsRecord()))
+        return m_gnomeExtensionIcons.get();
     if (backend == Backend::gsettings)
         return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
                                                                                 : nullptr;
@@ -388,7 +424,17 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
         pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
     const bool qtColour = program && program->name == PcmanfmDialect::lxqt().program &&
                           Pcmanfm::qtShowsColour(program->pid);
-    return {program, pcmanfmMonitors, qtColour, windowManagerName()};
+    const QString windowManager = windowManagerName();
+    // The desktop icons extension's windows are see-through: GNOME Shell still draws the
+    // background under them, from its own settings.
+    const QString uuid = GnomeExtensionIcons::desktopIconsUuid();
+    const bool extensionWindow =
+        program && windowManager == kGnomeShell && isExtensionProcess(program->pid, uuid);
+    if (extensionWindow)
+        program.reset();
+    const bool extensionIcons =
+        extensionWindow || (windowManager == kGnomeShell && extensionEnabled(uuid));
+    return {program, pcmanfmMonitors, qtColour, windowManager, extensionIcons};
 }
 
 void X11DesktopSession::check()
@@ -457,6 +503,7 @@ void X11DesktopSession::awaitFirstApplied() const
 
 void X11DesktopSession::apply(const Found& found)
 {
+    m_extensionIcons = found.extensionIcons;
     const std::optional<X11::DesktopProgram>& program = found.program;
     // xfdesktop takes pictures once it has drawn its desktop window: one still loading can
     // crash when its settings change. Until then the backend stays as it was.

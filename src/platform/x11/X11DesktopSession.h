@@ -24,6 +24,7 @@
 #include <vector>
 
 class CommandOutput;
+class GnomeExtensionIcons;
 class GSettingsDesktopIcons;
 class GSettingsDesktopPictures;
 struct GSettingsDesktopKeys;
@@ -76,6 +77,9 @@ private:
         bool pcmanfmQtColour = false;
         // The window manager's name.
         QString windowManager;
+        // GNOME Shell's desktop icons extension draws the icons over the shell's background
+        // (its desktop window is set aside, not taken for a desktop program).
+        bool extensionIcons = false;
     };
     // Applies the search's answer, if it has not been taken yet, and starts the next search
     // where one is due.
@@ -102,6 +106,9 @@ private:
     std::unique_ptr<CommandOutput> m_settingsTools;
     std::vector<std::unique_ptr<GSettingsDesktopPictures>> m_gsettingsPictures;
     std::unique_ptr<GSettingsDesktopIcons> m_mateIcons;
+    std::unique_ptr<GnomeExtensionIcons> m_gnomeExtensionIcons;
+    // The last search found the desktop icons extension's window.
+    bool m_extensionIcons = false;
     // The GSettings desktop in charge while the backend is gsettings; read by the picture thread.
     std::atomic<GSettingsDesktopPictures*> m_gsettings = nullptr;
     QDBusServiceWatcher m_busWatch;
