@@ -116,8 +116,11 @@ void GnomeExtensionIcons::show(const QString& current, std::function<void(bool)>
     }
     writeKey(wanted, [this, done = std::move(done)](bool ok) {
         // A key that could not be put back keeps its record: the next launch tries again.
-        if (ok)
+        if (ok) {
             dropRecord();
+            if (m_switchedOn)
+                m_switchedOn();
+        }
         done(ok);
     });
 }

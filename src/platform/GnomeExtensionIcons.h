@@ -37,6 +37,9 @@ public:
     // True while the extension is off because of this program (in this run or one that ended
     // without switching it back on).
     bool holdsRecord() const { return !m_record.isEmpty(); }
+    // Called when this program has switched the extension on again: GNOME Shell starts it
+    // now, before a look at the desktop can have seen it run.
+    void onSwitchedOn(std::function<void()> switchedOn) { m_switchedOn = std::move(switchedOn); }
 
     Style hiddenStyle() const override { return kHiddenStyle; }
     Style shownStyle() const override { return Style(); }
@@ -60,4 +63,5 @@ private:
     DesktopRecordFile m_file;
     // {"before": the key's text, or null when it was unset, "written": what this program wrote}
     QJsonObject m_record;
+    std::function<void()> m_switchedOn;
 };

@@ -85,6 +85,8 @@ TEST_F(ExtensionIconsFixture, hideRecordsFirstAndShowPutsBackTheExactText)
     const QString own = QStringLiteral("[\"tiling@example.org\"]");
     dconf.db.insert(kKey, own);
     GnomeExtensionIcons icons(kUuid, recordDir, dconf);
+    int switchedOn = 0;
+    icons.onSwitchedOn([&] { ++switchedOn; });
     EXPECT_EQ(read(icons), DesktopIconsBackend::ReadResult(DesktopIconsBackend::Style()));
     EXPECT_FALSE(icons.holdsRecord());
 
@@ -104,10 +106,18 @@ TEST_F(ExtensionIconsFixture, hideRecordsFirstAndShowPutsBackTheExactText)
     ASSERT_TRUE(write(icons, icons.hiddenStyle()));
     EXPECT_EQ(disabled()->count(kUuid), 1);
 
+    // A key that cannot be put back keeps its record.
+    dconf.failing = QStringLiteral("write");
+    EXPECT_FALSE(write(icons, icons.shownStyle()));
+    EXPECT_TRUE(icons.holdsRecord());
+    EXPECT_EQ(switchedOn, 0);
+    dconf.failing.clear();
     ASSERT_TRUE(write(icons, icons.shownStyle()));
     EXPECT_EQ(dconf.db.value(kKey), own);
     EXPECT_FALSE(QFile::exists(record));
     EXPECT_FALSE(icons.holdsRecord());
+    // The desktop is told at once that the extension runs again.
+    EXPECT_EQ(switchedOn, 1);
 
     // A key nobody set is unset again; another desktop's style is not ours to write.
     dconf.db.clear();

@@ -195,6 +195,12 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
         std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
     m_gnomeExtensionIcons = std::make_unique<GnomeExtensionIcons>(
         GnomeExtensionIcons::desktopIconsUuid(), recordDir, *m_settingsTools);
+    // The icons stay within reach while the shell starts the extension again ("Hide" may follow
+    // "Show" at once); the next look confirms it.
+    m_gnomeExtensionIcons->onSwitchedOn([this] {
+        m_extensionIcons = true;
+        scheduleCheck();
+    });
     // Once, at start-up, as the program always did; from then on only the owner changes count.
     m_xfdesktop = XfceDesktopIcons::isRunning();
     m_xfconf = XfceDesktopIcons::settingsReachable();
