@@ -484,7 +484,8 @@ hide_first_tray_icon() { # PANEL
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
 }
-yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+# The two tray icons' items (a panel that tells where its clock is lists it too).
+yad_items() { items=$(qd_drive items | grep ' label=YAD [12]$') && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
 
 # Whether the picture holds no icon: each column alike (a panel's background may shade from
 # top to bottom).
@@ -506,6 +507,17 @@ panel_cover() { # DESKTOP PANEL-PROGRAM
   qd_check "Hide items: YAD 1's place shows only panel background" columns_alike "$QD_TMP/yad1-place.png" "$w1"
   clock_shot "$QD_TMP/clock-then.png"
   qd_check "Hide items: the clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  # YAD 2 hidden instead: YAD 1 closes up into its place.
+  qd_drive toggle YAD 1 >/dev/null
+  qd_drive settle >/dev/null
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-shown.png"
+  qd_drive toggle YAD 2 >/dev/null
+  qd_drive settle >/dev/null
+  import -window root -crop "${w1}x24+$((x2 + w2 - w1))+4" "$QD_TMP/yad2-place.png"
+  qd_check_eq "Hide items: with YAD 2 hidden, YAD 1 shows in its place" 0 \
+    "$(compare -metric AE "$QD_TMP/yad1-shown.png" "$QD_TMP/yad2-place.png" null: 2>&1 | cut -d' ' -f1)"
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-place.png"
+  qd_check "Hide items: YAD 1's old place shows only panel background" columns_alike "$QD_TMP/yad1-place.png" "$w1"
   qd_drive cover entire >/dev/null
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
@@ -553,40 +565,47 @@ lxqt() {
   qd_check "pcmanfm-qt still runs after the cover" qd_runs_here pcmanfm-qt
   modes_and_halves LXQt openbox lxqt-panel pcmanfm-qt
   lxqt_explained
-  qd_stop_desktop
 }
 
-# The desktop's own instance of PROGRAM stopped and started again with the same environment, as
-# the desktop starts it; its new PID in VAR.
-restart_here() { # VAR PROGRAM ARGUMENTS...
-  local var=$1 program=$2 pid environ=()
-  shift 2
-  pid=$(desktop_pid "$program")
-  mapfile -d '' environ <"/proc/$pid/environ"
-  qd_stop_process "$pid" TERM 10
-  qd_launch "$var" "$QD_TMP/$program.log" env -i "${environ[@]}" "$program" "$@"
+# lxqt-panel registers an item of its own for each XEmbed icon it takes.
+two_items_registered() {
+  [ "$(dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher /StatusNotifierWatcher \
+    org.freedesktop.DBus.Properties.Get string:org.kde.StatusNotifierWatcher \
+    string:RegisteredStatusNotifierItems 2>/dev/null | grep -c 'string "')" = 2 ]
 }
-tray_owned() { qd_xprobe owner _NET_SYSTEM_TRAY_S0 >/dev/null; }
+desktop_window_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP &&
+      [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] && return 0
+  done
+  return 1
+}
 
 # What cannot be done on LXQt, said in the main window: pcmanfm-qt showing its plain colour
 # (left alone: its settings and its colour stay), its icons, and "Hide items" on an lxqt-panel
-# that started with the accessibility bus off.
+# that started with the accessibility bus off (as on a desktop without assistive technologies).
 lxqt_explained() {
   qd_section "LXQt: pcmanfm-qt's plain colour, its icons and an lxqt-panel without accessibility explained"
   if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
     qd_log "SKIP: pyatspi is not installed"
     return 0
   fi
-  local before=$QD_TMP/lxqt-plain-before.conf pcmanfm_qt_pid panel_pid
-  # What pcmanfm-qt's own preferences write for a plain desktop; it reads it when it starts.
+  qd_start_desktop --desktop lxqt
+  local before=$QD_TMP/lxqt-plain-before.conf pid pcmanfm_qt_pid environ=()
+  # What pcmanfm-qt's own preferences write for a plain desktop; it reads it when it starts
+  # (and saves its settings as it quits).
+  pid=$(desktop_pid pcmanfm-qt)
+  mapfile -d '' environ <"/proc/$pid/environ"
+  qd_stop_process "$pid" TERM 10
   sed -i 's/^WallpaperMode=.*/WallpaperMode=none/' "$(lxqt_settings)"
+  qd_launch pcmanfm_qt_pid "$QD_TMP/pcmanfm-qt.log" env -i "${environ[@]}" pcmanfm-qt --desktop --profile quillet
+  qd_wait_for 30 "the new pcmanfm-qt's desktop window" desktop_window_of "$pcmanfm_qt_pid" ||
+    qd_fail "pcmanfm-qt showed no desktop after its restart"
+  qd_check_eq "pcmanfm-qt's plain colour" 3B6E4F "$(centre)"
   cp "$(lxqt_settings)" "$before"
-  restart_here pcmanfm_qt_pid pcmanfm-qt --desktop --profile quillet
-  qd_wait_eq 30 "pcmanfm-qt's plain colour" 3B6E4F centre
-  dbus-send --session --print-reply --dest=org.a11y.Bus /org/a11y/bus org.freedesktop.DBus.Properties.Set \
-    string:org.a11y.Status string:IsEnabled variant:boolean:false >/dev/null
-  restart_here panel_pid lxqt-panel
-  qd_wait_for 20 "lxqt-panel's tray" tray_owned || qd_fail "lxqt-panel took no tray after its restart"
+  qd_wait_for 20 "both tray icons in lxqt-panel" two_items_registered ||
+    qd_fail "lxqt-panel did not take both tray icons"
   qd_new_home
   qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#D35400",
                       "state.desktopIconsHidden": true, "state.menuBarCover": "items"}'
@@ -596,15 +615,15 @@ lxqt_explained() {
   local said
   said="Icons: “Hide” has no effect on LXQt: pcmanfm-qt reads its setting that hides desktop icons only when it starts, and takes no command for it.
 Background: “Color” has no effect on LXQt: pcmanfm-qt shows a plain colour, and once it shows a picture nothing but its own desktop preferences bring the colour back; with a picture of your own chosen there, Quillet can change it.
-Menu bar: “Hide items” has no effect on LXQt: lxqt-panel draws its tray icons itself and tells where they are only if accessibility was on when it started."
+Menu bar: “Hide items” has no effect on LXQt: lxqt-panel draws its tray icons itself and tells where they are only on the accessibility bus; switch accessibility on and restart lxqt-panel."
   qd_check "the main window says what cannot be done on LXQt" \
     qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
-  qd_check_eq "pcmanfm-qt keeps its colour" 3B6E4F "$(centre)"
+  qd_check_eq "pcmanfm-qt keeps its colour" 3B6E4F "$(right_side)"
   qd_check "lxqt-panel still runs" qd_runs_here lxqt-panel
   qd_stop_checked
   qd_check "settings.conf is untouched" cmp "$before" "$(lxqt_settings)"
-  qd_stop_process "$panel_pid" TERM 10
   qd_stop_process "$pcmanfm_qt_pid" TERM 10
+  qd_stop_desktop
 }
 
 xfce_late_xfdesktop() {
