@@ -19,7 +19,8 @@
 #   changes, leaves a record the next run puts back; with icons hidden the main window says why
 #   pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
-#   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
+#   ticking, with the other icon hidden the first closes up into its place, "Hide bar" covers
+#   the whole panel; on two monitors the colour goes onto pcmanfm's
 #   first monitor (the one its command line reaches), the main window names that monitor and
 #   says the others keep theirs, and the second one's settings stay as they were; for a user
 #   who never had a picture, "Keep" brings pcmanfm's colour back and the window says pcmanfm
@@ -29,12 +30,10 @@
 #   picture mode; twenty picture and cover changes later pcmanfm-qt and lxqt-panel still run;
 #   quitting puts the user's picture on the screen, settings.conf back byte for byte and the
 #   user's picture in pcmanfm-qt's cache; on lxqt-panel (which shows its XEmbed icons as buttons
-#   of its own) "Hide items" covers only the hidden icon's place, which then shows the panel's
-#   background, the other icon and the clock keep theirs and the clock keeps ticking, "Hide bar"
-#   covers the whole panel; a display mode switches and comes
-#   back; with pcmanfm-qt showing its plain colour (left alone: settings and colour untouched),
-#   icons hidden and an lxqt-panel started without accessibility, the main window says why each
-#   has no effect;
+#   of its own) "Hide items" works as on lxpanel; a display mode switches and comes back; with
+#   pcmanfm-qt showing its plain colour (left alone: settings and colour untouched), icons
+#   hidden and an lxqt-panel started without accessibility, the main window says why each has
+#   no effect;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -538,8 +537,8 @@ pcmanfm_qt_shows() { # PATH-REGEX
 }
 lxqt() {
   qd_section "LXQt: pcmanfm-qt draws the desktop"
-  # lxqt-panel shows where its tray icons are only to assistive technologies, and only when the
-  # accessibility bus was on as it started.
+  # lxqt-panel shows where its tray icons are only on the accessibility bus, and only when that
+  # answered as it started.
   qd_start_desktop --desktop lxqt --accessibility on
   qd_new_home
   export XDG_CURRENT_DESKTOP=LXQt
@@ -584,7 +583,7 @@ desktop_window_of() { # PID
 
 # What cannot be done on LXQt, said in the main window: pcmanfm-qt showing its plain colour
 # (left alone: its settings and its colour stay), its icons, and "Hide items" on an lxqt-panel
-# that started with the accessibility bus off (as on a desktop without assistive technologies).
+# that started with the accessibility bus off (a desktop without assistive technologies).
 lxqt_explained() {
   qd_section "LXQt: pcmanfm-qt's plain colour, its icons and an lxqt-panel without accessibility explained"
   if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then

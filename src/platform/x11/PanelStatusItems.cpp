@@ -25,8 +25,9 @@
 // plugin's name comes from its type (/plugins/plugin-N in xfconf) and the Name of the type's
 // desktop file in xfce4/panel/plugins/ under the data directories.
 //
-// lxqt-panel 1.2 (a Qt 5 program) publishes its tree only when the accessibility bus was on when
-// it started. Its application holds a "frame" per panel window whose single child holds the
+// lxqt-panel 1.2 (a Qt 5 program) publishes its tree only when the accessibility registry
+// answered as it started (the bus switched on, or already running for another program). Its
+// application holds a "frame" per panel window whose single child holds the
 // plugins in the panel's order. Its status-item plugin shows each item as a push button with an
 // empty accessible name and the item's tooltip as its description, in the order the items
 // registered with the panel's own watcher; its task list's buttons are named after their
