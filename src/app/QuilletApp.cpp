@@ -213,16 +213,18 @@ void QuilletApp::restoreDesktop()
     if (m_restored)
         return;
     m_restored = true;
-    AppModel::shared().restoreDesktop(&QuilletApp::waitBriefly);
+    // The event loop keeps running (answers arrive through it) but takes no user input. The
+    // stages share one limit: a desktop program restarting as we quit may take a few seconds to
+    // take its pictures back, and a desktop that does not answer holds the quit no longer.
+    const QDeadlineTimer deadline(std::chrono::seconds(10));
+    AppModel::shared().restoreDesktop(
+        [&deadline](const std::function<bool()>& done) { waitUntil(done, deadline); });
 }
 
-void QuilletApp::waitBriefly(const std::function<bool()>& done)
+void QuilletApp::waitUntil(const std::function<bool()>& done, const QDeadlineTimer& deadline)
 {
-    // The event loop keeps running (answers arrive through it) but takes no user input, and a
-    // desktop that does not answer holds the quit for a few seconds at most.
-    constexpr int kLimitMs = 3000;
     constexpr int kCheckMs = 10;
-    if (done())
+    if (done() || deadline.hasExpired())
         return;
     QEventLoop loop;
     QTimer check;
@@ -231,6 +233,6 @@ void QuilletApp::waitBriefly(const std::function<bool()>& done)
             loop.quit();
     });
     check.start(kCheckMs);
-    QTimer::singleShot(kLimitMs, &loop, &QEventLoop::quit);
+    QTimer::singleShot(int(deadline.remainingTime()), &loop, &QEventLoop::quit);
     loop.exec(QEventLoop::ExcludeUserInputEvents);
 }

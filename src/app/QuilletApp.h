@@ -4,6 +4,7 @@
 
 #include "core/ShellHooks.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <functional>
 #include <memory>
@@ -43,8 +44,8 @@ private:
     void reopenMainWindow();
     // Puts back display modes, desktop icons, desktop pictures and masks; runs once.
     void restoreDesktop();
-    // Runs the event loop until `done` holds or a few seconds have passed.
-    static void waitBriefly(const std::function<bool()>& done);
+    // Runs the event loop until `done` holds or the deadline has passed.
+    static void waitUntil(const std::function<bool()>& done, const QDeadlineTimer& deadline);
 
     std::unique_ptr<Platform> m_platform;
     std::unique_ptr<Preferences> m_preferences;

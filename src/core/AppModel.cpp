@@ -71,7 +71,7 @@ AppModel::AppModel(Dependencies deps)
     connect(&m_desktopIcons, &DesktopIcons::desktopReady, this, [this] {
         if (!std::exchange(m_wallpaperWaitsForDesktop, false))
             return;
-        m_wallpaper->setBarTintActive(m_enabled && m_menuBarCover != MenuBarCover::keep);
+        m_wallpaper->setBarTintActive(showsChanges() && m_menuBarCover != MenuBarCover::keep);
         pushWallpaper();
     });
     connect(&m_platform.appearance(), &Appearance::appearanceChanged, this,
@@ -154,6 +154,8 @@ void AppModel::setEnabled(bool enabled)
     if (enabled == m_enabled)
         return;
     assign(m_enabled, enabled, Field::enabled);
+    if (m_quitting)
+        return;
     if (enabled) {
         // The last chosen mode goes to the display selected now.
         if (m_lastAppliedMode)
@@ -173,6 +175,8 @@ void AppModel::restoreDesktop(const WaitUntil& quitting)
         if (quitting)
             quitting(done);
     };
+    if (quitting)
+        m_quitting = true;
     m_display->restoreAll();
     // The icon style is written in its turn, but the desktop program is restarted once, last:
     // one that starts while its pictures change may crash. The restart runs in a process of its
@@ -195,7 +199,7 @@ void AppModel::setDesktopIconsHidden(bool hidden)
 {
     assign(m_desktopIconsHidden, hidden, Field::desktopIconsHidden);
     m_defaults.setBool(StoredKeys::desktopIconsHidden, hidden);
-    if (m_enabled)
+    if (showsChanges())
         m_desktopIcons.setHidden(hidden);
 }
 
@@ -229,7 +233,7 @@ void AppModel::setDarkWallpaperURL(const std::optional<QString>& path)
 
 void AppModel::pushWallpaper()
 {
-    if (!m_enabled)
+    if (!showsChanges())
         return;
     if (!m_desktopIcons.isDesktopReady()) {
         // A desktop program still starting may crash when its pictures change: push once it
@@ -250,7 +254,7 @@ void AppModel::followDesktopBackend()
     }
     const bool iconsReachable = m_platform.desktopSupport().state().icons;
     const bool iconsBefore = std::exchange(m_iconsReachable, iconsReachable);
-    if (!m_enabled)
+    if (!showsChanges())
         return;
     // The icon style outlives the desktop program (the next one reads it): it is written again
     // only where no icon setting could be reached before.

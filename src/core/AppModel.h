@@ -245,6 +245,11 @@ private:
     bool m_canCloneBar = false;
     bool m_canNameItems = false;
     bool m_enabled = true;
+    // Set when the quit puts the desktop back: from then on nothing goes on screen again, even
+    // while the switch stays on for the next launch (a desktop program coming back mid-quit
+    // would otherwise get the pictures again, in place of the user's).
+    bool m_quitting = false;
+    bool showsChanges() const { return m_enabled && !m_quitting; }
     std::optional<DisplayMode> m_lastAppliedMode;
     QList<ManagedWindow> m_windows;
     bool m_windowsListed = false;

@@ -43,7 +43,7 @@ void AppModel::apply(const DisplayMode& mode)
     m_lastAppliedMode = mode;
     // Shown as current before, and whatever, the platform does.
     setCurrentSize(mode.width, mode.height);
-    if (!m_enabled)
+    if (!showsChanges())
         return;
     if (m_display->switchMode(m_selectedDisplayID, mode.id)) {
         m_frameCache.clear();

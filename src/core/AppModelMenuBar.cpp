@@ -97,7 +97,7 @@ void AppModel::panelChanged()
 {
     // Icons that came, went or moved, or a restarted panel: a fresh capture and scan, which
     // also hides the re-docked icons by their labels again.
-    if (m_enabled && m_menuBarCover != MenuBarCover::keep)
+    if (showsChanges() && m_menuBarCover != MenuBarCover::keep)
         scheduleBarRecapture();
     else
         refreshMenuBarItems();
@@ -167,7 +167,7 @@ std::optional<BarReflow::Bar> AppModel::barOn(const ScreenInfo& screen, QRectF* 
 
 void AppModel::recomputeBarTiles(bool rescan, bool sameScreens)
 {
-    const bool active = m_enabled && m_menuBarCover != MenuBarCover::keep;
+    const bool active = showsChanges() && m_menuBarCover != MenuBarCover::keep;
     // The controller puts tinted pictures up only while a choice is shown: taking the tint down
     // with the switch off applies nothing. A desktop program still starting gets the pictures
     // once it has drawn the desktop.
@@ -283,7 +283,7 @@ void AppModel::showBarTiles(bool rescan)
 
 void AppModel::scheduleBarRecapture()
 {
-    if (!m_enabled || m_menuBarCover == MenuBarCover::keep)
+    if (!showsChanges() || m_menuBarCover == MenuBarCover::keep)
         return;
     if (m_barRecaptureWork)
         m_barRecaptureWork->cancel();

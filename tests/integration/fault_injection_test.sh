@@ -4,8 +4,8 @@
 # another, and (on two monitors) the second monitor is switched off and on again; quillet must
 # keep running (or exit cleanly) and its quit must leave nothing changed, the pictures of every
 # workspace of the monitor that went away included.
-# Then quit is tried with xfconfd stopped (SIGSTOP) and with xfdesktop gone: it must end
-# promptly, and a relaunch with "Restore settings on launch" off plus a quit must put back what
+# Then quit is tried while xfdesktop restarts, which it waits for, and with xfconfd stopped
+# (SIGSTOP) and with xfdesktop gone: it must end promptly, and a relaunch with "Restore settings on launch" off plus a quit must put back what
 # could not be put back then. Usage: fault_injection_test.sh PATH-TO-QUILLET
 set -uo pipefail
 
@@ -171,6 +171,21 @@ else
   qd_log "one monitor only (two need Xorg with the dummy driver as root): no monitor switched off"
 fi
 timed_quit "after the faults"
+user_settings_are_back "$baseline"
+
+qd_section "quit while xfdesktop restarts"
+# The session restarts a desktop program that died; meanwhile the root window is all there is,
+# and Quillet follows it. A quit then must wait for xfdesktop to take the user's pictures back.
+qd_new_home
+qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#1E90FF"}'
+qd_launch_quillet quillet-xfdesktop-restarts
+qd_wait_for 45 "the colour shown" settings_differ_from "$baseline"
+gone=$(qd_desktop_pid)
+kill -TERM "$gone"
+qd_wait_for 10 "Quillet to follow the root window" grep -q "root window backend" \
+  "$QD_TMP/quillet-xfdesktop-restarts.log"
+qd_launch 'PIDS[xfdesktop]' "$QD_TMP/xfdesktop-restarted.log" "${desktop_env[@]}" xfdesktop --sm-client-disable
+timed_quit "while xfdesktop restarts"
 user_settings_are_back "$baseline"
 
 qd_section "quit with xfconfd stopped"

@@ -193,6 +193,22 @@ TEST_F(ModelFixture, aDesktopThatTakesOverGetsTheChoicesAgainButNotWhileOff)
     EXPECT_EQ(fake.desktopPictures->setRequests.size(), afterOff);
 }
 
+TEST_F(ModelFixture, aDesktopThatTakesOverWhileQuittingGetsTheUsersPicturesBack)
+{
+    fake.desktopPictures->pictures.insert(QStringLiteral("DP-1"), QStringLiteral("/mine.png"));
+    AppModel& m = makeModel();
+    m.setBackground(DesktopBackground::color);
+    ASSERT_NE(fake.desktopPictures->pictures.value(QStringLiteral("DP-1")), u"/mine.png");
+
+    // A desktop program that comes back while the quit waits (the switch stays on for the next
+    // launch) must not be given the colour again.
+    m.restoreDesktop([this](const std::function<bool()>&) {
+        fake.desktopSupport->takeOver(fake.desktopSupport->current);
+    });
+    EXPECT_EQ(fake.desktopPictures->pictures.value(QStringLiteral("DP-1")), u"/mine.png");
+    EXPECT_TRUE(m.enabled());
+}
+
 TEST_F(ModelFixture, iconsHiddenWhereNoDesktopKeptThemAreHiddenOnceOneCanAndAfterCommandsSettle)
 {
     DesktopSupport::State none = fake.desktopSupport->current;

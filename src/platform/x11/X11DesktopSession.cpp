@@ -15,12 +15,24 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <chrono>
 
 using namespace std::chrono_literals;
 
 namespace {
 
 const QString kXfdesktopName = QStringLiteral("org.xfce.xfdesktop");
+// A restarted xfdesktop (our own restart for the icon style, the session's after a crash) is
+// back on the bus within a few seconds, and has drawn its desktop a few seconds later.
+constexpr std::chrono::milliseconds kXfdesktopReturnsWithin = 4s;
+constexpr std::chrono::milliseconds kXfdesktopDrawsWithin = 10s;
+
+qint64 monotonicMs()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 const QString kXfconfName = QStringLiteral("org.xfce.Xfconf");
 
 // Pictures go to whichever backend is in charge when they are set; a record is put back by the
@@ -31,15 +43,15 @@ public:
 
     std::optional<QString> desktopPicture(const ScreenInfo& screen) const override
     {
-        return active().desktopPicture(screen);
+        return settled().desktopPicture(screen);
     }
     QImage snapshotDesktopPicture(const ScreenInfo& screen) override
     {
-        return active().snapshotDesktopPicture(screen);
+        return settled().snapshotDesktopPicture(screen);
     }
     bool rememberDesktop(const ScreenInfo& screen) override
     {
-        return active().rememberDesktop(screen);
+        return settled().rememberDesktop(screen);
     }
     bool holdsRecord(const ScreenInfo& screen) const override
     {
@@ -47,7 +59,9 @@ public:
     }
     PictureRestore restoreDesktop(const ScreenInfo& screen) override
     {
-        PictureRestore outcome = active().restoreDesktop(screen);
+        PictureRestore outcome = settled().restoreDesktop(screen);
+        qCDebug(lcX11, "%s: pictures put back: %d", qUtf8Printable(screen.outputName),
+                int(outcome));
         // A record left with the backend that was in charge before (the root's picture, while
         // no desktop program covers the root).
         DesktopPictures* other = m_session.otherPictures();
@@ -70,13 +84,19 @@ public:
     }
     bool setDesktopPicture(const ScreenInfo& screen, const QString& path) override
     {
-        return active().setDesktopPicture(screen, path);
+        return settled().setDesktopPicture(screen, path);
     }
     bool redrawAfterScreenChange() const override { return active().redrawAfterScreenChange(); }
     QString restoreLimitation() const override { return active().restoreLimitation(); }
 
 private:
     DesktopPictures& active() const { return m_session.activePictures(); }
+    // The backend in charge once a desktop program that is restarting is back.
+    DesktopPictures& settled() const
+    {
+        m_session.awaitXfdesktopReturn();
+        return active();
+    }
     X11DesktopSession& m_session;
 };
 
@@ -174,9 +194,11 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
     m_busWatch.addWatchedService(kXfconfName);
     connect(&m_busWatch, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString& name, const QString&, const QString& newOwner) {
-                if (name == kXfdesktopName)
+                if (name == kXfdesktopName) {
                     m_xfdesktop = !newOwner.isEmpty();
-                else if (name == kXfconfName)
+                    if (!m_xfdesktop && m_backend == Backend::xfce)
+                        m_xfdesktopLostAt = monotonicMs();
+                } else if (name == kXfconfName)
                     m_xfconf = !newOwner.isEmpty();
                 scheduleCheck();
             });
@@ -455,6 +477,25 @@ void X11DesktopSession::awaitFirstApplied() const
     m_answerChanged.wait_for(lock, 5s, [this] { return m_firstApplied; });
 }
 
+void X11DesktopSession::awaitXfdesktopReturn() const
+{
+    // A wait here on the interface thread would hold up the very answer it waits for.
+    if (QThread::currentThread() == thread() || m_xfdesktopLostAt.load() == 0)
+        return;
+    const qint64 started = monotonicMs();
+    for (;;) {
+        const qint64 lost = m_xfdesktopLostAt.load();
+        const qint64 away = monotonicMs() - lost;
+        if (lost == 0 || away > kXfdesktopDrawsWithin.count() ||
+            (away > kXfdesktopReturnsWithin.count() && !XfceDesktopIcons::isRunning())) {
+            qCDebug(lcX11, "pictures waited %lld ms for xfdesktop (%s)", monotonicMs() - started,
+                    lost == 0 ? "back" : "still away");
+            return;
+        }
+        QThread::msleep(50);
+    }
+}
+
 void X11DesktopSession::apply(const Found& found)
 {
     const std::optional<X11::DesktopProgram>& program = found.program;
@@ -541,6 +582,8 @@ void X11DesktopSession::apply(const Found& found)
     if (gsettings)
         m_gsettings = gsettings;
     m_backend = backend;
+    if (backend == Backend::xfce)
+        m_xfdesktopLostAt = 0;
     m_programPid = pid;
     if (state != m_state) {
         m_state = state;

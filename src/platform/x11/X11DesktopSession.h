@@ -55,6 +55,11 @@ public:
     DesktopPictures* otherPictures() const;
     // Whether the other backend's record can be put back now without harm.
     bool otherMayRestore() const;
+    // On the picture thread, before pictures change or go back: while xfdesktop, in charge a
+    // moment ago, restarts (our own restart for the icon style, or the session's after a
+    // crash), waits until it is back in charge, a few seconds at most. Meanwhile the root
+    // window would take the pictures, and xfdesktop's record would wait for the next launch.
+    void awaitXfdesktopReturn() const;
     // The icons backend, when the desktop keeps an icon setting the program can change.
     DesktopIconsBackend* activeIcons() const;
 
@@ -112,6 +117,9 @@ private:
     // Read by the desktop-picture thread as well.
     std::atomic<Backend> m_backend = Backend::root;
     std::atomic<bool> m_desktopDrawn = false;
+    // When xfdesktop, in charge then, left the bus (steady clock, ms); 0 once it is back in
+    // charge.
+    std::atomic<qint64> m_xfdesktopLostAt = 0;
     qint64 m_programPid = 0;
     State m_state;
     // The window tree is read there: a busy X server (a large picture being drawn) or a window
