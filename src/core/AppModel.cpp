@@ -265,7 +265,10 @@ void AppModel::followDesktopBackend()
 
 DesktopSupport::State AppModel::desktopSupport() const
 {
-    return m_platform.desktopSupport().state();
+    DesktopSupport::State state = m_platform.desktopSupport().state();
+    if (state.itemsGap.isEmpty())
+        state.itemsGap = m_itemsGap;
+    return state;
 }
 
 void AppModel::restoreIfEnabled()

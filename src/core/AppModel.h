@@ -260,6 +260,8 @@ private:
     // What the last panel scan saw, global bottom-left points.
     QList<QRectF> m_topPanels;
     QList<QRectF> m_emptyStretches;
+    // Why the last panel scan could not place chosen items (DesktopSupport::State::itemsGap).
+    QString m_itemsGap;
     // The monitors of the last build of the tiles.
     QList<ScreenInfo> m_barScreens;
     // Owners of tray items in the order they were first seen: numbers icons of one program.

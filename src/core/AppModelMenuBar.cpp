@@ -77,6 +77,10 @@ void AppModel::panelScanned(const PanelSnapshot& snapshot)
     const bool panelChanged = panels != m_topPanels || stretches != m_emptyStretches;
     m_topPanels = panels;
     m_emptyStretches = stretches;
+    if (snapshot.itemsGap != m_itemsGap) {
+        m_itemsGap = snapshot.itemsGap;
+        emit published(Field::desktopSupport);
+    }
 
     const bool itemsChanged = items != m_menuBarItems;
     assign(m_menuBarItems, items, Field::menuBarItems);

@@ -27,6 +27,9 @@ public:
         // Why the panel cover ("Hide bar", "Hide items") cannot work here (a panel the desktop's
         // shell draws itself); empty where it can.
         QString coverGap;
+        // Why "Hide items" alone cannot work here (a panel that does not tell where its tray
+        // icons are); empty where it can.
+        QString itemsGap;
         bool operator==(const State&) const = default;
     };
 

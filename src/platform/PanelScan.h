@@ -18,6 +18,9 @@ struct PanelSnapshot {
     // Stretches of the panels where nothing but the panel's own background shows, global
     // top-left points; empty when the panel does not tell.
     QList<QRectF> emptyStretches;
+    // Why chosen tray items cannot be covered on this panel, in a few words for the user
+    // ("lxqt-panel draws its tray icons itself and ..."); empty where they can.
+    QString itemsGap;
 };
 
 class PanelScan : public QObject {

@@ -60,6 +60,8 @@ QString DesktopSupportBanner::text(const DesktopSupport::State& state, bool icon
         const QString choice =
             cover == MenuBarCover::entire ? tr("“Hide bar”") : tr("“Hide items”");
         lines << tr("Menu bar: %1 has no effect on %2: %3.").arg(choice, desktop, state.coverGap);
+    } else if (cover == MenuBarCover::items && !state.itemsGap.isEmpty()) {
+        lines << tr("Menu bar: “Hide items” has no effect on %1: %2.").arg(desktop, state.itemsGap);
     }
     return lines.join(u'\n');
 }

@@ -19,7 +19,8 @@
 #   changes, leaves a record the next run puts back; with icons hidden the main window says why
 #   pcmanfm's cannot be; on lxpanel
 #   "Hide items" covers only the hidden tray icon's place and the clock right of the tray keeps
-#   ticking, "Hide bar" covers the whole panel; on two monitors the colour goes onto pcmanfm's
+#   ticking, with the other icon hidden the first closes up into its place, "Hide bar" covers
+#   the whole panel; on two monitors the colour goes onto pcmanfm's
 #   first monitor (the one its command line reaches), the main window names that monitor and
 #   says the others keep theirs, and the second one's settings stay as they were; for a user
 #   who never had a picture, "Keep" brings pcmanfm's colour back and the window says pcmanfm
@@ -27,9 +28,12 @@
 # - LXQt (pcmanfm-qt draws the desktop with a picture of the user's, lxqt-panel is the panel):
 #   a colour and an image reach pcmanfm-qt's desktop and its settings.conf in the user's own
 #   picture mode; twenty picture and cover changes later pcmanfm-qt and lxqt-panel still run;
-#   quitting puts the user's picture on the screen and settings.conf back byte for byte; a
-#   pcmanfm-qt showing its plain colour is left alone (settings and colour untouched); on
-#   lxqt-panel both tray icons are found and "Hide bar" covers the whole panel;
+#   quitting puts the user's picture on the screen, settings.conf back byte for byte and the
+#   user's picture in pcmanfm-qt's cache; on lxqt-panel (which shows its XEmbed icons as buttons
+#   of its own) "Hide items" works as on lxpanel; a display mode switches and comes back; with
+#   pcmanfm-qt showing its plain colour (left alone: settings and colour untouched), icons
+#   hidden and an lxqt-panel started without accessibility, the main window says why each has
+#   no effect;
 # - Xfce whose xfdesktop starts after the program: the colour first goes into the root, then
 #   into xfdesktop's settings once it runs (the icons stay hidden through xfconf); xfdesktop
 #   killed and started again shows the colour again; quitting puts every setting back.
@@ -294,15 +298,47 @@ pcmanfm_windows() {
     xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP || echo "$id"
   done
 }
+# pcmanfm and pcmanfm-qt take pictures through their settings file: a colour, then an image, then
+# twenty picture and cover changes reach the desktop and the file; the desktop's programs still
+# run; quitting leaves no record. SHOWS-IN-SETTINGS tells whether the settings name a picture
+# (a path pattern) in the way this desktop program shows it.
+pictures_through_settings() { # PROGRAM PANEL SHOWS-IN-SETTINGS IMAGE
+  local program=$1 record=desktop-$1.json
+  qd_drive background color >/dev/null
+  qd_drive colour '#D35400' >/dev/null
+  qd_wait_eq 15 "the colour on $program's desktop" D35400 centre
+  qd_check "the colour picture is in $program's settings" "$3" '/Quillet/quillet-color-[0-9]+\.png$'
+  qd_check "the record is on disk" test -s "$(support_dir)/$record"
+  qd_drive light "$4" >/dev/null
+  qd_drive dark "$4" >/dev/null
+  qd_drive background image >/dev/null
+  qd_wait_eq 15 "the image on $program's desktop" 00A000 centre
+  qd_check "$program's settings name the image" "$3" "^$4\$"
+  pictures_and_covers
+  qd_drive cover keep >/dev/null
+  qd_wait_eq 15 "the last of twenty colours on $program's desktop" C85400 centre
+  qd_check "$program still runs after twenty picture and cover changes" qd_runs_here "$program"
+  qd_check "$2 still runs after twenty picture and cover changes" qd_runs_here "$2"
+  qd_check "openbox still runs" qd_runs_here openbox
+  qd_check_eq "$program opened no window" "" "$(pcmanfm_windows)"
+  qd_driver_quit
+  qd_check "no $program record is left" test ! -e "$(support_dir)/$record"
+}
+
 # pcmanfm's own command line, run as the desktop runs its programs (the desktop's pcmanfm
 # takes it over its socket).
 pcmanfm_says() { # ARGUMENTS...
-  local pid environ=()
-  for pid in $(pgrep -x pcmanfm); do
-    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && break
-  done
-  mapfile -d '' environ <"/proc/$pid/environ"
+  local environ=()
+  mapfile -d '' environ <"/proc/$(desktop_pid pcmanfm)/environ"
   env -i "${environ[@]}" pcmanfm "$@"
+}
+# The PID of this desktop's PROGRAM (other desktops may run one too).
+desktop_pid() { # PROGRAM
+  local pid
+  for pid in $(pgrep -x "$1"); do
+    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && echo "$pid" && return 0
+  done
+  return 1
 }
 lxde() {
   qd_section "LXDE: pcmanfm draws the desktop"
@@ -321,27 +357,9 @@ lxde() {
   qd_check_eq "pcmanfm shows its own colour" 2A5D8F "$centre_before"
   qd_driver_start lxde "$driver"
   qd_check_eq "the desktop as the program sees it" "support LXDE||1|0" "$(qd_drive support)"
-  qd_drive background color >/dev/null
-  qd_drive colour '#D35400' >/dev/null
-  qd_wait_eq 15 "the colour on pcmanfm's desktop" D35400 centre
-  qd_check "the colour picture fills pcmanfm's first monitor" pcmanfm_fills_with '/Quillet/quillet-color-[0-9]+\.png$'
-  qd_check "the record is on disk" test -s "$(support_dir)/desktop-pcmanfm.json"
-  qd_drive light "$image" >/dev/null
-  qd_drive dark "$image" >/dev/null
-  qd_drive background image >/dev/null
-  qd_wait_eq 15 "the image on pcmanfm's desktop" 00A000 centre
-  qd_check "pcmanfm's settings name the image" pcmanfm_fills_with "^$image\$"
-  pictures_and_covers
-  qd_drive cover keep >/dev/null
-  qd_wait_eq 15 "the last of twenty colours on pcmanfm's desktop" C85400 centre
-  qd_check "pcmanfm still runs after twenty picture and cover changes" qd_runs_here pcmanfm
-  qd_check "lxpanel still runs after twenty picture and cover changes" qd_runs_here lxpanel
-  qd_check "openbox still runs" qd_runs_here openbox
-  qd_check_eq "pcmanfm opened no window" "" "$(pcmanfm_windows)"
-  qd_driver_quit
+  pictures_through_settings pcmanfm lxpanel pcmanfm_fills_with "$image"
   qd_wait_eq 15 "pcmanfm's own colour after quitting" "$centre_before" centre
   qd_check_eq "pcmanfm's settings file is as it was" "$settings_before" "$(cat "$(lxde_settings)")"
-  qd_check "no pcmanfm record is left" test ! -e "$(support_dir)/desktop-pcmanfm.json"
   # The user picks a picture mode later: pcmanfm saves its file and shows the picture it holds,
   # which is the user's again, not the program's last.
   pcmanfm_says --wallpaper-mode=stretch
@@ -465,7 +483,8 @@ hide_first_tray_icon() { # PANEL
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
 }
-yad_items() { items=$(qd_drive items) && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
+# The two tray icons' items (a panel that tells where its clock is lists it too).
+yad_items() { items=$(qd_drive items | grep ' label=YAD [12]$') && [ "$(sed -n 's/.* label=//p' <<<"$items" | paste -sd '|')" = "YAD 1|YAD 2" ]; }
 
 # Whether the picture holds no icon: each column alike (a panel's background may shade from
 # top to bottom).
@@ -487,6 +506,17 @@ panel_cover() { # DESKTOP PANEL-PROGRAM
   qd_check "Hide items: YAD 1's place shows only panel background" columns_alike "$QD_TMP/yad1-place.png" "$w1"
   clock_shot "$QD_TMP/clock-then.png"
   qd_check "Hide items: the clock right of the tray keeps ticking" qd_wait_for 5 "the clock to change" clock_ticks
+  # YAD 2 hidden instead: YAD 1 closes up into its place.
+  qd_drive toggle YAD 1 >/dev/null
+  qd_drive settle >/dev/null
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-shown.png"
+  qd_drive toggle YAD 2 >/dev/null
+  qd_drive settle >/dev/null
+  import -window root -crop "${w1}x24+$((x2 + w2 - w1))+4" "$QD_TMP/yad2-place.png"
+  qd_check_eq "Hide items: with YAD 2 hidden, YAD 1 shows in its place" 0 \
+    "$(compare -metric AE "$QD_TMP/yad1-shown.png" "$QD_TMP/yad2-place.png" null: 2>&1 | cut -d' ' -f1)"
+  import -window root -crop "${w1}x24+$x1+4" "$QD_TMP/yad1-place.png"
+  qd_check "Hide items: YAD 1's old place shows only panel background" columns_alike "$QD_TMP/yad1-place.png" "$w1"
   qd_drive cover entire >/dev/null
   qd_drive settle >/dev/null
   masks=$(qd_drive masks)
@@ -498,27 +528,6 @@ panel_cover() { # DESKTOP PANEL-PROGRAM
   qd_check "$2 still runs after the cover" qd_runs_here "$2"
 }
 
-# lxqt-panel shows the XEmbed icons through its notification-item host: both are found, and
-# "Hide bar" covers the panel.
-two_yad_items() { [ "$(qd_drive items | grep -ci 'label=yad [12]$')" = 2 ]; }
-lxqt_panel_cover() {
-  qd_section "LXQt: the panel cover on lxqt-panel"
-  qd_driver_start lxqt-panel "$cover_driver"
-  local root_w
-  qd_check "the two tray icons are found" qd_wait_for 20 "two tray items" two_yad_items
-  root_w=$(xdpyinfo 2>/dev/null | sed -n 's/.*dimensions: *\([0-9]*\)x.*/\1/p')
-  qd_drive cover items >/dev/null
-  qd_drive settle >/dev/null
-  qd_drive cover entire >/dev/null
-  qd_drive settle >/dev/null
-  qd_check "Hide bar: one mask across the whole panel" grep -q "^mask .* x=0 y=0 w=$root_w " <<<"$(qd_drive masks)"
-  qd_drive cover keep >/dev/null
-  qd_drive settle >/dev/null
-  qd_check_eq "no mask left" "" "$(qd_drive masks)"
-  qd_driver_quit
-  qd_check "lxqt-panel still runs after the cover" qd_runs_here lxqt-panel
-}
-
 # pcmanfm-qt's settings under the test desktop's profile.
 lxqt_settings() { echo "$QUILLET_DESKTOP_STATE/config/pcmanfm-qt/quillet/settings.conf"; }
 lxqt_setting() { sed -n "/^\[Desktop\]/,/^\[/s/^$1=//p" "$(lxqt_settings)"; }
@@ -528,7 +537,9 @@ pcmanfm_qt_shows() { # PATH-REGEX
 }
 lxqt() {
   qd_section "LXQt: pcmanfm-qt draws the desktop"
-  qd_start_desktop --desktop lxqt
+  # lxqt-panel shows where its tray icons are only on the accessibility bus, and only when that
+  # answered as it started.
+  qd_start_desktop --desktop lxqt --accessibility on
   qd_new_home
   export XDG_CURRENT_DESKTOP=LXQt
   local before=$QD_TMP/lxqt-settings-before.conf centre_before image=$QD_TMP/green.png
@@ -536,50 +547,79 @@ lxqt() {
   cp "$(lxqt_settings)" "$before"
   centre_before=$(centre)
   qd_check_eq "pcmanfm-qt shows the user's picture" 3B6E4F "$centre_before"
+  # pcmanfm-qt keeps the picture it shows, scaled, in a cache named after its source.
+  local cache=$QUILLET_DESKTOP_STATE/cache/pcmanfm-qt/quillet
+  cp "$cache/wallpaper.cache.info" "$QD_TMP/wallpaper.cache.info"
+  cp "$cache/wallpaper.cache" "$QD_TMP/wallpaper.cache.png"
   qd_driver_start lxqt "$driver"
   qd_check_eq "the desktop as the program sees it" "support LXQt||1|0" "$(qd_drive support)"
-  qd_drive background color >/dev/null
-  qd_drive colour '#D35400' >/dev/null
-  qd_wait_eq 15 "the colour on pcmanfm-qt's desktop" D35400 centre
-  qd_check "the colour picture is in pcmanfm-qt's settings, in the user's mode" pcmanfm_qt_shows '/Quillet/quillet-color-[0-9]+\.png$'
-  qd_check "the record is on disk" test -s "$(support_dir)/desktop-pcmanfm-qt.json"
-  qd_drive light "$image" >/dev/null
-  qd_drive dark "$image" >/dev/null
-  qd_drive background image >/dev/null
-  qd_wait_eq 15 "the image on pcmanfm-qt's desktop" 00A000 centre
-  qd_check "pcmanfm-qt's settings name the image" pcmanfm_qt_shows "^$image\$"
-  pictures_and_covers
-  qd_drive cover keep >/dev/null
-  qd_wait_eq 15 "the last of twenty colours on pcmanfm-qt's desktop" C85400 centre
-  qd_check "pcmanfm-qt still runs after twenty picture and cover changes" qd_runs_here pcmanfm-qt
-  qd_check "lxqt-panel still runs after twenty picture and cover changes" qd_runs_here lxqt-panel
-  qd_check "openbox still runs" qd_runs_here openbox
-  qd_check_eq "pcmanfm-qt opened no window" "" "$(pcmanfm_windows)"
-  qd_driver_quit
+  pictures_through_settings pcmanfm-qt lxqt-panel pcmanfm_qt_shows "$image"
   qd_wait_eq 15 "the user's picture after quitting" "$centre_before" centre
   qd_check "settings.conf is back byte for byte" cmp "$before" "$(lxqt_settings)"
-  qd_check "no pcmanfm-qt record is left" test ! -e "$(support_dir)/desktop-pcmanfm-qt.json"
-  lxqt_panel_cover
-  qd_check "pcmanfm-qt still runs at the end" qd_runs_here pcmanfm-qt
+  qd_wait_for 15 "pcmanfm-qt's cache names the user's picture again" cmp "$QD_TMP/wallpaper.cache.info" "$cache/wallpaper.cache.info" ||
+    qd_fail "pcmanfm-qt's cache names $(cat "$cache/wallpaper.cache.info"), not the user's picture"
+  qd_check_eq "pcmanfm-qt's cached picture is the user's again" 0 \
+    "$(compare -metric AE "$QD_TMP/wallpaper.cache.png" "$cache/wallpaper.cache" null: 2>&1 | cut -d' ' -f1)"
+  panel_cover LXQt lxqt-panel
+  qd_check "pcmanfm-qt still runs after the cover" qd_runs_here pcmanfm-qt
+  modes_and_halves LXQt openbox lxqt-panel pcmanfm-qt
+  lxqt_explained
+}
 
-  qd_section "LXQt: pcmanfm-qt showing its plain colour is left alone"
-  # What pcmanfm-qt's own preferences write for a plain desktop; it reads it when it starts.
-  local pid pcmanfm_qt_pid environ=()
-  for pid in $(pgrep -x pcmanfm-qt); do
-    grep -qzx "DISPLAY=$DISPLAY" "/proc/$pid/environ" 2>/dev/null && break
+# lxqt-panel registers an item of its own for each XEmbed icon it takes.
+two_items_registered() {
+  [ "$(dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher /StatusNotifierWatcher \
+    org.freedesktop.DBus.Properties.Get string:org.kde.StatusNotifierWatcher \
+    string:RegisteredStatusNotifierItems 2>/dev/null | grep -c 'string "')" = 2 ]
+}
+desktop_window_of() { # PID
+  local id
+  for id in $(xprop -root _NET_CLIENT_LIST | sed 's/.*# //; s/,//g'); do
+    xprop -id "$id" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q _NET_WM_WINDOW_TYPE_DESKTOP &&
+      [ "$(xprop -id "$id" _NET_WM_PID 2>/dev/null | awk '{ print $NF }')" = "$1" ] && return 0
   done
+  return 1
+}
+
+# What cannot be done on LXQt, said in the main window: pcmanfm-qt showing its plain colour
+# (left alone: its settings and its colour stay), its icons, and "Hide items" on an lxqt-panel
+# that started with the accessibility bus off (a desktop without assistive technologies).
+lxqt_explained() {
+  qd_section "LXQt: pcmanfm-qt's plain colour, its icons and an lxqt-panel without accessibility explained"
+  if ! "$QD_PYTHON" -c 'import pyatspi' 2>/dev/null; then
+    qd_log "SKIP: pyatspi is not installed"
+    return 0
+  fi
+  qd_start_desktop --desktop lxqt
+  local before=$QD_TMP/lxqt-plain-before.conf pid pcmanfm_qt_pid environ=()
+  # What pcmanfm-qt's own preferences write for a plain desktop; it reads it when it starts
+  # (and saves its settings as it quits).
+  pid=$(desktop_pid pcmanfm-qt)
   mapfile -d '' environ <"/proc/$pid/environ"
   qd_stop_process "$pid" TERM 10
   sed -i 's/^WallpaperMode=.*/WallpaperMode=none/' "$(lxqt_settings)"
-  cp "$(lxqt_settings)" "$before"
   qd_launch pcmanfm_qt_pid "$QD_TMP/pcmanfm-qt.log" env -i "${environ[@]}" pcmanfm-qt --desktop --profile quillet
-  qd_wait_eq 30 "pcmanfm-qt's plain colour" 3B6E4F centre
-  qd_driver_start lxqt-colour "$driver"
-  qd_drive background color >/dev/null
-  qd_drive colour '#D35400' >/dev/null
-  sleep 2
-  qd_check_eq "pcmanfm-qt keeps its colour" 3B6E4F "$(centre)"
-  qd_driver_quit
+  qd_wait_for 30 "the new pcmanfm-qt's desktop window" desktop_window_of "$pcmanfm_qt_pid" ||
+    qd_fail "pcmanfm-qt showed no desktop after its restart"
+  qd_check_eq "pcmanfm-qt's plain colour" 3B6E4F "$(centre)"
+  cp "$(lxqt_settings)" "$before"
+  qd_wait_for 20 "both tray icons in lxqt-panel" two_items_registered ||
+    qd_fail "lxqt-panel did not take both tray icons"
+  qd_new_home
+  qd_write_defaults '{"pref.restoreOnLaunch": true, "state.background": "color", "state.backgroundColor": "#D35400",
+                      "state.desktopIconsHidden": true, "state.menuBarCover": "items"}'
+  qd_launch_quillet quillet-lxqt QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+  qd_wait_for 20 "the main window on the accessibility bus" "${atspi[@]}" showing "$quillet_pid" "Restore Original" ||
+    { qd_fail "the main window is not on the accessibility bus"; qd_stop_checked; return; }
+  local said
+  said="Icons: “Hide” has no effect on LXQt: pcmanfm-qt reads its setting that hides desktop icons only when it starts, and takes no command for it.
+Background: “Color” has no effect on LXQt: pcmanfm-qt shows a plain colour, and once it shows a picture nothing but its own desktop preferences bring the colour back; with a picture of your own chosen there, Quillet can change it.
+Menu bar: “Hide items” has no effect on LXQt: lxqt-panel draws its tray icons itself and tells where they are only on the accessibility bus; switch accessibility on and restart lxqt-panel."
+  qd_check "the main window says what cannot be done on LXQt" \
+    qd_wait_for 20 "the desktop banner" "${atspi[@]}" showing "$quillet_pid" "$said"
+  qd_check_eq "pcmanfm-qt keeps its colour" 3B6E4F "$(right_side)"
+  qd_check "lxqt-panel still runs" qd_runs_here lxqt-panel
+  qd_stop_checked
   qd_check "settings.conf is untouched" cmp "$before" "$(lxqt_settings)"
   qd_stop_process "$pcmanfm_qt_pid" TERM 10
   qd_stop_desktop

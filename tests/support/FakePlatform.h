@@ -225,6 +225,7 @@ public:
     int starts = 0;
     // Global top-left points.
     QList<QRectF> emptyStretches;
+    QString itemsGap;
 
     void start(bool withNames) override
     {
@@ -244,6 +245,7 @@ public:
         if (m_withNames)
             snapshot.names = m_names.trayElements();
         snapshot.emptyStretches = emptyStretches;
+        snapshot.itemsGap = itemsGap;
         m_pending = m_withNames = false;
         emit scanned(snapshot);
     }

@@ -709,6 +709,24 @@ TEST_F(PanelFixture, aDesktopChoiceThatCannotWorkIsExplainedNamingTheDesktopAndW
     EXPECT_TRUE(banner->text().startsWith(QStringLiteral("Menu bar: “Hide items” has no effect")));
     m.setMenuBarCover(MenuBarCover::keep);
     EXPECT_FALSE(banner->isVisible());
+
+    // A panel that does not tell where its tray icons are, as the panel scan finds: only
+    // "Hide items" is explained, and only while the scan says so.
+    DesktopSupport::State lxqt;
+    lxqt.desktop = QStringLiteral("LXQt");
+    lxqt.pictures = lxqt.icons = true;
+    fake.desktopSupport->takeOver(lxqt);
+    fake.panelScan->itemsGap = QStringLiteral("lxqt-panel draws its tray icons itself");
+    m.setMenuBarCover(MenuBarCover::items);
+    m.refreshMenuBarItems();
+    EXPECT_EQ(banner->text(), QStringLiteral("Menu bar: “Hide items” has no effect on LXQt: "
+                                             "lxqt-panel draws its tray icons itself."));
+    m.setMenuBarCover(MenuBarCover::entire);
+    EXPECT_FALSE(banner->isVisible());
+    m.setMenuBarCover(MenuBarCover::items);
+    fake.panelScan->itemsGap.clear();
+    m.refreshMenuBarItems();
+    EXPECT_FALSE(banner->isVisible()) << "a later scan that places the icons says nothing";
 }
 
 TEST_F(PanelFixture, windowsListedAfterTheFirstPaintLeaveTheListBlankUntilThen)

@@ -24,6 +24,14 @@
 // that embeds the plug's tree; separators and expanding gaps are plugins without children. The
 // plugin's name comes from its type (/plugins/plugin-N in xfconf) and the Name of the type's
 // desktop file in xfce4/panel/plugins/ under the data directories.
+//
+// lxqt-panel 1.2 (a Qt 5 program) publishes its tree only when the accessibility registry
+// answered as it started (the bus switched on, or already running for another program). Its
+// application holds a "frame" per panel window whose single child holds the
+// plugins in the panel's order. Its status-item plugin shows each item as a push button with an
+// empty accessible name and the item's tooltip as its description, in the order the items
+// registered with the panel's own watcher; its task list's buttons are named after their
+// windows. Its tray plugin registers one item of its own per XEmbed icon (see X11TrayIcons).
 #include "PanelStatusItems.h"
 
 #include "PanelPluginChoice.h"
@@ -250,10 +258,16 @@ QList<StatusIcon> statusButtons(const Caller& caller, const QDBusConnection& bus
             else
                 next.append(children);
         }
-        QList<QDBusPendingCall> states, rects;
+        QList<QDBusPendingCall> states, rects, names, descriptions;
         for (const AccessibleRef& node : std::as_const(found)) {
             states.append(caller.start(bus, node.bus, node.path, accessibleInterface,
                                        QStringLiteral("GetState")));
+            names.append(caller.start(bus, node.bus, node.path, propertiesInterface,
+                                      QStringLiteral("Get"),
+                                      {accessibleInterface, QStringLiteral("Name")}));
+            descriptions.append(caller.start(bus, node.bus, node.path, propertiesInterface,
+                                             QStringLiteral("Get"),
+                                             {accessibleInterface, QStringLiteral("Description")}));
             // Coordinate type 0: screen (root) coordinates.
             rects.append(
                 caller.start(bus, node.bus, node.path, QStringLiteral("org.a11y.atspi.Component"),
@@ -262,8 +276,11 @@ QList<StatusIcon> statusButtons(const Caller& caller, const QDBusConnection& bus
         for (qsizetype i = 0; i < found.size(); ++i) {
             const bool showing = parseShowing(Caller::finish(states[i]));
             const std::optional<QRect> rect = parseExtents(Caller::finish(rects[i]));
-            if (showing && rect)
-                buttons.append(StatusIcon{syntheticId(found[i]), *rect, 0, {}, {}});
+            // A button with a text of its own (a task list's window, a command) shows no item.
+            const bool named = !unwrap(Caller::finish(names[i]).value(0)).toString().isEmpty();
+            const QString description = unwrap(Caller::finish(descriptions[i]).value(0)).toString();
+            if (showing && rect && !named)
+                buttons.append(StatusIcon{syntheticId(found[i]), *rect, 0, {}, description, -1});
         }
         level = next;
     }
@@ -463,8 +480,14 @@ QDBusPendingCall startExtents(const Caller& caller, const QDBusConnection& bus,
                         QStringLiteral("GetExtents"), {QVariant::fromValue(quint32(0))});
 }
 
-// The panel applications on the bus: every application named "xfce4-panel".
-QList<AccessibleRef> panelApplications(const Caller& caller, const QDBusConnection& bus)
+// The panel applications on the bus: every application named "xfce4-panel", and the one of
+// the process `panelPid` when that is not 0.
+struct PanelApp {
+    AccessibleRef ref;
+    qint64 pid = 0;
+};
+
+QList<PanelApp> panelApplications(const Caller& caller, const QDBusConnection& bus, qint64 panelPid)
 {
     const QList<AccessibleRef> apps =
         childrenOf(caller, bus,
@@ -478,18 +501,23 @@ QList<AccessibleRef> panelApplications(const Caller& caller, const QDBusConnecti
                                  QStringLiteral("/org/freedesktop/DBus"),
                                  QStringLiteral("org.freedesktop.DBus"),
                                  QStringLiteral("GetConnectionUnixProcessID"), {app.bus}));
-    QList<AccessibleRef> others;
+    QList<PanelApp> others;
     QList<QDBusPendingCall> names;
+    QList<PanelApp> panels;
     for (qsizetype i = 0; i < apps.size(); ++i) {
         const QVariantList pid = Caller::finish(pids[i]);
         if (pid.isEmpty() || pid.first().toLongLong() == QCoreApplication::applicationPid())
             continue;
-        others.append(apps[i]);
+        const PanelApp app{apps[i], pid.first().toLongLong()};
+        if (panelPid > 0 && app.pid == panelPid) {
+            panels.append(app);
+            continue;
+        }
+        others.append(app);
         names.append(caller.start(bus, apps[i].bus, apps[i].path, propertiesInterface,
                                   QStringLiteral("Get"),
                                   {accessibleInterface, QStringLiteral("Name")}));
     }
-    QList<AccessibleRef> panels;
     for (qsizetype i = 0; i < others.size(); ++i) {
         if (unwrap(Caller::finish(names[i]).value(0)).toString() == QLatin1String("xfce4-panel"))
             panels.append(others[i]);
@@ -596,7 +624,45 @@ QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
     return icons;
 }
 
-PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall,
+QList<StatusIcon> findInPanel(qint64 panelPid, bool withTexts, std::chrono::milliseconds perCall,
+                              const QDeadlineTimer& deadline)
+{
+    const Caller caller{int(perCall.count()), deadline};
+    const QDBusConnection bus = accessibilityBus(caller);
+    if (!bus.isConnected())
+        return {};
+    QList<QByteArray> roots;
+    for (const PanelApp& app : panelApplications(caller, bus, panelPid)) {
+        // xfce4-panel shows its items in a plug of another process, found through the plug.
+        if (app.pid == panelPid)
+            roots << (app.ref.bus + u':' + app.ref.path).toUtf8();
+    }
+    QList<StatusIcon> icons = statusButtons(caller, bus, roots);
+    if (icons.isEmpty())
+        return icons;
+    const QList<RegisteredItem> items = registeredItems(caller, withTexts);
+    if (items.size() != icons.size())
+        return icons;
+    // The buttons follow the order of registration; a tooltip that disagrees makes it a guess.
+    for (qsizetype i = 0; i < icons.size(); ++i) {
+        const QString& shown = icons[i].toolTipTitle;
+        if (withTexts && !shown.isEmpty() && shown != items[i].toolTipTitle &&
+            shown != items[i].title)
+            return icons;
+    }
+    int hosted = 0;
+    for (qsizetype i = 0; i < icons.size(); ++i) {
+        icons[i].pid = items[i].pid;
+        icons[i].title = items[i].title;
+        if (!items[i].toolTipTitle.isEmpty())
+            icons[i].toolTipTitle = items[i].toolTipTitle;
+        if (items[i].pid == panelPid)
+            icons[i].hostedPlace = hosted++;
+    }
+    return icons;
+}
+
+PanelLayout panelLayout(const QRect& trayArea, qint64 panelPid, std::chrono::milliseconds perCall,
                         const QDeadlineTimer& deadline)
 {
     PanelLayout layout;
@@ -607,8 +673,8 @@ PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall
     const QDBusConnection bus = accessibilityBus(caller);
     if (!bus.isConnected())
         return layout;
-    for (const AccessibleRef& app : panelApplications(caller, bus)) {
-        const std::optional<PanelFrame> panel = panelAt(caller, bus, app, trayArea.center());
+    for (const PanelApp& app : panelApplications(caller, bus, panelPid)) {
+        const std::optional<PanelFrame> panel = panelAt(caller, bus, app.ref, trayArea.center());
         if (!panel)
             continue;
         const QList<AccessibleRef> plugins = childrenOf(caller, bus, panel->itemBox);
@@ -620,10 +686,6 @@ PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall
             kids.append(caller.start(bus, p.bus, p.path, accessibleInterface,
                                      QStringLiteral("GetChildren")));
         }
-        const QDBusPendingCall pid = caller.start(
-            bus, QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"),
-            {app.bus});
         QList<PanelPluginBox> boxes;
         for (qsizetype i = 0; i < plugins.size(); ++i) {
             PanelPluginBox box;
@@ -632,14 +694,13 @@ PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall
             box.hasContent = !parseChildren(Caller::finish(kids[i])).isEmpty();
             boxes.append(box);
         }
-        const qint64 panelPid = Caller::finish(pid).value(0).toLongLong();
         const QList<qsizetype> chosen =
             PanelPluginChoice::rightOfTray(boxes, panel->rect, trayArea);
         const QStringList names =
             chosen.isEmpty() ? QStringList() : pluginNames(caller, boxes.size());
         for (qsizetype i : chosen)
-            extras.append(
-                StatusIcon{syntheticId(plugins[i]), boxes[i].rect, panelPid, names.value(i), {}});
+            extras.append(StatusIcon{
+                syntheticId(plugins[i]), boxes[i].rect, app.pid, names.value(i), {}, -1});
         // A plugin without widgets (a separator, an expanding gap) shows the panel's background.
         for (const PanelPluginBox& box : std::as_const(boxes)) {
             if (box.showing && !box.hasContent && box.rect.intersects(panel->rect))

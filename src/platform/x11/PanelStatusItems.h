@@ -20,6 +20,9 @@ struct StatusIcon {
     qint64 pid = 0;
     QString title;
     QString toolTipTitle;
+    // For an item the panel's own process registered (lxqt-panel's stand-in for an XEmbed
+    // icon): its place among those, in the order they registered; -1 for any other item.
+    int hostedPlace = -1;
 };
 
 namespace PanelStatusItems {
@@ -28,6 +31,13 @@ namespace PanelStatusItems {
 // D-Bus call waits at most `perCall`; the whole search gives up at `deadline`.
 QList<StatusIcon> find(const QList<QByteArray>& accessibleRoots, bool withTexts,
                        std::chrono::milliseconds perCall, const QDeadlineTimer& deadline);
+
+// The status items that the panel process `panelPid` draws as buttons of its own (lxqt-panel),
+// left to right, as its accessibility tree shows them; matched to the watcher's items by their
+// order when the counts agree (and the tooltips, where the buttons tell them). Empty while the
+// panel publishes no accessibility tree.
+QList<StatusIcon> findInPanel(qint64 panelPid, bool withTexts, std::chrono::milliseconds perCall,
+                              const QDeadlineTimer& deadline);
 
 struct PanelLayout {
     // The panel's own plugins right of the notification area, left to right: the clock and
@@ -40,7 +50,8 @@ struct PanelLayout {
 };
 
 // The panel that holds the notification area `trayArea` (root coordinates), as its
-// accessibility tree shows it. Our own process is never asked.
-PanelLayout panelLayout(const QRect& trayArea, std::chrono::milliseconds perCall,
+// accessibility tree shows it: xfce4-panel, or the panel process `panelPid` when not 0. Our own
+// process is never asked.
+PanelLayout panelLayout(const QRect& trayArea, qint64 panelPid, std::chrono::milliseconds perCall,
                         const QDeadlineTimer& deadline);
 } // namespace PanelStatusItems

@@ -579,10 +579,12 @@ void X11DesktopSession::apply(const Found& found)
     State state;
     state.desktop = desktopName(program ? program->name : QString(), found.windowManager);
     state.drawnBy = drawnBy;
-    // A desktop that draws from GSettings, or pcmanfm, takes its pictures there.
-    state.pictures = drawnBy.isEmpty() || backend == Backend::gsettings ||
-                     backend == Backend::pcmanfm ||
-                     (backend == Backend::pcmanfmQt && !found.pcmanfmQtColour);
+    // A desktop that draws from GSettings, or pcmanfm, takes its pictures there; pcmanfm-qt
+    // only while it shows a picture.
+    state.pictures =
+        backend == Backend::pcmanfmQt
+            ? !found.pcmanfmQtColour
+            : drawnBy.isEmpty() || backend == Backend::gsettings || backend == Backend::pcmanfm;
     if (backend == Backend::pcmanfmQt && found.pcmanfmQtColour)
         state.picturesGap = QStringLiteral(
             "pcmanfm-qt shows a plain colour, and once it shows a picture nothing but its own "

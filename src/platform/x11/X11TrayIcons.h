@@ -27,6 +27,11 @@ struct TrayScan {
     QList<TrayIcon> icons;
     // Where the panel holding the tray shows only its background, root coordinates.
     QList<QRect> emptyStretches;
+    // The tray host's process (0 when unknown).
+    qint64 hostPid = 0;
+    // The host keeps icons out of sight and shows them as buttons of its own (lxqt-panel), and
+    // did not tell where those are (its accessibility tree is not published).
+    bool hostedIconsUnplaced = false;
 };
 
 namespace X11TrayIcons {

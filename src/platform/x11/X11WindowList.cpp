@@ -96,6 +96,14 @@ PanelSnapshot X11WindowList::snapshot(bool drawnByPanel, bool withTexts)
     }
     for (const QRect& stretch : tray.emptyStretches)
         result.emptyStretches.append(X11::rootToPoints(QRectF(stretch)).translated(-origin));
+    if (tray.hostedIconsUnplaced) {
+        const QString panel =
+            X11::ownerName(tray.hostPid, QString()).value_or(QStringLiteral("the panel"));
+        result.itemsGap = QStringLiteral("%1 draws its tray icons itself and tells where they are "
+                                         "only on the accessibility bus; switch accessibility on "
+                                         "and restart %1")
+                              .arg(panel);
+    }
 
     QList<xcb_window_t> managed = managedWindowsBottomToTop(c, root);
     std::reverse(managed.begin(), managed.end());

@@ -1,7 +1,8 @@
 // Drives the panel cover of the model against the real desktop, with the real mask windows,
 // for the panel cover test. Commands, through a CommandFile:
 //   items                 the tray items: "item id=<id> x= y= w= h= hidden=0|1 label=<label>"
-//                         (root pixels)
+//                         (root pixels), then "gap <why>" when the panel does not tell where
+//                         its tray icons are
 //   cover keep|entire|items
 //   toggle LABEL          hide or show the item with this label
 //   settle                wait until no recapture or panel scan is pending and every mask
@@ -95,6 +96,8 @@ private:
                                    .arg(m_model.selectedItemIDs().contains(item.id) ? 1 : 0)
                                    .arg(item.label));
             }
+            if (const QString gap = m_model.desktopSupport().itemsGap; !gap.isEmpty())
+                m_commands.say(QStringLiteral("gap ") + gap);
         } else if (command == QLatin1String("cover")) {
             if (const auto cover = menuBarCoverFromRaw(argument))
                 m_model.setMenuBarCover(*cover);
