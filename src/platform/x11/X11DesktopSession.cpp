@@ -164,16 +164,15 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
             std::make_unique<GSettingsDesktopPictures>(*keys, recordDir, *m_settingsTools));
     m_mateIcons =
         std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
-    // Once, at start-up, as the program always did; from then on only the owner changes count.
-    m_xfdesktop = XfceDesktopIcons::isRunning();
-    m_xfconf = XfceDesktopIcons::settingsReachable();
-
+    // Whether xfdesktop and xfconf run is asked once, by the first search (a bus call that waits
+    // on the bus daemon); from then on only the owner changes count.
     m_busWatch.setConnection(QDBusConnection::sessionBus());
     m_busWatch.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     m_busWatch.addWatchedService(kXfdesktopName);
     m_busWatch.addWatchedService(kXfconfName);
     connect(&m_busWatch, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString& name, const QString&, const QString& newOwner) {
+                m_busHeard = true;
                 if (name == kXfdesktopName)
                     m_xfdesktop = !newOwner.isEmpty();
                 else if (name == kXfconfName)
@@ -373,7 +372,7 @@ QString X11DesktopSession::desktopName(const QString& program, const QString& wi
     return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
 }
 
-X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
+X11DesktopSession::Found X11DesktopSession::findDesktopProgram(bool askBus)
 {
     auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
     // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
@@ -388,7 +387,12 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
         pcmanfmMonitors = Pcmanfm::monitorsDrawnBy(program->pid);
     const bool qtColour = program && program->name == PcmanfmDialect::lxqt().program &&
                           Pcmanfm::qtShowsColour(program->pid);
-    return {program, pcmanfmMonitors, qtColour, windowManagerName()};
+    Found found{program, pcmanfmMonitors, qtColour, windowManagerName(), {}, {}};
+    if (askBus) {
+        found.xfdesktopOnBus = XfceDesktopIcons::isRunning();
+        found.xfconfOnBus = XfceDesktopIcons::settingsReachable();
+    }
+    return found;
 }
 
 void X11DesktopSession::check()
@@ -398,8 +402,8 @@ void X11DesktopSession::check()
         return;
     }
     m_searching = true;
-    QMetaObject::invokeMethod(m_searchContext, [this] {
-        Found found = findDesktopProgram();
+    QMetaObject::invokeMethod(m_searchContext, [this, askBus = !m_firstTaken] {
+        Found found = findDesktopProgram(askBus);
         {
             const std::lock_guard lock(m_answerMutex);
             m_answer = std::move(found);
@@ -421,6 +425,10 @@ void X11DesktopSession::takeAnswer()
         return;
     m_searching = false;
     m_firstTaken = true;
+    if (!m_busHeard) {
+        m_xfdesktop = found->xfdesktopOnBus.value_or(m_xfdesktop);
+        m_xfconf = found->xfconfOnBus.value_or(m_xfconf);
+    }
     apply(*found);
     {
         const std::lock_guard lock(m_answerMutex);
