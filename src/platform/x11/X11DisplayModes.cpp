@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QTimer>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSize>
@@ -122,9 +123,9 @@ bool setScreenSize(xcb_connection_t* c, QSize size)
 }
 
 // Everything the queries answer from, read with every request of a step sent before the first
-// reply is awaited: three waits on the server, whatever the number of outputs. It runs on a
-// thread of its own, over the scans' connection (Qt's belongs to the interface thread), and a
-// stalled server costs it one deadline.
+// reply is awaited: three waits on the server, whatever the number of outputs. The first runs
+// on a thread of its own, so all go over the scans' connection (Qt's belongs to the interface
+// thread), and a stalled server costs one deadline.
 X11DisplayModes::Snapshot readSnapshot(xcb_window_t root)
 {
     X11DisplayModes::Snapshot result;
@@ -190,49 +191,28 @@ X11DisplayModes::Snapshot readSnapshot(xcb_window_t root)
 
 } // namespace
 
-X11DisplayModes::X11DisplayModes() : m_randrBase(X11::randrEventBase())
+X11DisplayModes::X11DisplayModes()
 {
-    beginReading();
-    // Qt selects RandR notifications on the root window: every change is read again.
-    if (QCoreApplication::instance())
-        QCoreApplication::instance()->installNativeEventFilter(this);
+    // Begun at once, so that the start-up's first questions seldom wait for the server.
+    std::packaged_task<Snapshot()> task([root = X11::rootWindow()] { return readSnapshot(root); });
+    m_firstReading = task.get_future();
+    std::thread(std::move(task)).detach();
 }
 
 X11DisplayModes::~X11DisplayModes()
 {
-    if (QCoreApplication::instance())
-        QCoreApplication::instance()->removeNativeEventFilter(this);
-    for (const std::shared_future<Snapshot>& reading : m_running)
-        reading.wait_for(std::chrono::seconds(2));
-}
-
-void X11DisplayModes::beginReading() const
-{
-    // A detached thread, so that a reading replaced before it ends holds nothing up.
-    std::erase_if(m_running, [](const std::shared_future<Snapshot>& reading) {
-        return reading.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    });
-    std::packaged_task<Snapshot()> task([root = X11::rootWindow()] { return readSnapshot(root); });
-    m_reading = task.get_future().share();
-    m_running.push_back(m_reading);
-    std::thread(std::move(task)).detach();
+    // The reading ends at its own deadline.
+    if (m_firstReading.valid())
+        m_firstReading.wait();
 }
 
 const X11DisplayModes::Snapshot& X11DisplayModes::snapshot() const
 {
-    // The reading ends at its own deadline: a stalled server answers as having no displays.
-    return m_reading.get();
-}
-
-bool X11DisplayModes::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
-{
-    if (eventType != "xcb_generic_event_t" || m_randrBase == 0)
-        return false;
-    const quint8 type = static_cast<const xcb_generic_event_t*>(message)->response_type & 0x7f;
-    if (type == m_randrBase + XCB_RANDR_SCREEN_CHANGE_NOTIFY ||
-        type == m_randrBase + XCB_RANDR_NOTIFY)
-        beginReading();
-    return false;
+    if (m_current)
+        return *m_current;
+    m_current = m_firstReading.valid() ? m_firstReading.get() : readSnapshot(X11::rootWindow());
+    QTimer::singleShot(0, &m_keep, [this] { m_current.reset(); });
+    return *m_current;
 }
 
 QList<quint32> X11DisplayModes::onlineDisplays() const
@@ -290,15 +270,14 @@ std::optional<DisplayPlacement> X11DisplayModes::placement(quint32 display) cons
 bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
 {
     const bool switched = configure(display, modeId, std::nullopt);
-    // Read after the change, on the same connection: the next query sees it.
-    beginReading();
+    m_current.reset();
     return switched;
 }
 
 bool X11DisplayModes::placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement)
 {
     const bool placed = configure(display, modeId, placement);
-    beginReading();
+    m_current.reset();
     return placed;
 }
 

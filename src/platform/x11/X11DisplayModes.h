@@ -4,13 +4,12 @@
 
 #include "platform/DisplayModes.h"
 
-#include <QAbstractNativeEventFilter>
 #include <QHash>
+#include <QObject>
 #include <future>
-#include <vector>
 #include <xcb/randr.h>
 
-class X11DisplayModes final : public DisplayModes, public QAbstractNativeEventFilter {
+class X11DisplayModes final : public DisplayModes {
 public:
     // The first reading of the monitors starts at once, on a thread of its own.
     X11DisplayModes();
@@ -23,8 +22,6 @@ public:
     std::optional<DisplayPlacement> placement(quint32 display) const override;
     bool switchMode(quint32 display, qint32 modeId) override;
     bool placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement) override;
-
-    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) override;
 
     // One output as the server described it, in pixels.
     struct Output {
@@ -45,18 +42,17 @@ public:
     };
 
 private:
-    // Reads the monitors again off the interface thread; the next query takes that reading.
-    void beginReading() const;
-    // The latest reading, waited for (bounded) only when it has not arrived yet.
+    // The reading the queries answer from: the first one, begun at creation, waited for (bounded)
+    // only when it has not arrived yet; later ones read at once. Each is kept until the event
+    // loop next runs, so one pass of questions sees one state and a later pass a fresh one.
     const Snapshot& snapshot() const;
     // One server-grabbed transaction: the display switched (and placed, when a placement is
     // given), its neighbours re-placed, the screen resized to hold them all.
     static bool configure(quint32 display, qint32 modeId,
                           const std::optional<DisplayPlacement>& placement);
 
-    mutable std::shared_future<Snapshot> m_reading;
-    // Readings not yet known to have ended, the latest among them: the display connection
-    // closes after the quit, so the quit waits for them.
-    mutable std::vector<std::shared_future<Snapshot>> m_running;
-    quint8 m_randrBase = 0;
+    mutable std::future<Snapshot> m_firstReading;
+    mutable std::optional<Snapshot> m_current;
+    // The context of the timer that drops the kept reading.
+    QObject m_keep;
 };
