@@ -44,6 +44,7 @@ measure() { # PREFIX TITLE COMMAND...
   qd_stop_process "$child" TERM 10 || true
 }
 
+load_before=$(cut -d' ' -f1-3 /proc/loadavg)
 quillet_times=() quillet_cpu=() quillet_rss=() bare_times=() bare_cpu=() bare_rss=()
 for ((i = 1; i <= runs; i++)); do
   measure bare Bare "$bare"
@@ -66,7 +67,8 @@ summary "quillet: resident memory" KiB "${quillet_rss[@]}"
 summary "bare Qt: resident memory" KiB "${bare_rss[@]}"
 q=$(median "${quillet_times[@]}") b=$(median "${bare_times[@]}")
 qc=$(median "${quillet_cpu[@]}") bc=$(median "${bare_cpu[@]}")
-awk -v q="$q" -v b="$b" -v qc="$qc" -v bc="$bc" 'BEGIN {
-  if (b > 0) printf "ratio launch → mapped (median): %.2f×\n", q / b
+echo "load average (1, 5, 15 min): $load_before before, $(cut -d' ' -f1-3 /proc/loadavg) after"
+awk -v q="$q" -v b="$b" -v qc="$qc" -v bc="$bc" -v n="${#quillet_times[@]}" 'BEGIN {
+  if (b > 0) printf "RATIO launch → mapped, quillet / bare Qt (medians, n=%d): %.2f×   (goal: at most 1.50×)\n", n, q / b
   if (bc > 0) printf "ratio CPU until mapped (median): %.2f×\n", qc / bc }'
 qd_finish

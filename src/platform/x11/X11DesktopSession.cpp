@@ -221,16 +221,15 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
         m_extensionIcons = true;
         scheduleCheck();
     });
-    // Once, at start-up, as the program always did; from then on only the owner changes count.
-    m_xfdesktop = XfceDesktopIcons::isRunning();
-    m_xfconf = XfceDesktopIcons::settingsReachable();
-
+    // Whether xfdesktop and xfconf run is asked once, by the first search (a bus call that waits
+    // on the bus daemon); from then on only the owner changes count.
     m_busWatch.setConnection(QDBusConnection::sessionBus());
     m_busWatch.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     m_busWatch.addWatchedService(kXfdesktopName);
     m_busWatch.addWatchedService(kXfconfName);
     connect(&m_busWatch, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString& name, const QString&, const QString& newOwner) {
+                m_busHeard = true;
                 if (name == kXfdesktopName) {
                     m_xfdesktop = !newOwner.isEmpty();
                     if (!m_xfdesktop && m_backend == Backend::xfce)
@@ -437,7 +436,7 @@ QString X11DesktopSession::desktopName(const QString& program, const QString& wi
     return wm.isEmpty() ? QStringLiteral("this desktop") : wm;
 }
 
-X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
+X11DesktopSession::Found X11DesktopSession::findDesktopProgram(bool askBus)
 {
     auto program = X11::desktopProgram(X11::connection(), X11::rootWindow());
     // A desktop program with a window per monitor (pcmanfm) covers no more than one of them.
@@ -462,7 +461,12 @@ X11DesktopSession::Found X11DesktopSession::findDesktopProgram()
         program.reset();
     const bool extensionIcons =
         extensionWindow || (windowManager == kGnomeShell && extensionEnabled(uuid));
-    return {program, pcmanfmMonitors, qtColour, windowManager, extensionIcons};
+    Found found{program, pcmanfmMonitors, qtColour, windowManager, extensionIcons, {}, {}};
+    if (askBus) {
+        found.xfdesktopOnBus = XfceDesktopIcons::isRunning();
+        found.xfconfOnBus = XfceDesktopIcons::settingsReachable();
+    }
+    return found;
 }
 
 void X11DesktopSession::check()
@@ -472,8 +476,8 @@ void X11DesktopSession::check()
         return;
     }
     m_searching = true;
-    QMetaObject::invokeMethod(m_searchContext, [this] {
-        Found found = findDesktopProgram();
+    QMetaObject::invokeMethod(m_searchContext, [this, askBus = !m_firstTaken] {
+        Found found = findDesktopProgram(askBus);
         {
             const std::lock_guard lock(m_answerMutex);
             m_answer = std::move(found);
@@ -495,6 +499,10 @@ void X11DesktopSession::takeAnswer()
         return;
     m_searching = false;
     m_firstTaken = true;
+    if (!m_busHeard) {
+        m_xfdesktop = found->xfdesktopOnBus.value_or(m_xfdesktop);
+        m_xfconf = found->xfconfOnBus.value_or(m_xfconf);
+    }
     apply(*found);
     {
         const std::lock_guard lock(m_answerMutex);

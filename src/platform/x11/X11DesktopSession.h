@@ -85,6 +85,10 @@ private:
         // GNOME Shell's desktop icons extension draws the icons over the shell's background
         // (its desktop window is set aside, not taken for a desktop program).
         bool extensionIcons = false;
+        // Whether xfdesktop and xfconf own their bus names, asked by the first search only
+        // (from then on the bus announces every change of owner).
+        std::optional<bool> xfdesktopOnBus;
+        std::optional<bool> xfconfOnBus;
     };
     // Applies the search's answer, if it has not been taken yet, and starts the next search
     // where one is due.
@@ -94,7 +98,7 @@ private:
     void awaitFirstApplied() const;
     // Chooses the backend for the desktop program found (or none).
     void apply(const Found& found);
-    static Found findDesktopProgram();
+    static Found findDesktopProgram(bool askBus);
     // The desktop as the user names it. The window manager's name comes with the search's
     // answer: asking the X server for it here would wait on the interface thread.
     QString desktopName(const QString& program, const QString& windowManager) const;
@@ -138,6 +142,9 @@ private:
     // The first answer has been taken (it may be being applied): a look from a listener of
     // that answer's signals waits no more.
     bool m_firstTaken = false;
+    // An owner change of xfdesktop's or xfconf's name has been seen: it is newer than the
+    // first search's answer.
+    bool m_busHeard = false;
     // The search's answer until the interface thread takes it, and whether the first one has
     // been applied; both under m_answerMutex.
     mutable std::mutex m_answerMutex;

@@ -6,12 +6,16 @@
 #include "X11Replies.h"
 #include "platform/MonitorLayout.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTimer>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSize>
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 #include <vector>
 #include <xcb/randr.h>
 
@@ -118,60 +122,115 @@ bool setScreenSize(xcb_connection_t* c, QSize size)
     return error == nullptr;
 }
 
-// An output that shows a mode, with the replies that describe it.
-struct LitOutput {
-    Resources resources;
-    OutputInfo output;
-    CrtcInfo crtc;
-};
-
-std::optional<LitOutput> litOutput(xcb_connection_t* c, quint32 display)
+// Everything the queries answer from, read with every request of a step sent before the first
+// reply is awaited: three waits on the server, whatever the number of outputs. The first runs
+// on a thread of its own, so all go over the scans' connection (Qt's belongs to the interface
+// thread), and a stalled server costs one deadline.
+X11DisplayModes::Snapshot readSnapshot(xcb_window_t root)
 {
-    LitOutput lit{screenResources(c), {}, {}};
-    if (!lit.resources)
-        return std::nullopt;
-    lit.output = outputInfo(c, display, lit.resources->config_timestamp);
-    if (!lit.output || lit.output->crtc == XCB_NONE)
-        return std::nullopt;
-    lit.crtc = crtcInfo(c, lit.output->crtc, lit.resources->config_timestamp);
-    if (!lit.crtc || lit.crtc->mode == XCB_NONE)
-        return std::nullopt;
-    return lit;
+    X11DisplayModes::Snapshot result;
+    xcb_connection_t* c = X11::scanConnection();
+    if (!c || root == XCB_NONE)
+        return result;
+    const QDeadlineTimer deadline(2000);
+    X11::ReplyBatch replies(c);
+    const auto primaryCookie = xcb_randr_get_output_primary(c, root);
+    const Resources res = replies.take<xcb_randr_get_screen_resources_current_reply_t>(
+        xcb_randr_get_screen_resources_current(c, root), deadline);
+    if (const auto primary =
+            replies.take<xcb_randr_get_output_primary_reply_t>(primaryCookie, deadline))
+        result.primary = primary->output;
+    if (!res)
+        return result;
+    const xcb_timestamp_t config = res->config_timestamp;
+    const xcb_randr_output_t* outputs = xcb_randr_get_screen_resources_current_outputs(res.get());
+    const int count = xcb_randr_get_screen_resources_current_outputs_length(res.get());
+    std::vector<xcb_randr_get_output_info_cookie_t> outputCookies;
+    for (int i = 0; i < count; ++i)
+        outputCookies.push_back(xcb_randr_get_output_info(c, outputs[i], config));
+    std::vector<OutputInfo> infos;
+    for (const auto& cookie : outputCookies)
+        infos.push_back(replies.take<xcb_randr_get_output_info_reply_t>(cookie, deadline));
+    std::vector<std::optional<xcb_randr_get_crtc_info_cookie_t>> crtcCookies;
+    for (const OutputInfo& info : infos) {
+        crtcCookies.push_back(info && info->crtc != XCB_NONE
+                                  ? std::optional(xcb_randr_get_crtc_info(c, info->crtc, config))
+                                  : std::nullopt);
+    }
+    for (int i = 0; i < count; ++i) {
+        const CrtcInfo crtc =
+            crtcCookies[size_t(i)]
+                ? replies.take<xcb_randr_get_crtc_info_reply_t>(*crtcCookies[size_t(i)], deadline)
+                : nullptr;
+        const OutputInfo& info = infos[size_t(i)];
+        if (!info)
+            continue;
+        X11DisplayModes::Output output;
+        output.connected = info->connection == XCB_RANDR_CONNECTION_CONNECTED;
+        output.hasCrtc = info->crtc != XCB_NONE;
+        output.connector = QString::fromUtf8(
+            reinterpret_cast<const char*>(xcb_randr_get_output_info_name(info.get())),
+            xcb_randr_get_output_info_name_length(info.get()));
+        const xcb_randr_mode_t* ids = xcb_randr_get_output_info_modes(info.get());
+        const int modeCount = xcb_randr_get_output_info_modes_length(info.get());
+        for (int m = 0; m < modeCount; ++m) {
+            if (const xcb_randr_mode_info_t* mode = findMode(res.get(), ids[m]))
+                output.modes.append(*mode);
+        }
+        if (crtc && crtc->mode != XCB_NONE) {
+            if (const xcb_randr_mode_info_t* mode = findMode(res.get(), crtc->mode))
+                output.current = *mode;
+            output.position = QPoint(crtc->x, crtc->y);
+            output.rotation = crtc->rotation;
+        }
+        result.order.append(outputs[i]);
+        result.outputs.insert(outputs[i], std::move(output));
+    }
+    return result;
 }
 
 } // namespace
 
+X11DisplayModes::X11DisplayModes()
+{
+    // Begun at once, so that the start-up's first questions seldom wait for the server.
+    std::packaged_task<Snapshot()> task([root = X11::rootWindow()] { return readSnapshot(root); });
+    m_firstReading = task.get_future();
+    std::thread(std::move(task)).detach();
+}
+
+X11DisplayModes::~X11DisplayModes()
+{
+    // The reading ends at its own deadline.
+    if (m_firstReading.valid())
+        m_firstReading.wait();
+}
+
+const X11DisplayModes::Snapshot& X11DisplayModes::snapshot() const
+{
+    if (m_current)
+        return *m_current;
+    m_current = m_firstReading.valid() ? m_firstReading.get() : readSnapshot(X11::rootWindow());
+    QTimer::singleShot(0, &m_keep, [this] { m_current.reset(); });
+    return *m_current;
+}
+
 QList<quint32> X11DisplayModes::onlineDisplays() const
 {
     QList<quint32> result;
-    xcb_connection_t* c = X11::connection();
-    if (!c)
-        return result;
-    const Resources res = screenResources(c);
-    if (!res)
-        return result;
-    const xcb_randr_output_t* outputs = xcb_randr_get_screen_resources_current_outputs(res.get());
-    const int count = xcb_randr_get_screen_resources_current_outputs_length(res.get());
-    QList<xcb_randr_get_output_info_cookie_t> cookies;
-    for (int i = 0; i < count; ++i)
-        cookies.append(xcb_randr_get_output_info(c, outputs[i], res->config_timestamp));
-    for (int i = 0; i < count; ++i) {
-        const OutputInfo info(xcb_randr_get_output_info_reply(c, cookies[i], nullptr));
-        if (info && info->connection == XCB_RANDR_CONNECTION_CONNECTED && info->crtc != XCB_NONE)
-            result.append(outputs[i]);
+    const Snapshot& state = snapshot();
+    for (xcb_randr_output_t id : state.order) {
+        const Output& output = state.outputs[id];
+        if (output.connected && output.hasCrtc)
+            result.append(id);
     }
     return result;
 }
 
 quint32 X11DisplayModes::mainDisplay() const
 {
-    xcb_connection_t* c = X11::connection();
-    if (!c)
-        return 0;
-    Reply<xcb_randr_get_output_primary_reply_t> primary(xcb_randr_get_output_primary_reply(
-        c, xcb_randr_get_output_primary(c, X11::rootWindow()), nullptr));
-    if (primary && primary->output != XCB_NONE)
-        return primary->output;
+    if (const xcb_randr_output_t primary = snapshot().primary; primary != XCB_NONE)
+        return primary;
     // No primary output set: the first lit output is what desktops treat as the main one.
     const QList<quint32> online = onlineDisplays();
     return online.isEmpty() ? 0 : online.first();
@@ -179,69 +238,47 @@ quint32 X11DisplayModes::mainDisplay() const
 
 std::optional<PlatformDisplayMode> X11DisplayModes::currentMode(quint32 display) const
 {
-    xcb_connection_t* c = X11::connection();
-    if (!c)
+    const Snapshot& state = snapshot();
+    const auto found = state.outputs.constFind(display);
+    if (found == state.outputs.constEnd() || !found->current)
         return std::nullopt;
-    const std::optional<LitOutput> lit = litOutput(c, display);
-    if (!lit)
-        return std::nullopt;
-    const Resources& res = lit->resources;
-    const CrtcInfo& crtc = lit->crtc;
-    const xcb_randr_mode_info_t* mode = findMode(res.get(), crtc->mode);
-    if (!mode)
-        return std::nullopt;
-    return toMode(*mode, outputRatio(display));
+    return toMode(*found->current, outputRatio(display));
 }
 
 QList<PlatformDisplayMode> X11DisplayModes::allModes(quint32 display) const
 {
     QList<PlatformDisplayMode> result;
-    xcb_connection_t* c = X11::connection();
-    if (!c)
+    const Snapshot& state = snapshot();
+    const auto found = state.outputs.constFind(display);
+    if (found == state.outputs.constEnd())
         return result;
-    const Resources res = screenResources(c);
-    if (!res)
-        return result;
-    const OutputInfo output = outputInfo(c, display, res->config_timestamp);
-    if (!output)
-        return result;
-    const xcb_randr_mode_t* ids = xcb_randr_get_output_info_modes(output.get());
-    const int count = xcb_randr_get_output_info_modes_length(output.get());
     const qreal ratio = outputRatio(display);
-    for (int i = 0; i < count; ++i) {
-        if (const xcb_randr_mode_info_t* mode = findMode(res.get(), ids[i]))
-            result.append(toMode(*mode, ratio));
-    }
+    for (const xcb_randr_mode_info_t& mode : found->modes)
+        result.append(toMode(mode, ratio));
     return result;
 }
 
 std::optional<DisplayPlacement> X11DisplayModes::placement(quint32 display) const
 {
-    xcb_connection_t* c = X11::connection();
-    if (!c)
+    const Snapshot& state = snapshot();
+    const auto found = state.outputs.constFind(display);
+    if (found == state.outputs.constEnd() || !found->current)
         return std::nullopt;
-    const std::optional<LitOutput> lit = litOutput(c, display);
-    if (!lit)
-        return std::nullopt;
-    const OutputInfo& output = lit->output;
-    const CrtcInfo& crtc = lit->crtc;
-    DisplayPlacement result;
-    result.connector = QString::fromUtf8(
-        reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())),
-        xcb_randr_get_output_info_name_length(output.get()));
-    result.position = QPoint(crtc->x, crtc->y);
-    result.rotation = crtc->rotation;
-    return result;
+    return DisplayPlacement{found->connector, found->position, found->rotation};
 }
 
 bool X11DisplayModes::switchMode(quint32 display, qint32 modeId)
 {
-    return configure(display, modeId, std::nullopt);
+    const bool switched = configure(display, modeId, std::nullopt);
+    m_current.reset();
+    return switched;
 }
 
 bool X11DisplayModes::placeMode(quint32 display, qint32 modeId, const DisplayPlacement& placement)
 {
-    return configure(display, modeId, placement);
+    const bool placed = configure(display, modeId, placement);
+    m_current.reset();
+    return placed;
 }
 
 bool X11DisplayModes::configure(quint32 display, qint32 modeId,
