@@ -8,10 +8,10 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <QTimer>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSize>
+#include <QTimer>
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
