@@ -14,6 +14,8 @@
 # - the main window, icons hidden, says why that cannot work (GNOME Shell draws no desktop icons
 #   while its desktop icons extension is off; no program draws them on Cinnamon without nemo)
 #   and shows the chosen colour;
+# - with nemo-desktop on Cinnamon, "Hide" takes its icons away (nemo's layout empty), "Show"
+#   and quitting bring them back with the layout as the user had it; nemo-desktop keeps running;
 # - with GNOME's desktop icons extension on, "Hide" switches it off (its desktop window goes),
 #   "Show", quitting and the run after a kill switch it on again, the extension keys as before;
 # - a display mode is switched and put back through RandR under the desktop's window manager;
@@ -218,6 +220,55 @@ extension_icons() {
   qd_check "gnome-shell still runs" programs_run
 }
 
+# Cinnamon with nemo-desktop, which draws the desktop icons (one file in ~/Desktop): "Hide"
+# empties nemo's layout, "Show" and quitting give the user's layout back (unset stays unset);
+# Cinnamon's background shows throughout and nemo-desktop keeps running.
+nemo_layout() { dconf read /org/nemo/desktop/desktop-layout; }
+# Colours in the top-left corner, where nemo-desktop puts the first icon.
+icon_area_colours() {
+  import -window root -crop 240x160+0+0 "$QD_TMP/icon-area.png" 2>/dev/null && colours_in "$QD_TMP/icon-area.png"
+}
+icon_shows() { [ "$(icon_area_colours)" -gt 2 ]; }
+icon_gone() { [ "$(icon_area_colours)" = 1 ]; }
+# The nemo-desktop the desktop started, by its PID.
+nemo_runs() {
+  local pid
+  pid=$(awk '$1 == "nemo_desktop" { print $2 }' "$QD_DESKTOP_STATE/pids")
+  [ -n "$pid" ] && [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = nemo-desktop ]
+}
+hide_nemo_icons() { # STEP
+  qd_drive icons hide >/dev/null
+  qd_check "$1: the icon goes" qd_wait_for 15 "no icon" icon_gone
+  qd_check_eq "$1: nemo's layout shows the desktop folder nowhere" "'false::false'" "$(nemo_layout)"
+}
+
+nemo_icons() {
+  qd_section "Cinnamon with nemo-desktop: its desktop icons hidden and shown"
+  qd_check "the file's icon shows" qd_wait_for 20 "the icon" icon_shows
+  qd_driver_start cinnamon-nemo "$driver"
+  qd_check_eq "the icons can be hidden" "support Cinnamon||1|1" "$(qd_drive support)"
+  hide_nemo_icons Hide
+  qd_check_eq "Hide: Cinnamon's background still shows" "$centre_before" "$(centre)"
+  qd_check "Hide: nemo-desktop still runs" nemo_runs
+  qd_drive icons show >/dev/null
+  qd_check "Show: the icon is back" qd_wait_for 15 "the icon" icon_shows
+  qd_check_eq "Show: the layout unset again" "" "$(nemo_layout)"
+  hide_nemo_icons "Hide again"
+  qd_driver_quit
+  qd_check "after quitting: the icon is back" qd_wait_for 15 "the icon" icon_shows
+  qd_check_eq "after quitting: the layout unset again" "" "$(nemo_layout)"
+
+  qd_section "Cinnamon with nemo-desktop: the user's own layout given back"
+  gsettings set org.nemo.desktop desktop-layout "'true::true'"
+  qd_driver_start cinnamon-nemo-own "$driver"
+  hide_nemo_icons Hide
+  qd_driver_quit
+  qd_check_eq "after quitting: the user's layout" "'true::true'" "$(nemo_layout)"
+  qd_check "after quitting: the icon is back" qd_wait_for 15 "the icon" icon_shows
+  qd_check "nemo-desktop, started with the desktop, still runs at the end" nemo_runs
+  qd_check "cinnamon still runs at the end" programs_run
+}
+
 resolution() {
   qd_section "$desktop: a display mode switched and put back"
   qd_check_mode_round_trip "$displays_driver" "${programs[@]}"
@@ -257,4 +308,12 @@ resolution
 snapping
 qd_check "cinnamon and its background daemon still run at the end" programs_run
 qd_stop_desktop
+
+if command -v nemo-desktop >/dev/null; then
+  start --desktop cinnamon --nemo-desktop
+  nemo_icons
+  qd_stop_desktop
+else
+  qd_log "SKIP: nemo-desktop is not installed (run scripts/setup gnome)"
+fi
 qd_finish

@@ -138,6 +138,19 @@ struct GSettingsFixture : ::testing::Test {
     ScreenInfo right = monitor(QStringLiteral("DP-2"), QRectF(200, 0, 100, 100));
     const QString mate = QStringLiteral("/org/mate/desktop/background/");
 
+    static DesktopIconsBackend::ReadResult readStyle(GSettingsDesktopIcons& icons)
+    {
+        DesktopIconsBackend::ReadResult found;
+        icons.readStyle([&](DesktopIconsBackend::ReadResult r) { found = r; });
+        return found;
+    }
+    static bool writeStyle(GSettingsDesktopIcons& icons, DesktopIconsBackend::Style style)
+    {
+        bool written = false;
+        icons.writeStyle(style, [&](bool ok) { written = ok; });
+        return written;
+    }
+
     void SetUp() override
     {
         QDir().mkpath(recordDir);
@@ -312,16 +325,8 @@ TEST_F(GSettingsFixture, iconSwitchesAreOneStyle)
 {
     const QString caja = QStringLiteral("/org/mate/caja/desktop/");
     GSettingsDesktopIcons icons(GSettingsDesktopKeys::mate(), tools);
-    auto read = [&] {
-        DesktopIconsBackend::ReadResult found;
-        icons.readStyle([&](DesktopIconsBackend::ReadResult r) { found = r; });
-        return found;
-    };
-    auto write = [&](DesktopIconsBackend::Style style) {
-        bool written = false;
-        icons.writeStyle(style, [&](bool ok) { written = ok; });
-        return written;
-    };
+    auto read = [&] { return readStyle(icons); };
+    auto write = [&](DesktopIconsBackend::Style style) { return writeStyle(icons, style); };
     // Nothing set: no style, and giving that back unsets every switch again.
     const auto none = read();
     ASSERT_TRUE(none);
@@ -351,6 +356,37 @@ TEST_F(GSettingsFixture, iconSwitchesAreOneStyle)
     tools.failing = QStringLiteral("dconf");
     EXPECT_FALSE(read());
     EXPECT_FALSE(write(icons.hiddenStyle()));
+}
+
+TEST_F(GSettingsFixture, nemoLayoutIsTheCinnamonIconStyle)
+{
+    const QString layout = QStringLiteral("/org/nemo/desktop/desktop-layout");
+    GSettingsDesktopIcons icons(GSettingsDesktopKeys::cinnamon(), tools);
+    GSettingsDesktopIcons mate(GSettingsDesktopKeys::mate(), tools);
+    auto read = [&] { return readStyle(icons); };
+    auto write = [&](DesktopIconsBackend::Style style) { return writeStyle(icons, style); };
+    // Unset: hidden by the empty layout, and unset again afterwards.
+    const auto unset = read();
+    ASSERT_TRUE(unset);
+    ASSERT_TRUE(write(icons.hiddenStyle()));
+    EXPECT_EQ(tools.db.value(layout), QStringLiteral("'false::false'"));
+    EXPECT_EQ(read(), DesktopIconsBackend::ReadResult(icons.hiddenStyle()));
+    ASSERT_TRUE(write(*unset));
+    EXPECT_FALSE(tools.db.contains(layout));
+
+    // The user's layout (icons on every monitor) goes back as it was.
+    tools.db.insert(layout, QStringLiteral("'true::true'"));
+    const auto users = read();
+    ASSERT_TRUE(users && *users);
+    ASSERT_TRUE(write(icons.hiddenStyle()));
+    ASSERT_TRUE(write(*users));
+    EXPECT_EQ(tools.db.value(layout), QStringLiteral("'true::true'"));
+
+    // Neither desktop takes the other's styles; a layout nemo does not offer is no style.
+    EXPECT_FALSE(write(mate.hiddenStyle()));
+    EXPECT_NE(icons.hiddenStyle(), mate.hiddenStyle());
+    tools.db.insert(layout, QStringLiteral("'left'"));
+    EXPECT_FALSE(read());
 }
 
 TEST(GVariantText, quotingRoundTrips)

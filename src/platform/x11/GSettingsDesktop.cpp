@@ -127,7 +127,11 @@ const GSettingsDesktopKeys& GSettingsDesktopKeys::gnome()
 
 const GSettingsDesktopKeys& GSettingsDesktopKeys::cinnamon()
 {
-    // Cinnamon draws the background; its slideshow would replace ours.
+    // Cinnamon draws the background; its slideshow would replace ours. nemo-desktop draws the
+    // icons: its layout 'false::false' (the desktop folder on no monitor) takes every icon away
+    // live and leaves a bare desktop window, nemo-desktop running and Cinnamon's background
+    // showing; its show-desktop-icons switch is only kept for old settings and changes nothing.
+    // The layouts nemo offers are the values; anything else is not ours to record.
     static const GSettingsDesktopKeys keys{
         QStringLiteral("Cinnamon"),
         QStringLiteral("cinnamon"),
@@ -138,9 +142,12 @@ const GSettingsDesktopKeys& GSettingsDesktopKeys::cinnamon()
         true,
         {{QStringLiteral("picture-opacity"), QStringLiteral("100")},
          {QStringLiteral("slideshow/slideshow-enabled"), QStringLiteral("false")}},
-        QString(),
-        {},
-        2000};
+        QStringLiteral("/org/nemo/desktop/"),
+        {QStringLiteral("desktop-layout")},
+        2000,
+        {QStringLiteral("'true::false'"), QStringLiteral("'true::true'"),
+         QStringLiteral("'false::true'"), QStringLiteral("'false::false'")},
+        3000};
     return keys;
 }
 
@@ -370,29 +377,30 @@ GSettingsDesktopIcons::GSettingsDesktopIcons(const GSettingsDesktopKeys& keys, C
 
 DesktopIconsBackend::Style GSettingsDesktopIcons::hiddenStyle() const
 {
-    // Every key set to false: the digit 2 everywhere, 3^n − 1.
+    // Every key at its hiding value, the highest digit: b^n − 1 in base b.
+    const int base = int(m_keys.iconValues.size()) + 1;
     int all = 1;
     for (qsizetype i = 0; i < m_keys.iconKeys.size(); ++i)
-        all *= 3;
-    return kStyleBase + all - 1;
+        all *= base;
+    return m_keys.iconStyleBase + all - 1;
 }
 
 DesktopIconsBackend::ReadResult GSettingsDesktopIcons::styleOf(const QByteArray& dump) const
 {
     const QHash<QString, QString> set = dumpedKeys(dump);
+    const int base = int(m_keys.iconValues.size()) + 1;
     int code = 0;
     int weight = 1;
     for (const QString& key : m_keys.iconKeys) {
-        const QString value = set.value(key);
-        if (value == QLatin1String("true"))
-            code += weight;
-        else if (value == QLatin1String("false"))
-            code += 2 * weight;
-        else if (set.contains(key))
-            return ReadResult();
-        weight *= 3;
+        if (set.contains(key)) {
+            const qsizetype index = m_keys.iconValues.indexOf(set.value(key));
+            if (index < 0)
+                return ReadResult();
+            code += int(index + 1) * weight;
+        }
+        weight *= base;
     }
-    return code == 0 ? ReadResult(Style()) : ReadResult(Style(kStyleBase + code));
+    return code == 0 ? ReadResult(Style()) : ReadResult(Style(m_keys.iconStyleBase + code));
 }
 
 void GSettingsDesktopIcons::readStyle(std::function<void(ReadResult)> done)
@@ -405,19 +413,19 @@ void GSettingsDesktopIcons::readStyle(std::function<void(ReadResult)> done)
 
 void GSettingsDesktopIcons::writeStyle(Style style, std::function<void(bool)> done)
 {
-    int code = style ? *style - kStyleBase : 0;
-    if (code < 0 || code > *hiddenStyle() - kStyleBase) {
+    int code = style ? *style - m_keys.iconStyleBase : 0;
+    if (code < 0 || code > *hiddenStyle() - m_keys.iconStyleBase) {
         // Not a style of these switches (one another desktop recorded): left for that desktop.
         done(false);
         return;
     }
     QStringList commands;
     for (const QString& key : m_keys.iconKeys) {
-        const int digit = code % 3;
-        code /= 3;
-        commands.append(digit == 0   ? QStringLiteral("reset")
-                        : digit == 1 ? QStringLiteral("write true")
-                                     : QStringLiteral("write false"));
+        const int base = int(m_keys.iconValues.size()) + 1;
+        const int digit = code % base;
+        code /= base;
+        commands.append(digit == 0 ? QStringLiteral("reset")
+                                   : QStringLiteral("write ") + m_keys.iconValues[digit - 1]);
         commands.back() += u' ' + m_keys.iconFolder + key;
     }
     writeNext(commands, std::move(done));

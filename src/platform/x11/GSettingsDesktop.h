@@ -39,14 +39,19 @@ struct GSettingsDesktopKeys {
     // Values every picture of ours needs (full opacity, no slideshow, …): key ("sub/key" for a
     // key of the child schema in the folder below), GVariant text.
     QList<std::pair<QString, QString>> fixedValues;
-    // The desktop's icon switches (a dconf folder and boolean keys, all false hides the icons);
-    // empty where the desktop keeps no icon setting that leaves its picture alone.
+    // The desktop's icon switches (a dconf folder and keys, each at its last value in
+    // iconValues hides the icons); empty where the desktop keeps no icon setting that leaves
+    // its picture alone.
     QString iconFolder;
     QStringList iconKeys;
     // The least time between two picture changes (0: none). Cinnamon's compositor blends each
     // new root pixmap in over 1.5 s; one replaced again before that ended could stay on the
     // screen (an earlier picture, or black) while the root held the last.
     int changeGapMs = 0;
+    // Every value an icon switch may hold (GVariant text as dconf prints it), the one that hides
+    // last; and where this desktop's icon style numbers start, apart from every other desktop's.
+    QStringList iconValues{QStringLiteral("true"), QStringLiteral("false")};
+    int iconStyleBase = 1000;
 
     // Every key a picture of ours may change: what the record holds.
     QStringList recordedKeys() const;
@@ -105,20 +110,19 @@ private:
     mutable QMutex m_lock;
 };
 
-// The desktop's icon switches as one style number: each key is unset, true or false (a digit in
-// base 3, first key lowest), offset so that it is never taken for another desktop's style. No
-// key set at all is "no style", so that giving it back unsets every key again.
+// The desktop's icon switches as one style number: each key is unset or one of its values (a
+// digit, 0 for unset, first key lowest), offset so that it is never taken for another desktop's
+// style. No key set at all is "no style", so that giving it back unsets every key again.
 class GSettingsDesktopIcons final : public QObject, public DesktopIconsBackend {
     Q_OBJECT
 public:
     GSettingsDesktopIcons(const GSettingsDesktopKeys& keys, CommandOutput& tools);
 
-    static constexpr int kStyleBase = 1000;
     Style hiddenStyle() const override;
     Style shownStyle() const override { return Style(); }
     void readStyle(std::function<void(ReadResult)> done) override;
     void writeStyle(Style style, std::function<void(bool written)> done) override;
-    // caja applies its icon switches live: nothing to restart.
+    // caja and nemo-desktop apply their icon switches live: nothing to restart.
     void restartDesktop(std::function<void()> ready) override { ready(); }
 
     // The style for what dconf printed of the icon folder; none when unreadable.

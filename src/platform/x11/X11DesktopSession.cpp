@@ -213,6 +213,8 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
             std::make_unique<GSettingsDesktopPictures>(*keys, recordDir, *m_settingsTools));
     m_mateIcons =
         std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
+    m_nemoIcons = std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::cinnamon(),
+                                                          *m_settingsTools);
     m_gnomeExtensionIcons = std::make_unique<GnomeExtensionIcons>(
         GnomeExtensionIcons::desktopIconsUuid(), recordDir, *m_settingsTools);
     // The icons stay within reach while the shell starts the extension again ("Hide" may follow
@@ -327,19 +329,23 @@ bool X11DesktopSession::otherMayRestore() const
 
 DesktopIconsBackend* X11DesktopSession::activeIcons() const
 {
-    return iconsFor(m_backend, m_gsettings.load());
+    return iconsFor(m_backend, m_gsettings.load(), m_desktopDrawn.load());
 }
 
 DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
-                                                 GSettingsDesktopPictures* gsettings) const
+                                                 GSettingsDesktopPictures* gsettings,
+                                                 bool programDraws) const
 {
-    // caja keeps its icon switches in GSettings; GNOME Shell draws no desktop icons, unless its
-    // desktop icons extension runs (or is off because of this program); nemo-desktop's switches
-    // are not known to leave its desktop drawn.
+    // caja and nemo-desktop keep their icon switches in GSettings (Cinnamon alone draws no
+    // icons); GNOME Shell draws no desktop icons, unless its desktop icons extension runs (or
+    // is off because of this program).
     if (backend == Backend::gsettings && gsettings &&
         &gsettings->keys() == &GSettingsDesktopKeys::gnome() &&
         (m_extensionIcons || m_gnomeExtensionIcons->holdsRecord()))
         return m_gnomeExtensionIcons.get();
+    if (backend == Backend::gsettings && gsettings &&
+        &gsettings->keys() == &GSettingsDesktopKeys::cinnamon())
+        return programDraws ? m_nemoIcons.get() : nullptr;
     if (backend == Backend::gsettings)
         return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
                                                                                 : nullptr;
@@ -612,7 +618,7 @@ void X11DesktopSession::apply(const Found& found)
                                                  "their own")
                                       .arg(drawn.first());
     }
-    state.icons = iconsFor(backend, gsettings) != nullptr;
+    state.icons = iconsFor(backend, gsettings, !drawnBy.isEmpty()) != nullptr;
     const bool gnomeShell = found.windowManager == kGnomeShell;
     if (!state.icons && backend == Backend::pcmanfm)
         state.iconsGap = QStringLiteral("pcmanfm has no setting that hides its desktop icons and "

@@ -105,7 +105,9 @@ private:
     // The GSettings desktop in charge for this desktop program (or session); none elsewhere.
     GSettingsDesktopPictures* gsettingsDesktop(const QString& program,
                                                const QString& windowManager) const;
-    DesktopIconsBackend* iconsFor(Backend backend, GSettingsDesktopPictures* gsettings) const;
+    // `programDraws`: a desktop program (not the desktop itself) draws over the root.
+    DesktopIconsBackend* iconsFor(Backend backend, GSettingsDesktopPictures* gsettings,
+                                  bool programDraws) const;
 
     std::unique_ptr<XfceDesktopPictures> m_xfcePictures;
     std::unique_ptr<RootWindowDesktopPictures> m_rootPictures;
@@ -115,6 +117,7 @@ private:
     std::unique_ptr<CommandOutput> m_settingsTools;
     std::vector<std::unique_ptr<GSettingsDesktopPictures>> m_gsettingsPictures;
     std::unique_ptr<GSettingsDesktopIcons> m_mateIcons;
+    std::unique_ptr<GSettingsDesktopIcons> m_nemoIcons;
     std::unique_ptr<GnomeExtensionIcons> m_gnomeExtensionIcons;
     // The last search found the desktop icons extension's window.
     bool m_extensionIcons = false;
