@@ -246,7 +246,7 @@ nemo_icons() {
   qd_section "Cinnamon with nemo-desktop: its desktop icons hidden and shown"
   qd_check "the file's icon shows" qd_wait_for 20 "the icon" icon_shows
   qd_driver_start cinnamon-nemo "$driver"
-  qd_check_eq "the icons can be hidden" "support Cinnamon||1|1" "$(qd_drive support)"
+  qd_check_eq "the icons can be hidden" "support Cinnamon|nemo-desktop|1|1" "$(qd_drive support)"
   hide_nemo_icons Hide
   qd_check_eq "Hide: Cinnamon's background still shows" "$centre_before" "$(centre)"
   qd_check "Hide: nemo-desktop still runs" nemo_runs
