@@ -213,8 +213,8 @@ X11DesktopSession::X11DesktopSession(const QString& recordDir)
             std::make_unique<GSettingsDesktopPictures>(*keys, recordDir, *m_settingsTools));
     m_mateIcons =
         std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::mate(), *m_settingsTools);
-    m_nemoIcons = std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::cinnamon(),
-                                                          *m_settingsTools);
+    m_nemoIcons =
+        std::make_unique<GSettingsDesktopIcons>(GSettingsDesktopKeys::cinnamon(), *m_settingsTools);
     m_gnomeExtensionIcons = std::make_unique<GnomeExtensionIcons>(
         GnomeExtensionIcons::desktopIconsUuid(), recordDir, *m_settingsTools);
     // The icons stay within reach while the shell starts the extension again ("Hide" may follow
