@@ -26,6 +26,7 @@ using namespace std::chrono_literals;
 namespace {
 
 const QString kXfdesktopName = QStringLiteral("org.xfce.xfdesktop");
+const QString kXfconfName = QStringLiteral("org.xfce.Xfconf");
 // A restarted xfdesktop (our own restart for the icon style, the session's after a crash) is
 // back on the bus within a few seconds, and has drawn its desktop a few seconds later.
 constexpr std::chrono::milliseconds kXfdesktopReturnsWithin = 4s;
@@ -37,7 +38,6 @@ qint64 monotonicMs()
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
 }
-const QString kXfconfName = QStringLiteral("org.xfce.Xfconf");
 
 // Pictures go to whichever backend is in charge when they are set; a record is put back by the
 // backend that made it, the other one too where that cannot harm the desktop.
@@ -339,16 +339,16 @@ DesktopIconsBackend* X11DesktopSession::iconsFor(Backend backend,
     // caja and nemo-desktop keep their icon switches in GSettings (Cinnamon alone draws no
     // icons); GNOME Shell draws no desktop icons, unless its desktop icons extension runs (or
     // is off because of this program).
-    if (backend == Backend::gsettings && gsettings &&
-        &gsettings->keys() == &GSettingsDesktopKeys::gnome() &&
-        (m_extensionIcons || m_gnomeExtensionIcons->holdsRecord()))
-        return m_gnomeExtensionIcons.get();
-    if (backend == Backend::gsettings && gsettings &&
-        &gsettings->keys() == &GSettingsDesktopKeys::cinnamon())
-        return programDraws ? m_nemoIcons.get() : nullptr;
-    if (backend == Backend::gsettings)
-        return gsettings && &gsettings->keys() == &GSettingsDesktopKeys::mate() ? m_mateIcons.get()
-                                                                                : nullptr;
+    if (backend == Backend::gsettings) {
+        const GSettingsDesktopKeys* keys = gsettings ? &gsettings->keys() : nullptr;
+        if (keys == &GSettingsDesktopKeys::gnome())
+            return m_extensionIcons || m_gnomeExtensionIcons->holdsRecord()
+                       ? m_gnomeExtensionIcons.get()
+                       : nullptr;
+        if (keys == &GSettingsDesktopKeys::cinnamon())
+            return programDraws ? m_nemoIcons.get() : nullptr;
+        return keys == &GSettingsDesktopKeys::mate() ? m_mateIcons.get() : nullptr;
+    }
     // pcmanfm has no setting that hides its icons; pcmanfm-qt reads its own only when it starts.
     if (backend == Backend::pcmanfm || backend == Backend::pcmanfmQt)
         return nullptr;
